@@ -1,0 +1,86 @@
+// Bounds: for each channel of an image a pair (minimum, maximum) in the image's own element type, which says
+// what range of the data is shown from black to white.
+//
+// The bound array has three sections of one pair per channel: the data bound (section 0, what is shown now),
+// the spatial bound (section 1, the full scale that the others refer to) and the HSI bound (section 2,
+// intensity, saturation and hue of an image of 3 or more channels). It is created by the first function that
+// asks for it and released with its image. Images of bits have none: every getter answers null for them.
+//
+// The data bound is unset while StateBoundSet and StateBoundDefault are both clear; its contents are then
+// zero.
+#pragma once
+
+#include "pzel/image/image.h"
+
+/// Which section a bound type names.
+enum BoundType : unsigned char {
+    BoundData = 0x00,
+    BoundSpatial = 0x10,
+    BoundHsi = 0x20,
+};
+
+/// Bytes of one section: element bytes * channels * 2; 0 for bits.
+PZEL_API int GetBoundBytes(Image* image);
+/// Creates the bound array where there is none. Images of major type 0 start with the default spatial bound.
+PZEL_API void CheckBoundArray(Image* image);
+
+/// The data bound. All getters create the array where there is none; the image owns it.
+PZEL_API unsigned char* GetBound(Image* image);
+/// The spatial bound.
+PZEL_API unsigned char* GetSpatialBound(Image* image);
+/// The HSI bound; the data bound for fewer than 3 channels.
+PZEL_API unsigned char* GetHSIBound(Image* image);
+/// The HSI bound where it is selected and there are 3 or more channels, else the data bound; never the
+/// spatial one.
+PZEL_API unsigned char* GetSelectedBound(Image* image);
+/// The section that `type` (BoundType) names; the data bound for fewer than 3 channels and for other values.
+PZEL_API unsigned char* GetBound(Image* image, unsigned char type);
+
+/// Writes the default pairs of a sub type and element type: three for sub types 0 and 1 (make room for three,
+/// whatever the number of channels), one for sub type 3, none for other sub types and for bits and 32 bits.
+PZEL_API void SetBoundDefault(unsigned char* entries, unsigned short subType, unsigned char dataType);
+/// Defaults into the data bound and the spatial bound; marks the bound as set and default.
+PZEL_API void SetDefaultBound(Image* image);
+/// Defaults into the spatial bound.
+PZEL_API void SetDefaultSpatialBounds(Image* image);
+/// Copies the data bound over the spatial bound.
+PZEL_API void CopyBoundToSpatialBound(Image* image);
+
+/// Computes the data bound from the pixels and marks it as set. 8-bit data always get their full range; other
+/// types get one range over all channels; sub type 1 gets the range of its luminance and symmetric ranges for
+/// the colour differences. Bit data have nothing to compute and are only marked.
+PZEL_API void ComputeBound(Image* image);
+/// Computes the data bound of an image whose channels are the components of vectors: (0, largest magnitude of
+/// a component), 5 where all are 0. Nothing for bit data.
+PZEL_API void ComputeVctBound(Image* image);
+/// Computes an unset data bound; otherwise replaces every pair whose maximum is not above its minimum.
+PZEL_API void CheckBound(Image* image);
+/// Writes one pair of the data bound (the members of the image's element type) and marks it as set. The
+/// channel must exist; `min` may be above `max`.
+PZEL_API void SetBound(Image* image, AnyType min, AnyType max, int channel);
+/// Writes the same pair for every channel.
+PZEL_API void SetBound(Image* image, AnyType min, AnyType max);
+/// Reads one pair of the data bound as floats, setting defaults first where it is unset. The colour
+/// differences of a sub type with bit 0 are read as signed, its first channel as unsigned. Bits: (0, 1).
+PZEL_API void GetBound(Image* image, float* min, float* max, int channel);
+/// Maximum minus minimum of one channel, as the float GetBound reads them.
+PZEL_API float GetScale(Image* image, int channel);
+/// Largest maximum minus smallest minimum over all channels.
+PZEL_API float GetScale(Image* image);
+
+/// The selected bound: BoundData or BoundHsi.
+PZEL_API unsigned char GetBoundType(Image* image);
+/// Selects a bound. BoundSpatial sets a mark of its own beside a cleared BoundHsi; unknown values are
+/// ignored.
+PZEL_API void SetBoundType(Image* image, unsigned char type);
+/// Derives the data bound from the HSI bound or the other way round and selects the result. Only for 3 or
+/// more channels; types other than BoundData and BoundHsi stand for the selected one; equal types do nothing.
+PZEL_API void SwitchBoundType(Image* image, unsigned char from, unsigned char to);
+/// The full scale of saturation and hue: 65535 for 16-bit types, 1 for float, 255 for every other.
+PZEL_API float GetHSIFullScale(unsigned char dataType);
+
+/// Copies the bound array of `src` to `dst`. Equal element types copy all sections; different ones convert
+/// the data bound, repeat it as the spatial bound and derive the HSI bound of a 3-channel colour image.
+/// Different sub types give `dst` its default bound instead; a `dst` of sub type SubNotSet takes the sub type
+/// of `src`. Nothing for bit destinations.
+PZEL_API void CopyBound(Image* dst, Image* src);

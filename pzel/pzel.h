@@ -1,0 +1,23 @@
+// The umbrella header: everything that a host needs.
+#pragma once
+
+#include "pzel/bounds/black_white.h"
+#include "pzel/bounds/bounds.h"
+#include "pzel/bounds/min_max.h"
+#include "pzel/colour/remapper.h"
+#include "pzel/component/comp.h"
+#include "pzel/component/comp_info.h"
+#include "pzel/component/icomponent.h"
+#include "pzel/component/movie.h"
+#include "pzel/component/movie_scene.h"
+#include "pzel/component/observer.h"
+#include "pzel/component/shown_bitmap.h"
+#include "pzel/display/bitmap.h"
+#include "pzel/display/fields.h"
+#include "pzel/display/map_data.h"
+#include "pzel/image/attachment.h"
+#include "pzel/image/bits.h"
+#include "pzel/image/image.h"
+#include "pzel/image/lifecycle.h"
+#include "pzel/image/typed_copy.h"
+#include "pzel/platform/message_box.h"
