@@ -12,7 +12,7 @@ class PZEL_API CompBlackWhite {
     /// The undefined pair, which means that there is no level: the smallest positive normal double and the
     /// largest double.
     CompBlackWhite() = default;
-    CompBlackWhite(double black, double white) : black(black), white(white) {}
+    CompBlackWhite(double blackLevel, double whiteLevel) : black(blackLevel), white(whiteLevel) {}
     CompBlackWhite(const CompBlackWhite&) = default;
     CompBlackWhite& operator=(const CompBlackWhite&) = default;
     virtual ~CompBlackWhite();

@@ -1,0 +1,8 @@
+// Anchors the interface in the library.
+#include "pzel/colour/remapper.h"
+
+namespace Zel {
+
+Remapper::~Remapper() = default;
+
+}  // namespace Zel

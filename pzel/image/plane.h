@@ -1,0 +1,111 @@
+// One channel of a rectangle of pixels as rows of elements. Planar, interleaved and cropped images differ
+// only in the steps of the view; contiguous, strided and bit rows all read and write as `row[x]`, so that a
+// rule and a walker meet every layout without knowing it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "pzel/image/image.h"
+#include "pzel/image/lifecycle.h"
+
+namespace pzel {
+
+/// Rows of elements that stand side by side.
+template <class T>
+struct ContiguousRows {
+    T* origin;
+    std::ptrdiff_t rowStep;  // bytes
+    T* row(std::ptrdiff_t y) const {
+        using Byte = std::conditional_t<std::is_const_v<T>, const unsigned char, unsigned char>;
+        return reinterpret_cast<T*>(reinterpret_cast<Byte*>(origin) + y * rowStep);
+    }
+};
+
+/// Rows of elements that stand `Step` elements apart; Step 0: known at run time only.
+template <class T, int Step = 0>
+struct StridedRows {
+    struct Row {
+        T* elements;
+        std::ptrdiff_t step;
+        T& operator[](std::ptrdiff_t x) const { return elements[x * (Step ? Step : step)]; }
+    };
+    ContiguousRows<T> rows;
+    std::ptrdiff_t pixelStep;  // elements
+    Row row(std::ptrdiff_t y) const { return {rows.row(y), pixelStep}; }
+};
+
+/// Rows of bits from some bit of the first byte on, most significant bit first.
+template <class Byte>
+struct BitRows {
+    struct Reference {
+        Byte& byte;
+        unsigned char mask;
+        operator bool() const { return byte & mask; }
+        const Reference& operator=(bool on) const {
+            byte = static_cast<unsigned char>(on ? byte | mask : byte & ~mask);
+            return *this;
+        }
+    };
+    struct Row {
+        Byte* bytes;
+        int firstBit;
+        Reference operator[](std::ptrdiff_t x) const {
+            const std::ptrdiff_t bit = firstBit + x;
+            return {bytes[bit / 8], static_cast<unsigned char>(0x80 >> (bit % 8))};
+        }
+    };
+    Byte* origin;
+    int firstBit;
+    std::ptrdiff_t rowStep;  // bytes
+    Row row(std::ptrdiff_t y) const { return {origin + y * rowStep, firstBit}; }
+};
+
+/// Where one channel of an image starts and how far its pixels and rows are apart.
+struct PlaneSteps {
+    std::ptrdiff_t pixelStep;  // elements
+    std::ptrdiff_t rowStep;    // bytes
+};
+
+inline PlaneSteps planeSteps(const Image& image) {
+    return {IsInterleaved(&image) ? image.channels : 1, image.rowBytes};
+}
+
+/// Calls f with the rows of a channel from pixel (x, y) on, read or written as T; `bool` stands for bits. An
+/// interleaved bit image holds one run of bits for each channel in every row.
+template <class T, class F>
+void withRows(const Image& image, int channel, int x, int y, F&& f) {
+    using Element = std::remove_const_t<T>;
+    using Byte = std::conditional_t<std::is_const_v<T>, const unsigned char, unsigned char>;
+    Byte* row = image.data + std::ptrdiff_t(y) * image.rowBytes;
+    if constexpr (std::is_same_v<Element, bool>) {
+        const std::ptrdiff_t plane = IsInterleaved(&image) ? (image.width + 7) / 8 : GetImageBytes(&image);
+        f(BitRows<Byte>{row + channel * plane + x / 8, x % 8, image.rowBytes});
+    } else {
+        const PlaneSteps steps = planeSteps(image);
+        const std::ptrdiff_t plane =
+            IsInterleaved(&image) ? std::ptrdiff_t(sizeof(T)) : GetImageBytes(&image);
+        const ContiguousRows<T> rows{reinterpret_cast<T*>(row + channel * plane) + x * steps.pixelStep,
+                                     steps.rowStep};
+        if (steps.pixelStep == 1)
+            f(rows);
+        else if (steps.pixelStep == 3)
+            f(StridedRows<T, 3>{rows, 3});
+        else
+            f(StridedRows<T>{rows, steps.pixelStep});
+    }
+}
+
+/// Runs a rule over a rectangle: out[x] = rule(in[x]).
+template <class In, class Out, class Rule>
+void mapRows(const In& in, const Out& out, int width, int height, const Rule& rule) {
+    const Rule local = rule;  // out of reach of the bytes that are written
+    for (int y = 0; y < height; ++y) {
+        const auto source = in.row(y);
+        const auto destination = out.row(y);
+        for (int x = 0; x < width; ++x) destination[x] = local(source[x]);
+    }
+}
+
+}  // namespace pzel

@@ -1,0 +1,292 @@
+// Rectangles between images of any two element types: clipping, plain copies and conversions from bound pair
+// to bound pair. Colour models and borders are in files of their own.
+#include "pzel/image/typed_copy.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+#include <optional>
+
+#include "pzel/bounds/bound_entries.h"
+#include "pzel/bounds/bounds.h"
+#include "pzel/image/bits.h"
+#include "pzel/image/copy_area.h"
+#include "pzel/image/plane.h"
+
+namespace pzel {
+
+template <class T>
+Pair<T> copyPair(const Image& image, int channel) {
+    const Pair<T> pair = boundEntry<T>(GetBound(const_cast<Image*>(&image)), channel);
+    const bool unset = !(image.state & (StateBoundSet | StateBoundDefault));
+    if (!unset || !(pair == Pair<T>{})) return pair;
+    if constexpr (std::is_floating_point_v<T>)
+        if (GetSubType(&image) == SubYuv && channel > 0) return {-128, 127};
+    return fullRange<T>();
+}
+template <>
+Pair<bool> copyPair(const Image&, int) {
+    return {false, true};
+}
+template Pair<std::uint8_t> copyPair(const Image&, int);
+template Pair<std::int8_t> copyPair(const Image&, int);
+template Pair<std::uint16_t> copyPair(const Image&, int);
+template Pair<std::int16_t> copyPair(const Image&, int);
+template Pair<std::uint32_t> copyPair(const Image&, int);
+template Pair<std::int32_t> copyPair(const Image&, int);
+template Pair<float> copyPair(const Image&, int);
+
+namespace {
+
+/// Clips to both images; the rectangle shrinks and both origins move together.
+std::optional<CopyArea> Clip(const Image& src, const Image& dst, int srcX, int srcY, int dstX, int dstY,
+                             int width, int height) {
+    using Wide = long long;
+    const auto axis = [](int s, int d, int length, int srcLength, int dstLength, int& outS, int& outD,
+                         int& outLength, int& requested) {
+        const Wide skip = std::max<Wide>({0, -Wide(s), -Wide(d)});
+        const Wide asked = length - skip;
+        const Wide n = std::min<Wide>({asked, srcLength - (s + skip), dstLength - (d + skip)});
+        if (n < 1) return false;
+        outS = int(s + skip);
+        outD = int(d + skip);
+        outLength = int(n);
+        requested = int(asked);
+        return true;
+    };
+    CopyArea area;
+    if (!axis(srcX, dstX, width, src.width, dst.width, area.srcX, area.dstX, area.width,
+              area.requestedWidth) ||
+        !axis(srcY, dstY, height, src.height, dst.height, area.srcY, area.dstY, area.height,
+              area.requestedHeight))
+        return std::nullopt;
+    return area;
+}
+
+/// Into an element type with everything outside its range at the nearest end; NaN gives 0.
+template <class D, class S>
+D Saturated(S v) {
+    if constexpr (std::is_same_v<S, D> || std::is_floating_point_v<D>) {
+        return D(v);
+    } else {
+        using Wide = std::conditional_t<std::is_floating_point_v<S>, float, int>;
+        constexpr Wide low = std::numeric_limits<D>::min(), high = std::numeric_limits<D>::max();
+        Wide w = v == v ? Wide(v) : Wide(0);
+        w = w > low ? w : low;
+        w = w < high ? w : high;
+        return D(int(w));
+    }
+}
+
+/// Equal widths, equal lows: the value itself.
+template <class S, class D>
+struct Carry {
+    D operator()(S v) const { return Saturated<D>(v); }
+};
+
+/// Equal widths, different lows: moved by the difference of the lows.
+template <class S, class D>
+struct Shift {
+    using Wide = std::conditional_t<std::is_floating_point_v<S> || std::is_floating_point_v<D>, float, int>;
+    Shift(Pair<S> from, Pair<D> to) : shift(Wide(to.low) - Wide(from.low)) {}
+    D operator()(S v) const { return Saturated<D>(Wide(v) + shift); }
+    Wide shift;
+};
+
+/// Different widths: clamped to the source pair and scaled to the destination pair, in single precision and
+/// truncated. A source pair without width gives the destination's low.
+template <class S, class D>
+struct Scale {
+    Scale(Pair<S> source, Pair<D> destination)
+        : from(source),
+          to(destination),
+          low(std::min(float(to.low), float(to.high))),
+          high(std::max(float(to.low), float(to.high))),
+          scale(from.high == from.low
+                    ? 0.0f
+                    : (float(to.high) - float(to.low)) / (float(from.high) - float(from.low))) {}
+    D operator()(S v) const {
+        float t = (float(v) - float(from.low)) * scale + float(to.low);
+        if constexpr (!std::is_floating_point_v<D>) t = t == t ? t : 0.0f;
+        t = t < low ? low : t;
+        t = t > high ? high : t;
+        D result;
+        if constexpr (std::is_floating_point_v<D>)
+            result = t;
+        else
+            result = D(int(t));
+        result = v > from.high ? to.high : result;
+        return v < from.low ? to.low : result;
+    }
+    Pair<S> from;
+    Pair<D> to;
+    float low, high, scale;
+};
+
+/// Into bits: set from the source's high on.
+template <class S>
+struct Scale<S, bool> {
+    Scale(Pair<S> source, Pair<bool>) : from(source) {}
+    bool operator()(S v) const { return v >= from.high && !(v < from.low); }
+    Pair<S> from;
+};
+
+/// How a call converts; the pairs of the first channel choose it for all channels.
+enum class Method { Carry, Shift, Scale };
+
+template <class S, class D>
+Method ChooseMethod(Pair<S> from, Pair<D> to) {
+    if constexpr (std::is_same_v<S, bool> || std::is_same_v<D, bool>) return Method::Scale;
+    if (float(from.high) - float(from.low) != float(to.high) - float(to.low)) return Method::Scale;
+    return float(from.low) == float(to.low) ? Method::Carry : Method::Shift;
+}
+
+/// Calls f.operator()<T>() for the types that convert into one another: bits (bool), 8 and 16 bits, float.
+template <class F>
+bool VisitConvertible(int typeCode, F&& f) {
+    if (typeCode != DataBit) return visitDisplayElement(typeCode, f);
+    f.template operator()<bool>();
+    return true;
+}
+
+/// Calls f.operator()<S, D>() with the true element types of a channel in both images.
+template <class F>
+void VisitTypes(const Image& src, const Image& dst, int channel, F&& f) {
+    VisitConvertible(trueType(&src, channel), [&]<class S>() {
+        VisitConvertible(trueType(&dst, channel), [&]<class D>() {
+            if constexpr (!std::is_same_v<S, bool> || !std::is_same_v<D, bool>) f.template operator()<S, D>();
+        });
+    });
+}
+
+template <class S, class D, class Rule>
+void MapChannel(const Image& src, const Image& dst, const CopyArea& area, int channel, const Rule& rule) {
+    withRows<const S>(src, channel, area.srcX, area.srcY, [&](const auto& in) {
+        withRows<D>(dst, channel, area.dstX, area.dstY,
+                    [&](const auto& out) { mapRows(in, out, area.width, area.height, rule); });
+    });
+}
+
+void ConvertChannels(const Image& src, const Image& dst, const CopyArea& area, int channels) {
+    Method method = Method::Carry;
+    VisitTypes(src, dst, 0,
+               [&]<class S, class D>() { method = ChooseMethod(copyPair<S>(src, 0), copyPair<D>(dst, 0)); });
+    for (int c = 0; c < channels; ++c) {
+        VisitTypes(src, dst, c, [&]<class S, class D>() {
+            const Pair<S> from = copyPair<S>(src, c);
+            const Pair<D> to = copyPair<D>(dst, c);
+            if constexpr (!std::is_same_v<S, bool> && !std::is_same_v<D, bool>) {
+                if (method == Method::Carry) return MapChannel<S, D>(src, dst, area, c, Carry<S, D>{});
+                if (method == Method::Shift)
+                    return MapChannel<S, D>(src, dst, area, c, Shift<S, D>{from, to});
+            }
+            MapChannel<S, D>(src, dst, area, c, Scale<S, D>{from, to});
+        });
+    }
+}
+
+/// Calls f.operator()<U>() with the unsigned integer of an element's size, for elements that are only moved.
+template <class F>
+void VisitSize(int bytes, F&& f) {
+    if (bytes == 1) f.template operator()<std::uint8_t>();
+    if (bytes == 2) f.template operator()<std::uint16_t>();
+    if (bytes == 4) f.template operator()<std::uint32_t>();
+}
+
+void CopyRows(const unsigned char* src, std::ptrdiff_t srcStep, unsigned char* dst, std::ptrdiff_t dstStep,
+              std::size_t bytes, int rows) {
+    for (int y = 0; y < rows; ++y) std::memcpy(dst + y * dstStep, src + y * srcStep, bytes);
+}
+
+/// Equal element types: whole rows where channels and layout agree, else channel by channel.
+void CopyElements(const Image& src, const Image& dst, const CopyArea& area, int channels) {
+    const std::size_t element = std::size_t(DataBytes(src.dataType));
+    const bool interleaved = IsInterleaved(&dst);
+    if (src.channels == dst.channels && IsInterleaved(&src) == interleaved) {
+        const std::size_t pixel = interleaved ? element * src.channels : element;
+        for (int p = 0; p < (interleaved ? 1 : channels); ++p) {
+            const auto at = [&](const Image& image, int x, int y) {
+                return image.data + std::size_t(p) * GetImageBytes(&image) + std::size_t(y) * image.rowBytes +
+                       std::size_t(x) * pixel;
+            };
+            CopyRows(at(src, area.srcX, area.srcY), src.rowBytes, at(dst, area.dstX, area.dstY), dst.rowBytes,
+                     std::size_t(area.width) * pixel, area.height);
+        }
+        return;
+    }
+    VisitSize(int(element), [&]<class U>() {
+        for (int c = 0; c < channels; ++c) MapChannel<U, U>(src, dst, area, c, Carry<U, U>{});
+    });
+}
+
+/// Bits to bits. Columns at the same bit other than the first of a byte copy nothing (deliberate).
+void CopyBitChannels(const Image& src, const Image& dst, const CopyArea& area, int channels) {
+    const int srcBit = area.srcX % 8, dstBit = area.dstX % 8;
+    if (srcBit == dstBit && srcBit != 0) return;
+    for (int c = 0; c < channels; ++c) {
+        withRows<const bool>(src, c, area.srcX, area.srcY, [&](const auto& in) {
+            withRows<bool>(dst, c, area.dstX, area.dstY, [&](const auto& out) {
+                if (srcBit == 0 && dstBit == 0) {
+                    // Whole bytes, the bits behind the last column included.
+                    CopyRows(in.origin, in.rowStep, out.origin, out.rowStep, std::size_t(area.width + 7) / 8,
+                             area.height);
+                    return;
+                }
+                for (int y = 0; y < area.height; ++y)
+                    CopyBits(out.row(y).bytes, in.row(y).bytes, static_cast<unsigned short>(area.width),
+                             static_cast<unsigned char>(dstBit), static_cast<unsigned char>(srcBit));
+            });
+        });
+    }
+}
+
+/// Destination channels that the source lacks: the first channel again for sub type 0, else zero.
+void FillFurtherChannels(const Image& dst, const CopyArea& area, int copied) {
+    const CopyArea within{area.dstX, area.dstY, area.dstX, area.dstY, area.width, area.height, 0, 0};
+    VisitSize(DataBytes(dst.dataType), [&]<class U>() {
+        for (int c = copied; c < dst.channels; ++c) {
+            withRows<const U>(dst, 0, within.srcX, within.srcY, [&](const auto& in) {
+                withRows<U>(dst, c, within.dstX, within.dstY, [&](const auto& out) {
+                    if (GetSubType(&dst) == SubColour)
+                        mapRows(in, out, within.width, within.height, Carry<U, U>{});
+                    else
+                        mapRows(in, out, within.width, within.height, [](U) { return U(0); });
+                });
+            });
+        }
+    });
+}
+
+}  // namespace
+
+}  // namespace pzel
+
+void CopyImage(Image* src, Image* dst, int srcX, int srcY, int dstX, int dstY, int width, int height,
+               unsigned short mode) {
+    const auto area = pzel::Clip(*src, *dst, srcX, srcY, dstX, dstY, width, height);
+    if (!area) return;
+    assert(src->data && dst->data);
+    int channels = std::min(src->channels, dst->channels);
+    if (GetSubType(src) != GetSubType(dst) && GetSubType(dst) != SubNotSet) {
+        pzel::convertColourModel(*src, *dst, *area);
+        if (dst->channels != 3) pzel::FillFurtherChannels(*dst, *area, 1);
+    } else {
+        SetSubType(dst, GetSubType(src));
+        if (GetDataType(src) != GetDataType(dst)) {
+            pzel::ConvertChannels(*src, *dst, *area, channels);
+        } else if (GetDataType(src) == DataBit) {
+            pzel::CopyBitChannels(*src, *dst, *area, channels);
+            return;  // no border treatment follows bits
+        } else {
+            pzel::CopyElements(*src, *dst, *area, channels);
+        }
+        pzel::FillFurtherChannels(*dst, *area, channels);
+    }
+    pzel::treatBorder(*dst, *area, mode);
+}
+
+void CopyImage(Image* src, Image* dst, int srcX, int srcY, int dstX, int dstY, int width, int height,
+               char mode) {
+    CopyImage(src, dst, srcX, srcY, dstX, dstY, width, height,
+              static_cast<unsigned short>(static_cast<signed char>(mode)));
+}
