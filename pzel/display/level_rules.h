@@ -1,0 +1,126 @@
+// From an element to a display byte: the rules of one channel, prepared once from its levels and its table.
+//
+//   Identity     the full 8-bit range without a table
+//   Linear       levels without a table, rounded
+//   Table        levels through a table of 512 entries, truncated
+//   TableDirect  the full range of 8 or unsigned 16 bits through a table, without arithmetic
+//   Guarded      any levels and table whose scale is no usable number
+//
+// ruleKind chooses, withRule constructs. All arithmetic is in single precision; a value that is not a number
+// counts as black.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+
+#include "pzel/image/element.h"
+
+namespace pzel {
+
+constexpr int kTableEntries = 512;
+constexpr int kLastEntry = kTableEntries - 1;
+
+/// Levels in increasing order with a usable scale. The input is clamped, not the output: that vectorises
+/// well, and both ends come out exact.
+template <class T>
+struct Scaled {
+    Scaled(Pair<T> levels, float top)
+        : black(levels.low), white(levels.high), scale(top / float(white - black)) {}
+    /// 0 … top, linearly from black to white.
+    float operator()(T v) const {
+        v = v > black ? v : black;  // in this order NaN becomes black
+        v = v < white ? v : white;
+        return float(v - black) * scale;
+    }
+    T black, white;
+    float scale;
+};
+
+/// 8-bit data at full range are their own bytes.
+template <class T>
+struct Identity {
+    Identity(Pair<T>, const unsigned char*) {}
+    std::uint8_t operator()(T v) const { return v; }
+};
+
+template <class T>
+struct Linear {
+    Linear(Pair<T> levels, const unsigned char*) : scaled(levels, 255.0f) {}
+    std::uint8_t operator()(T v) const { return std::uint8_t(int(scaled(v) + 0.5f)); }
+    Scaled<T> scaled;
+};
+
+template <class T>
+struct Table {
+    Table(Pair<T> levels, const unsigned char* lut) : scaled(levels, float(kLastEntry)), table(lut) {}
+    std::uint8_t operator()(T v) const {
+        return v >= scaled.white ? table[kLastEntry] : table[int(scaled(v))];
+    }
+    Scaled<T> scaled;
+    const unsigned char* table;
+};
+
+/// Reads other entries than Table would, deliberately: 255 gives entry 510, 65535 entry 511.
+template <class T>
+struct TableDirect {
+    static_assert(std::is_unsigned_v<T>);
+    TableDirect(Pair<T>, const unsigned char* lut) : table(lut) {}
+    std::uint8_t operator()(T v) const { return sizeof(T) == 1 ? table[2 * v] : table[v >> 7]; }
+    const unsigned char* table;
+};
+
+/// Equal, inverted or immense levels: the comparisons decide first, and no conversion overflows.
+template <class T>
+struct Guarded {
+    Guarded(Pair<T> levels, const unsigned char* lut)
+        : black(levels.low), white(levels.high), table(lut), range(float(white) - float(black)) {}
+    std::uint8_t operator()(T v) const {
+        const int top = table ? kLastEntry : 255;
+        int index = 0;
+        if (v >= white && v > black) {
+            index = top;
+        } else if (v > black) {
+            const float t = (float(v) - float(black)) * (float(top) / range) + (table ? 0.0f : 0.5f);
+            index = t >= float(top) ? top : int(t > 0 ? t : 0.0f);
+        }
+        return table ? table[index] : std::uint8_t(index);
+    }
+    T black, white;
+    const unsigned char* table;
+    float range;
+};
+
+enum class RuleKind { Identity, Linear, Table, TableDirect, Guarded };
+
+template <class T>
+RuleKind ruleKind(Pair<T> levels, const unsigned char* lut) {
+    if (!(levels.high > levels.low)) return RuleKind::Guarded;
+    if constexpr (std::is_floating_point_v<T>) {
+        const float range = levels.high - levels.low;
+        if (!std::isfinite(float(kLastEntry) / range) || !std::isnormal(255.0f / range))
+            return RuleKind::Guarded;
+    }
+    const bool full = std::is_unsigned_v<T> && levels == fullRange<T>();
+    if (lut) return full ? RuleKind::TableDirect : RuleKind::Table;
+    return full && sizeof(T) == 1 ? RuleKind::Identity : RuleKind::Linear;
+}
+
+/// Calls f with the rule of a channel; every rule is constructed from (levels, table).
+template <class T, class F>
+void withRule(Pair<T> levels, const unsigned char* lut, F&& f) {
+    switch (ruleKind(levels, lut)) {
+        case RuleKind::Identity:
+            if constexpr (sizeof(T) == 1) f(Identity<T>(levels, lut));
+            break;
+        case RuleKind::Linear: f(Linear<T>(levels, lut)); break;
+        case RuleKind::Table: f(Table<T>(levels, lut)); break;
+        case RuleKind::TableDirect:
+            if constexpr (std::is_unsigned_v<T>) f(TableDirect<T>(levels, lut));
+            break;
+        case RuleKind::Guarded: f(Guarded<T>(levels, lut)); break;
+    }
+}
+
+}  // namespace pzel

@@ -1,0 +1,172 @@
+// From image data to bitmap bytes: which channels, which rule, which rows. The rules are in level_rules.h,
+// yuv_rules.h and joint_rule.h, the walkers in plane.h and pixel_rows.h.
+#include "pzel/display/map_data.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+
+#include "pzel/bounds/bound_entries.h"
+#include "pzel/bounds/bounds.h"
+#include "pzel/display/joint_rule.h"
+#include "pzel/display/level_rules.h"
+#include "pzel/display/pixel_rows.h"
+#include "pzel/display/yuv_rules.h"
+#include "pzel/image/plane.h"
+
+namespace pzel {
+
+namespace {
+
+/// Where the bytes go, and what part of the image they come from.
+struct Job {
+    Image* image;
+    int x, y, width, height;
+    ContiguousRows<std::uint8_t> out;
+    const unsigned char* lut;
+
+    template <class T>
+    Pair<T> levels(int channel) const {
+        return boundEntry<T>(GetBound(image), channel);
+    }
+    const unsigned char* table(int channel) const { return lut ? lut + channel * kTableEntries : nullptr; }
+};
+
+/// Bits are copied as they are, whole rows of the image from its start.
+void CopyBitRows(const Job& job) {
+    for (int y = 0; y < job.height; ++y)
+        std::memcpy(job.out.row(y), job.image->data + std::ptrdiff_t(y) * job.image->rowBytes,
+                    job.image->rowBytes);
+}
+
+/// One channel as one byte a pixel.
+template <class T>
+void MapChannel(const Job& job, int channel) {
+    withRule(job.levels<T>(channel), job.lut, [&](const auto& rule) {
+        withRows<const T>(*job.image, channel, job.x, job.y,
+                          [&](const auto& in) { mapRows(in, job.out, job.width, job.height, rule); });
+    });
+}
+
+/// Three channels by their own levels. Equal levels without a table see interleaved rows as samples of one
+/// channel; rules of one kind run in one pass, others channel by channel.
+template <class T>
+void MapColour(const Job& job) {
+    const Pair<T> blue = job.levels<T>(0), green = job.levels<T>(1), red = job.levels<T>(2);
+    withRule(blue, job.lut, [&](const auto& first) {
+        using Rule = std::decay_t<decltype(first)>;
+        if (!job.lut && blue == green && blue == red && IsInterleaved(job.image)) {
+            const auto* start = reinterpret_cast<const T*>(GetImageData(job.image, job.x, job.y));
+            const ContiguousRows<const T> in{start, job.image->rowBytes};
+            mapRows(in, job.out, 3 * job.width, job.height, first);
+            return;
+        }
+        const RuleKind kind = ruleKind(blue, job.lut);
+        if (kind == ruleKind(green, job.lut) && kind == ruleKind(red, job.lut)) {
+            const ByChannel<Rule> rule{first, Rule(green, job.table(1)), Rule(red, job.table(2))};
+            withThreePlanes<T, T>(*job.image, job.x, job.y, [&](const auto& a, const auto& b, const auto& c) {
+                mapPixelRows(a, b, c, job.out, job.width, job.height, rule);
+            });
+            return;
+        }
+        for (int c = 0; c < 3; ++c) {
+            const StridedRows<std::uint8_t, 3> out{{job.out.origin + c, job.out.rowStep}, 3};
+            withRule(job.levels<T>(c), job.table(c), [&](const auto& rule) {
+                withRows<const T>(*job.image, c, job.x, job.y,
+                                  [&](const auto& in) { mapRows(in, out, job.width, job.height, rule); });
+            });
+        }
+    });
+}
+
+template <class Y, class C, class Rule>
+void MapYuvRows(const Job& job, const Rule& rule) {
+    withThreePlanes<Y, C>(*job.image, job.x, job.y, [&](const auto& y, const auto& u, const auto& v) {
+        mapPixelRows(y, u, v, job.out, job.width, job.height, rule);
+    });
+}
+
+/// Luminance by its levels, the differences by the high ends of theirs.
+template <class T>
+void MapYuv(const Job& job) {
+    using Y = typename YuvElements<T>::Luminance;
+    using C = typename YuvElements<T>::Difference;
+    const Pair<Y> levels = job.levels<Y>(0);
+    const C highU = job.levels<C>(1).high, highV = job.levels<C>(2).high;
+    if (!job.lut) {
+        using Difference = LinearDifference<C>;
+        MapYuvRows<Y, C>(job, YuvRule<LinearLuminance<Y>, Difference, LinearMatrix>{
+                                  {levels, nullptr}, {highU, nullptr}, {highV, nullptr}, {}});
+        return;
+    }
+    withRule(levels, job.lut, [&](const auto& luminance) {
+        using Luminance = std::decay_t<decltype(luminance)>;
+        using Difference = TableDifference<C>;
+        MapYuvRows<Y, C>(job, YuvRule<Luminance, Difference, TableMatrix>{
+                                  luminance, {highU, job.table(1)}, {highV, job.table(2)}, {}});
+    });
+}
+
+/// Colour by the levels of hue, saturation and intensity.
+template <class T>
+void MapJoint(const Job& job) {
+    const JointLevels<T> levels(job.image);
+    withThreePlanes<T, T>(*job.image, job.x, job.y, [&](const auto& b, const auto& g, const auto& r) {
+        if (job.lut || levels.hue.isOn())
+            mapPixelRows(b, g, r, job.out, job.width, job.height, JointFull<T>{levels, job.lut});
+        else
+            mapPixelRows(b, g, r, job.out, job.width, job.height, JointHueKept<T>{levels});
+    });
+}
+
+/// The channel that a channel mode shows.
+int ShownChannel(unsigned char mode, bool yuv) {
+    switch (mode) {
+        case 0x40: return yuv ? 0 : 2;
+        case 0x80: return 1;
+        case 0xC0: return yuv ? 2 : 0;
+        default: return 0;
+    }
+}
+
+template <class T>
+void MapThree(const Job& job, unsigned char mode) {
+    const bool yuv = GetSubType(job.image) == SubYuv;
+    if (mode) return MapChannel<T>(job, ShownChannel(mode, yuv));
+    if (yuv) {
+        using Element = std::conditional_t<std::is_same_v<T, std::int16_t>, std::uint16_t, T>;
+        return MapYuv<Element>(job);
+    }
+    if (GetBoundType(job.image) != BoundHsi) return MapColour<T>(job);
+    // Levels of hue and the like know the sign of 8-bit data, which the others do not.
+    using Signed8 = std::conditional_t<sizeof(T) == 1, std::int8_t, T>;
+    if (GetDataType(job.image) == DataInt8)
+        MapJoint<Signed8>(job);
+    else
+        MapJoint<T>(job);
+}
+
+/// Calls f.operator()<T>() with the type that elements are compared in: 8-bit data are unsigned in both
+/// types.
+template <class F>
+void VisitShownElement(int typeCode, F&& f) {
+    visitDisplayElement(typeCode == DataInt8 ? int(DataUInt8) : typeCode, [&]<class T>() {
+        if constexpr (!std::is_same_v<T, std::int8_t>) f.template operator()<T>();
+    });
+}
+
+}  // namespace
+
+}  // namespace pzel
+
+void MapData(unsigned char* dst, unsigned short dstRowBytes, unsigned short width, unsigned short height,
+             Image* image, short x0, short y0, const unsigned char* lut, unsigned char channelMode) {
+    if (!image->data || width == 0 || height == 0) return;
+    const pzel::Job job{image, x0, y0, width, height, {dst, dstRowBytes}, lut};
+    if (GetDataType(image) == DataBit) return pzel::CopyBitRows(job);
+    assert(x0 >= 0 && y0 >= 0 && x0 + width <= image->width && y0 + height <= image->height);
+    pzel::VisitShownElement(GetDataType(image), [&]<class T>() {
+        if (image->channels == 1) pzel::MapChannel<T>(job, 0);
+        if (image->channels == 3) pzel::MapThree<T>(job, channelMode);
+    });
+}

@@ -1,0 +1,255 @@
+// From a component's current image to its display bitmap: which image, which part of it, at which depth, and
+// the memory for it. Members of Comp; the mapping itself is MapData.
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+#include <new>
+
+#include "pzel/bounds/bounds.h"
+#include "pzel/component/comp.h"
+#include "pzel/display/bitmap.h"
+#include "pzel/display/map_data.h"
+#include "pzel/image/bits.h"
+#include "pzel/image/lifecycle.h"
+
+namespace {
+
+bool ShowsDataArea(const Comp& comp) {
+    return (comp.flagsA & CompExtentMask) == CompExtentDataArea;
+}
+
+int WidthOf(const SRect& area) {
+    return area.right - area.left + 1;
+}
+int HeightOf(const SRect& area) {
+    return area.bottom - area.top + 1;
+}
+
+/// Where in the bitmap a picture starts that stands at (left, top): bits in front of a whole byte are
+/// dropped.
+std::size_t StartOffset(int rowBytes, int bits, int left, int top) {
+    return std::size_t(rowBytes) * std::size_t(top) + std::size_t(bits) * std::size_t(left) / 8;
+}
+
+/// Bytes that MapData writes for one row.
+std::size_t MappedRowBytes(const Image& image, int width, unsigned char channelMode) {
+    if (GetDataType(&image) == DataBit) return image.rowBytes;
+    return std::size_t(width) * (image.channels == 3 && channelMode == 0 ? 3 : 1);
+}
+
+const unsigned char* TableOf(const Comp& comp) {
+    return comp.remapper ? comp.remapper->GetLookupTable() : nullptr;
+}
+
+/// Copies a boundary image, two bit rows for each image row; both row lengths speak of the pair.
+void CopyBoundaryRows(unsigned char* dst, int dstRowBytes, const unsigned char* src, int srcRowBytes,
+                      int width, int height, int shift) {
+    assert(srcRowBytes / 2 >= (width + 7) / 8 || height == 0);
+    const int rows = std::uint16_t(2 * height);
+    for (int y = 0; y < rows; ++y, dst += dstRowBytes / 2, src += srcRowBytes / 2) {
+        if (shift == 0)
+            std::memcpy(dst, src, std::size_t(width + 7) / 8);
+        else
+            CopyBits(dst, src, static_cast<unsigned short>(width), 0, static_cast<unsigned char>(shift));
+    }
+}
+
+/// Switches the bound of a component's images: the first is converted, the others take over the section of
+/// the type that the first comes from (deliberate: they are not converted one by one).
+void SwitchImages(Comp& comp, unsigned char from, unsigned char to) {
+    if (!comp.images) return;
+    Image* first = comp.images;
+    SwitchBoundType(first, from, to);
+    const unsigned char* source = GetBound(first, from);
+    for (int i = 1; i < comp.imageFrames; ++i) {
+        unsigned char* destination = GetBound(comp.images + i, to);
+        if (source && destination) std::memcpy(destination, source, std::size_t(GetBoundBytes(first)));
+        SetBoundType(comp.images + i, to);
+    }
+}
+
+}  // namespace
+
+void Comp::GetValidDataArea(unsigned short& left, unsigned short& top, unsigned short& w, unsigned short& h) {
+    GetValidDataArea(GetCurrentImage(), left, top, w, h);
+}
+
+void Comp::GetValidDataArea(Image* image, unsigned short& left, unsigned short& top, unsigned short& w,
+                            unsigned short& h) {
+    if (ShowsDataArea(*this) && dataArea) {
+        left = static_cast<unsigned short>(dataArea->left);
+        top = static_cast<unsigned short>(dataArea->top);
+        w = static_cast<unsigned short>(WidthOf(*dataArea));
+        h = static_cast<unsigned short>(HeightOf(*dataArea));
+    } else {
+        left = top = 0;
+        w = image ? image->width : 0;
+        h = image ? image->height : 0;
+    }
+}
+
+Image* Comp::GetFlatImage() {
+    if (IsValidImage(flatImage)) return flatImage;
+    if (flatComp && !(flatComp->flagsA & CompHidden) && IsValidImage(flatComp->GetCurrentImage()))
+        return flatComp->GetCurrentImage();
+    return GetCurrentImage();
+}
+
+Image* Comp::GetFlatImage(unsigned short& left, unsigned short& top, unsigned short& w, unsigned short& h) {
+    short dx, dy;
+    return GetFlatImage(dx, dy, left, top, w, h);
+}
+
+Image* Comp::GetFlatImage(short& dx, short& dy, unsigned short& left, unsigned short& top, unsigned short& w,
+                          unsigned short& h) {
+    Image* image = GetFlatImage();
+    dx = dy = 0;
+    if (image && image == flatImage) {
+        left = top = 0;
+        w = image->width;
+        h = image->height;
+        if (ShowsDataArea(*this) && dataArea) {
+            dx = dataArea->left;
+            dy = dataArea->top;
+        }
+    } else if (image && image != GetCurrentImage()) {
+        flatComp->GetValidDataArea(image, left, top, w, h);
+        dx = flatComp->x;
+        dy = flatComp->y;
+    } else {
+        GetValidDataArea(image, left, top, w, h);
+    }
+    return image;
+}
+
+int Comp::ComputeBmpBits(Image* image) {
+    const unsigned short major = GetCompMType();
+    if (major == MajorBoundary || major == MajorVector) return 1;
+    if (major == MajorNoBitmap) return 0;
+    if (!image) image = GetFlatImage();
+    if (!IsValidImage(image)) return 0;
+    const int type = ::GetDataType(image);
+    if (image->channels == 1) return type == DataNone ? 0 : type == DataBit ? 1 : 8;
+    if (image->channels == 3) return flagsA & CompChannelMask ? 8 : 24;
+    return 0;
+}
+
+int Comp::ComputeBmpBits() {
+    return ComputeBmpBits(GetFlatImage());
+}
+
+/// Makes sure that the bitmap has at least so many bytes: a new one starts with zeros, one of ours that is
+/// too small keeps its contents. One that somebody else put there is taken as large enough.
+unsigned char* Comp::PrepareBitmap(std::size_t bytes) {
+    if (bitmap && (bitmap != bitmapBlock || bitmapCapacity >= bytes)) return bitmap;
+    auto* block = static_cast<unsigned char*>(::operator new(bytes));
+    const std::size_t kept = bitmap ? bitmapCapacity : 0;
+    if (kept) std::memcpy(block, bitmap, kept);
+    std::memset(block + kept, 0, bytes - kept);
+    ::operator delete(bitmap);
+    bitmap = block;
+    bitmapBlock = block;
+    bitmapCapacity = bytes;
+    return bitmap;
+}
+
+void Comp::DeleteBitmap() {
+    ::operator delete(bitmap);
+    bitmap = nullptr;
+    bitmapBlock = nullptr;
+    bitmapCapacity = 0;
+    bmpWidth = bmpHeight = bmpRowBytes = bmpLeft = bmpTop = 0;
+    bmpBits = 0;
+}
+
+void Comp::ComputeBitmap(int frame) {
+    switch (GetCompMType()) {
+        case MajorPicture: ComputeImageBmp(frame); break;
+        case MajorBoundary: ComputeBoundaryBmp(); break;
+        case MajorVector: ComputeVectorBmp(); break;
+        default: break;
+    }
+}
+
+void Comp::ComputeImageBmp(int) {
+    short dx, dy;
+    unsigned short left, top, w, h;
+    Image* image = GetFlatImage(dx, dy, left, top, w, h);
+    if (!image) return;
+    if (!bitmap) {
+        const int bits = ComputeBmpBits(image);
+        bmpBits = static_cast<std::uint8_t>(bits);
+        if (bits == 0) return;
+        bmpWidth = w;
+        bmpHeight = h;
+        bmpRowBytes = ComputeBmpLineBytes(w, bits);
+    }
+    bmpLeft = static_cast<std::uint16_t>(std::max(dx + left, 0));
+    bmpTop = static_cast<std::uint16_t>(std::max(dy + top, 0));
+    const auto channelMode = static_cast<unsigned char>(flagsA & CompChannelMask);
+    // Room for the bitmap as it is declared, and for every row that is written, wherever the picture starts.
+    const std::size_t start = StartOffset(bmpRowBytes, bmpBits, bmpLeft, bmpTop);
+    const std::size_t rows = std::max(h, bmpHeight);
+    const std::size_t lastRow = std::max<std::size_t>(bmpRowBytes, MappedRowBytes(*image, w, channelMode));
+    unsigned char* bits = PrepareBitmap(start + bmpRowBytes * rows + lastRow);
+    MapData(bits + start, bmpRowBytes, w, h, image, static_cast<short>(left), static_cast<short>(top),
+            TableOf(*this), channelMode);
+    flagsA &= static_cast<std::uint16_t>(~CompBitmapOutOfDate);
+}
+
+void Comp::ComputeBoundaryBmp() {
+    short dx, dy;
+    unsigned short left, top, w, h;
+    const Image* image = GetFlatImage(dx, dy, left, top, w, h);
+    if (!image || !image->data) return;
+    const bool part = ShowsDataArea(*this) && dataArea;
+    if (!bitmap) {
+        bmpBits = 1;
+        bmpWidth = part ? static_cast<std::uint16_t>(WidthOf(*dataArea)) : image->width;
+        bmpHeight = part ? static_cast<std::uint16_t>(HeightOf(*dataArea)) : image->height;
+        bmpRowBytes = static_cast<std::uint16_t>(2 * ComputeBmpLineBytes(bmpWidth, 1));
+    }
+    bmpLeft = bmpTop = 0;
+    const std::size_t line = std::size_t(bmpWidth + 7) / 8;
+    unsigned char* bits = PrepareBitmap(std::size_t(bmpRowBytes) * bmpHeight + line);
+    const unsigned char* source = image->data;
+    int shift = 0;
+    if (part) {
+        source += std::ptrdiff_t(dataArea->top) * image->rowBytes + dataArea->left / 8;
+        shift = dataArea->left % 8;
+    }
+    assert(shift >= 0);
+    CopyBoundaryRows(bits, bmpRowBytes, source, image->rowBytes, bmpWidth, bmpHeight, shift);
+    flagsA &= static_cast<std::uint16_t>(~CompBitmapOutOfDate);
+}
+
+void Comp::ComputeVectorBmp() {
+    // Vector fields have no picture of their own yet: only the sampling steps are settled.
+    if (info && info->vectorStepX == 0) info->vectorStepX = info->vectorStepY = 1;
+    flagsA &= static_cast<std::uint16_t>(~CompBitmapOutOfDate);
+}
+
+bool Comp::SwitchMapingMode(int mode) {
+    Image* image = GetCurrentImage();
+    if (!image || GetImageType(image) != 0) return false;
+    const unsigned char from = GetBoundType(image);
+    const bool joint = mode >= image->channels;
+    if (joint == (from == BoundHsi)) return false;
+    const unsigned char to = joint ? BoundHsi : BoundData;
+    SwitchImages(*this, from, to);
+    if (remapper) remapper->SetMode(mode < 3 ? 0 : 1, 1);
+    if (flatComp) SwitchImages(*flatComp, from, to);
+    if (flatImage && flatImage != image) SwitchBoundType(flatImage, from, to);
+    return true;
+}
+
+ShownBitmap Comp::GetShownBitmap() const {
+    if (!bitmap || bmpBits == 0) return {};
+    const bool boundary = bmpBits == 1 && bmpRowBytes == 2 * ComputeBmpLineBytes(bmpWidth, 1);
+    return {bitmap + StartOffset(bmpRowBytes, bmpBits, bmpLeft, bmpTop),
+            bmpWidth,
+            bmpHeight,
+            bmpRowBytes,
+            bmpBits,
+            boundary ? 2 : 1};
+}

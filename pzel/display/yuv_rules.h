@@ -1,0 +1,113 @@
+// From luminance and two colour differences to blue, green and red bytes: linear, or through three tables.
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+
+#include "pzel/display/level_rules.h"
+#include "pzel/display/pixel_rows.h"
+#include "pzel/image/element.h"
+
+namespace pzel {
+
+/// How 8-, 16-bit and float YUV pixels are read: luminance unsigned, differences signed.
+template <class T>
+struct YuvElements {
+    using Luminance = T;
+    using Difference = T;
+};
+template <>
+struct YuvElements<std::uint8_t> {
+    using Luminance = std::uint8_t;
+    using Difference = std::int8_t;
+};
+template <>
+struct YuvElements<std::uint16_t> {
+    using Luminance = std::uint16_t;
+    using Difference = std::int16_t;
+};
+
+/// Truncated and clamped to a byte; not a number gives 0.
+template <class Real>
+std::uint8_t toByte(Real v) {
+    v = v > 0 ? v : 0;
+    v = v < 255 ? v : 255;
+    return std::uint8_t(int(v));
+}
+
+/// Luminance 0 … 255 between its levels.
+template <class T>
+struct LinearLuminance {
+    LinearLuminance(Pair<T> levels, const unsigned char*)
+        : black(levels.low), white(levels.high), scale(255.0f / (float(white) - float(black))) {}
+    float operator()(T v) const {
+        float y = float(v - black) * scale;
+        y = v >= white ? 255.0f : y;
+        return v > black ? y : 0.0f;
+    }
+    T black, white;
+    float scale;
+};
+
+/// A colour difference -127.5 … 127.5 within symmetric limits; not a number counts as the lower one.
+template <class T>
+struct LinearDifference {
+    LinearDifference(T highEnd, const unsigned char*) : limit(float(highEnd)), scale(127.5f / limit) {}
+    float operator()(T v) const {
+        float u = (float(v) + limit) * scale - 127.5f;
+        u = float(v) >= limit ? 127.5f : u;
+        return float(v) > -limit ? u : -127.5f;
+    }
+    float limit, scale;
+};
+
+/// A colour difference through a table of its magnitudes, with its sign.
+template <class T>
+struct TableDifference {
+    TableDifference(T highEnd, const unsigned char* lut)
+        : limit(float(highEnd)), scale(float(kLastEntry) / limit), table(lut) {}
+    float operator()(T v) const {
+        const float value = float(v), magnitude = value < 0 ? -value : value;
+        int entry = kLastEntry;
+        if (magnitude < limit) {
+            const float t = magnitude * scale;
+            entry = t < float(kLastEntry) ? int(t) : kLastEntry;
+        }
+        const float shown = table[entry];
+        return value < 0 ? -shown : shown;
+    }
+    float limit, scale;
+    const unsigned char* table;
+};
+
+/// The linear way: differences of 127.5 are full colour.
+struct LinearMatrix {
+    Bgr operator()(float y, float u, float v) const {
+        // The blue factor alone is held in double precision.
+        return {toByte(y + 1.77304 * double(u)), toByte(y - 0.34437f * u - 0.714407f * v),
+                toByte(y + 1.402581f * v)};
+    }
+};
+
+/// The way through tables: differences of 255 are full colour. The red factor is not half of the linear one,
+/// deliberately.
+struct TableMatrix {
+    Bgr operator()(float y, float u, float v) const {
+        return {toByte(y + 0.88652f * u), toByte(y - 0.172185f * u - 0.357204f * v),
+                toByte(y + 0.512905f * v)};
+    }
+};
+
+/// A pixel rule made of the three channels' rules and a matrix.
+template <class LuminanceRule, class DifferenceRule, class Matrix>
+struct YuvRule {
+    LuminanceRule luminance;
+    DifferenceRule first, second;
+    Matrix matrix;
+    template <class Y, class C>
+    Bgr operator()(Y y, C u, C v) const {
+        return matrix(luminance(y), first(u), second(v));
+    }
+};
+
+}  // namespace pzel
