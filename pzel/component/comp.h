@@ -194,6 +194,9 @@ class PZEL_API Comp final : public IComponent {
     void DeleteBitmap();
 
   private:
+    friend PZEL_API void CopyComp(Comp* dst, const Comp* src, bool withBitmap);
+    struct Fields;
+
     void CleanupSceneList();
     unsigned char* PrepareBitmap(std::size_t bytes);
 

@@ -1,0 +1,128 @@
+// Black and white levels of components and movies: entries of the data bound of the shown image, or of its
+// HSI bound for the channels behind the last. Making levels from data is the bounds' business.
+#include <array>
+
+#include "pzel/bounds/bound_entries.h"
+#include "pzel/bounds/bounds.h"
+#include "pzel/component/comp.h"
+#include "pzel/component/movie.h"
+#include "pzel/image/convert.h"
+
+namespace {
+
+bool hasLevels(int type) {
+    return type >= DataUInt8 && type <= DataFloat;
+}
+
+int unsignedPartner(int type) {
+    return type == DataInt8 || type == DataInt16 || type == DataInt32 ? type - 1 : type;
+}
+
+int signedPartner(int type) {
+    return type == DataUInt8 || type == DataUInt16 || type == DataUInt32 ? type + 1 : type;
+}
+
+/// Which entry of which bound a channel of a component names, and how its elements are read.
+class LevelEntry {
+  public:
+    LevelEntry(int typeWord, int numbChannels, int channel) : entry(channel) {
+        if (typeWord == SubYuv) {
+            sign = channel == 0 ? Sign::Unsigned : channel <= 2 ? Sign::Signed : Sign::Own;
+        } else if (typeWord == SubColour && channel >= numbChannels) {
+            hsi = true;
+            sign = Sign::Unsigned;
+            entry -= numbChannels;
+        }
+        exists = entry < numbChannels;
+    }
+
+    /// The channel by which observers and the bitmap know the entry.
+    int channel() const { return entry; }
+
+    /// Calls f with the entry's pair in an image; false where the image has none.
+    template <class F>
+    bool visit(Image* image, F&& f) const {
+        if (!exists || image == nullptr || entry >= image->channels) return false;
+        unsigned char* const bound = hsi ? GetHSIBound(image) : GetBound(image);
+        if (bound == nullptr) return false;
+        return pzel::visitElement(elementType(image),
+                                  [&]<class T>() { f(pzel::boundEntry<T>(bound, entry)); });
+    }
+
+  private:
+    enum class Sign { Own, Unsigned, Signed };
+
+    int elementType(const Image* image) const {
+        const int type = GetDataType(image);
+        return sign == Sign::Unsigned ? unsignedPartner(type)
+               : sign == Sign::Signed ? signedPartner(type)
+                                      : type;
+    }
+
+    int entry;
+    bool hsi = false;
+    bool exists;
+    Sign sign = Sign::Own;
+};
+
+/// True when the pair was another one before.
+template <class T>
+bool store(pzel::Pair<T>& pair, const CompBlackWhite& levels) {
+    const pzel::Pair<T> wanted{pzel::narrowWide<T>(levels.black), pzel::narrowWide<T>(levels.white)};
+    bool same = pair == wanted;
+    // The white of float data is compared unnarrowed: one that no float holds is a change each time
+    // (deliberate).
+    if constexpr (std::is_floating_point_v<T>) {
+        same = pair.low == wanted.low && static_cast<double>(pair.high) == levels.white;
+    }
+    if (!same) pair = wanted;
+    return !same;
+}
+
+bool store(const LevelEntry& entry, Image* image, const CompBlackWhite& levels) {
+    bool changed = false;
+    entry.visit(image, [&](auto& pair) { changed = store(pair, levels); });
+    return changed;
+}
+
+}  // namespace
+
+unsigned char* Comp::GetCompBound() {
+    Image* const image = GetFlatImage();
+    return image == nullptr ? nullptr : GetBound(image);
+}
+
+CompBlackWhite Comp::GetBlackWhite(int channel) {
+    const ImageDataType type = GetDataType();
+    if (type == DataBit) return {0.0, 1.0};
+    CompBlackWhite result;
+    if (!hasLevels(type) || channel < 0) return result;
+    const LevelEntry entry(GetCompType(), GetNumbChannels(), channel);
+    entry.visit(GetFlatImage(), [&](const auto& pair) {
+        result.black = pair.low;
+        result.white = pair.high;
+    });
+    return result;
+}
+
+void Comp::SetBlackWhite(int channel, const CompBlackWhite& wanted) {
+    if (!hasLevels(GetDataType()) || channel < 0) return;
+    const LevelEntry entry(GetCompType(), GetNumbChannels(), channel);
+    Image* const shown = GetFlatImage();
+    if (!store(entry, shown, wanted)) return;
+    const std::array others{flatComp == nullptr ? nullptr : flatComp->GetCurrentImage(), GetCurrentImage(),
+                            flatImage};
+    for (Image* other : others) {
+        if (other != shown) store(entry, other, wanted);
+    }
+    ComputeBitmap(entry.channel());
+    NotifyObserver(EventBlackWhite, entry.channel());
+}
+
+CompBlackWhite Movie::GetBlackWhite(int channel) {
+    return IsComposite() ? CompBlackWhite() : FirstChild()->GetBlackWhite(channel);
+}
+
+void Movie::SetBlackWhite(int channel, const CompBlackWhite& wanted) {
+    if (!IsComposite()) FirstChild()->SetBlackWhite(channel, wanted);
+}

@@ -1,0 +1,58 @@
+// The life of a scene as a value: copies of strings and ranges that share nothing. Who keeps scenes, and who
+// hears of them, is the component's business.
+#include "pzel/component/movie_scene.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+namespace {
+
+std::unique_ptr<char[]> copyText(const char* text) {
+    const std::size_t bytes = text == nullptr ? 1 : std::strlen(text) + 1;
+    auto copy = std::make_unique<char[]>(bytes);
+    if (text != nullptr) std::memcpy(copy.get(), text, bytes);
+    return copy;
+}
+
+}  // namespace
+
+MovieScene::MovieScene(const char* sceneName, const char* sceneDescription, std::uint32_t count,
+                       const Range* from)
+    : numbRanges(count) {
+    assert(count == 0 || from != nullptr);
+    auto nameCopy = copyText(sceneName);
+    auto descriptionCopy = copyText(sceneDescription);
+    if (count > 0) {
+        ranges = new Range[count];
+        std::copy_n(from, count, ranges);
+    }
+    name = nameCopy.release();
+    description = descriptionCopy.release();
+}
+
+MovieScene::MovieScene(const MovieScene& other)
+    : MovieScene(other.name, other.description, other.numbRanges, other.ranges) {}
+
+MovieScene::MovieScene(MovieScene&& other) noexcept
+    : name(std::exchange(other.name, nullptr)),
+      description(std::exchange(other.description, nullptr)),
+      numbRanges(std::exchange(other.numbRanges, 0)),
+      ranges(std::exchange(other.ranges, nullptr)) {}
+
+// `other` is a value of its own: it leaves with what this scene held.
+MovieScene& MovieScene::operator=(MovieScene other) noexcept {
+    std::swap(name, other.name);
+    std::swap(description, other.description);
+    std::swap(numbRanges, other.numbRanges);
+    std::swap(ranges, other.ranges);
+    return *this;
+}
+
+MovieScene::~MovieScene() {
+    delete[] name;
+    delete[] description;
+    delete[] ranges;
+}
