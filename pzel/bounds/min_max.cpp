@@ -15,7 +15,8 @@ namespace {
 /// vectorises for floats too; NaN compares false and never enters, but a first one stays.
 template <class T>
 Pair<T> MinMax(const T* data, std::size_t count) {
-    constexpr std::size_t lanes = 64 / sizeof(T);
+    // Fewer lanes of floats would be unrolled into scalars before the vectoriser sees them.
+    constexpr std::size_t lanes = 128 / sizeof(T);
     const T first = data[0];
     T low[lanes], high[lanes];
     std::fill_n(low, lanes, first);

@@ -52,43 +52,52 @@ struct JointLevels {
     float low[3], inverse[3];
 };
 
-inline Bgr toBgr(Rgb c) {
-    const auto byte = [](float v) { return std::uint8_t(int(clampUnit(v) * 255.0f + 0.5f)); };
-    return {byte(c.blue), byte(c.green), byte(c.red)};
-}
+/// Runs a rule from normalised colour to shown colour over a block of pixels.
+template <class T, class Rule>
+struct JointRule {
+    JointLevels<T> levels;
+    Rule rule;
+    template <class Row>
+    void operator()(const Row& b, const Row& g, const Row& r, int count, BgrBlock& out) const {
+        const auto byte = [](float v) { return std::uint8_t(int(clampUnit(v) * 255.0f + 0.5f)); };
+        for (int i = 0; i < count; ++i) {
+            const Rgb shown = rule(levels, levels.normalised(b[i], g[i], r[i]));
+            out.blue[i] = byte(shown.blue);
+            out.green[i] = byte(shown.green);
+            out.red[i] = byte(shown.red);
+        }
+    }
+};
 
 /// Hue stays: every colour is the intensity plus its scaled distance from it, without trigonometry.
-template <class T>
-struct JointHueKept {
-    JointLevels<T> levels;
-    Bgr operator()(T b, T g, T r) const {
-        const Rgb c = levels.normalised(b, g, r);
+struct HueKept {
+    template <class Levels>
+    Rgb operator()(const Levels& levels, Rgb c) const {
         const float i = (c.red + c.green + c.blue) * 0.33333334f;
         const float shown = levels.intensity(i);
         const float spread = i - std::min({c.red, c.green, c.blue});  // saturation * intensity
-        if (!(spread > 0)) return toBgr({shown, shown, shown});
+        if (!(spread > 0)) return {shown, shown, shown};
         const float k = levels.saturation(spread / i) * shown / spread;
-        return toBgr({shown + (c.red - i) * k, shown + (c.green - i) * k, shown + (c.blue - i) * k});
+        return {shown + (c.red - i) * k, shown + (c.green - i) * k, shown + (c.blue - i) * k};
     }
 };
 
 /// Hue is windowed, or all three go through tables: intensity, saturation, hue. Grey stays grey.
-template <class T>
-struct JointFull {
-    JointLevels<T> levels;
+struct HueMoved {
     const unsigned char* lut;  // three tables, or null
-    Bgr operator()(T b, T g, T r) const {
-        Hsi c = toHsi(levels.normalised(b, g, r));
+
+    template <class Levels>
+    Rgb operator()(const Levels& levels, Rgb colour) const {
+        Hsi c = toHsi(colour);
         const float shown = looked(levels.intensity(c.intensity), 0);
-        if (!(c.saturation > 0)) return toBgr({shown, shown, shown});
+        if (!(c.saturation > 0)) return {shown, shown, shown};
         c.intensity = shown;
         c.saturation = looked(levels.saturation(c.saturation), 1);
         c.hue = levels.hue(c.hue);
         if (lut) c.hue = looked(c.hue / kTwoPi, 2) * kTwoPi;
-        return toBgr(fromHsi(c));
+        return fromHsi(c);
     }
 
-  private:
     float looked(float v, int table) const {
         return lut ? lut[table * kTableEntries + int(clampUnit(v) * float(kLastEntry))] / 255.0f : v;
     }

@@ -96,14 +96,14 @@ void MapYuv(const Job& job) {
     if (!job.lut) {
         using Difference = LinearDifference<C>;
         MapYuvRows<Y, C>(job, YuvRule<LinearLuminance<Y>, Difference, LinearMatrix>{
-                                  {levels, nullptr}, {highU, nullptr}, {highV, nullptr}, {}});
+                                  {levels, nullptr}, {highU, nullptr}, {highV, nullptr}});
         return;
     }
     withRule(levels, job.lut, [&](const auto& luminance) {
         using Luminance = std::decay_t<decltype(luminance)>;
         using Difference = TableDifference<C>;
         MapYuvRows<Y, C>(job, YuvRule<Luminance, Difference, TableMatrix>{
-                                  luminance, {highU, job.table(1)}, {highV, job.table(2)}, {}});
+                                  luminance, {highU, job.table(1)}, {highV, job.table(2)}});
     });
 }
 
@@ -113,9 +113,9 @@ void MapJoint(const Job& job) {
     const JointLevels<T> levels(job.image);
     withThreePlanes<T, T>(*job.image, job.x, job.y, [&](const auto& b, const auto& g, const auto& r) {
         if (job.lut || levels.hue.isOn())
-            mapPixelRows(b, g, r, job.out, job.width, job.height, JointFull<T>{levels, job.lut});
+            mapPixelRows(b, g, r, job.out, job.width, job.height, JointRule<T, HueMoved>{levels, {job.lut}});
         else
-            mapPixelRows(b, g, r, job.out, job.width, job.height, JointHueKept<T>{levels});
+            mapPixelRows(b, g, r, job.out, job.width, job.height, JointRule<T, HueKept>{levels, {}});
     });
 }
 

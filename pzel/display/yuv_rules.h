@@ -35,18 +35,18 @@ std::uint8_t toByte(Real v) {
     return std::uint8_t(int(v));
 }
 
-/// Luminance 0 … 255 between its levels.
+/// Luminance 0 … 255 between its levels. Elements are exact as floats.
 template <class T>
 struct LinearLuminance {
     LinearLuminance(Pair<T> levels, const unsigned char*)
-        : black(levels.low), white(levels.high), scale(255.0f / (float(white) - float(black))) {}
+        : black(float(levels.low)), white(float(levels.high)), scale(255.0f / (white - black)) {}
     float operator()(T v) const {
-        float y = float(v - black) * scale;
-        y = v >= white ? 255.0f : y;
-        return v > black ? y : 0.0f;
+        const float value = float(v);
+        float y = (value - black) * scale;
+        y = value >= white ? 255.0f : y;
+        return value > black ? y : 0.0f;
     }
-    T black, white;
-    float scale;
+    float black, white, scale;
 };
 
 /// A colour difference -127.5 … 127.5 within symmetric limits; not a number counts as the lower one.
@@ -54,9 +54,10 @@ template <class T>
 struct LinearDifference {
     LinearDifference(T highEnd, const unsigned char*) : limit(float(highEnd)), scale(127.5f / limit) {}
     float operator()(T v) const {
-        float u = (float(v) + limit) * scale - 127.5f;
-        u = float(v) >= limit ? 127.5f : u;
-        return float(v) > -limit ? u : -127.5f;
+        const float value = float(v);
+        float u = (value + limit) * scale - 127.5f;
+        u = value >= limit ? 127.5f : u;
+        return value > -limit ? u : -127.5f;
     }
     float limit, scale;
 };
@@ -80,22 +81,19 @@ struct TableDifference {
     const unsigned char* table;
 };
 
-/// The linear way: differences of 127.5 are full colour.
+/// The linear way: differences of 127.5 are full colour. The blue factor alone is held in double precision.
 struct LinearMatrix {
-    Bgr operator()(float y, float u, float v) const {
-        // The blue factor alone is held in double precision.
-        return {toByte(y + 1.77304 * double(u)), toByte(y - 0.34437f * u - 0.714407f * v),
-                toByte(y + 1.402581f * v)};
-    }
+    static std::uint8_t blue(float y, float u) { return toByte(y + 1.77304 * u); }
+    static std::uint8_t green(float y, float u, float v) { return toByte(y - 0.34437f * u - 0.714407f * v); }
+    static std::uint8_t red(float y, float v) { return toByte(y + 1.402581f * v); }
 };
 
 /// The way through tables: differences of 255 are full colour. The red factor is not half of the linear one,
 /// deliberately.
 struct TableMatrix {
-    Bgr operator()(float y, float u, float v) const {
-        return {toByte(y + 0.88652f * u), toByte(y - 0.172185f * u - 0.357204f * v),
-                toByte(y + 0.512905f * v)};
-    }
+    static std::uint8_t blue(float y, float u) { return toByte(y + 0.88652f * u); }
+    static std::uint8_t green(float y, float u, float v) { return toByte(y - 0.172185f * u - 0.357204f * v); }
+    static std::uint8_t red(float y, float v) { return toByte(y + 0.512905f * v); }
 };
 
 /// A pixel rule made of the three channels' rules and a matrix.
@@ -103,10 +101,15 @@ template <class LuminanceRule, class DifferenceRule, class Matrix>
 struct YuvRule {
     LuminanceRule luminance;
     DifferenceRule first, second;
-    Matrix matrix;
-    template <class Y, class C>
-    Bgr operator()(Y y, C u, C v) const {
-        return matrix(luminance(y), first(u), second(v));
+    template <class RowY, class RowC>
+    void operator()(const RowY& rowY, const RowC& rowU, const RowC& rowV, int count, BgrBlock& out) const {
+        float y[kPixelBlock], u[kPixelBlock], v[kPixelBlock];
+        for (int i = 0; i < count; ++i) y[i] = luminance(rowY[i]);
+        for (int i = 0; i < count; ++i) u[i] = first(rowU[i]);
+        for (int i = 0; i < count; ++i) v[i] = second(rowV[i]);
+        for (int i = 0; i < count; ++i) out.blue[i] = Matrix::blue(y[i], u[i]);
+        for (int i = 0; i < count; ++i) out.green[i] = Matrix::green(y[i], u[i], v[i]);
+        for (int i = 0; i < count; ++i) out.red[i] = Matrix::red(y[i], v[i]);
     }
 };
 

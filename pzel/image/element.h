@@ -9,7 +9,7 @@
 
 namespace pzel {
 
-/// Calls f.operator()<T>() with the element type of a code from 2 to 8. Other codes: false, and f is not
+/// calls `f.operator()<T>()` with the element type of a code from 2 to 8. Other codes: false, and f is not
 /// called.
 template <class F>
 bool visitElement(int typeCode, F&& f) {

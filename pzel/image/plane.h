@@ -30,6 +30,7 @@ struct StridedRows {
         T* elements;
         std::ptrdiff_t step;
         T& operator[](std::ptrdiff_t x) const { return elements[x * (Step ? Step : step)]; }
+        Row operator+(std::ptrdiff_t x) const { return {&(*this)[x], step}; }
     };
     ContiguousRows<T> rows;
     std::ptrdiff_t pixelStep;  // elements
