@@ -1,4 +1,63 @@
-// Anchors the class in the library.
+// Levels by element type, and levels of the spatial bound.
 #include "pzel/bounds/black_white.h"
 
+#include "pzel/bounds/bound_entries.h"
+#include "pzel/bounds/bounds.h"
+#include "pzel/image/convert.h"
+
+namespace {
+
+constexpr int kColours = 3;
+
+template <class T>
+CompBlackWhite Levels(pzel::Pair<T> pair) {
+    return {double(pair.low), double(pair.high)};
+}
+
+}  // namespace
+
 CompBlackWhite::~CompBlackWhite() = default;
+
+CompBlackWhite FullBlackWhite(unsigned short compType, ImageDataType type, int channel) {
+    if (type == DataBit) return {0, 1};
+    CompBlackWhite full;
+    pzel::visitElement(pzel::levelType(compType, type, channel), [&]<class T>() {
+        full = {double(std::numeric_limits<T>::lowest()), double(std::numeric_limits<T>::max())};
+    });
+    return full;
+}
+
+CompBlackWhite DefaultBlackWhite(unsigned short compType, ImageDataType type, int channel) {
+    if (type != DataFloat) return FullBlackWhite(compType, type, channel);
+    // Tied to type word 0, not to the one with colour differences (deliberate).
+    if (compType == SubColour && (channel == 1 || channel == 2)) return {-128, 128};
+    return {0, 255};
+}
+
+CompBlackWhite GetSpatialBounds(Image* image, unsigned short compType, ImageDataType type, int channel) {
+    if (type == DataBit) return {0, 1};
+    CompBlackWhite levels;
+    unsigned char* spatial = GetSpatialBound(image);
+    if (!spatial || channel < 0) return levels;
+    if (channel < kColours) {
+        pzel::visitElement(pzel::levelType(compType, type, channel),
+                           [&]<class T>() { levels = Levels(pzel::boundEntry<T>(spatial, channel)); });
+    } else if (compType == SubColour && channel < 2 * kColours) {
+        alignas(float) unsigned char hsi[kColours * 2 * sizeof(float)];
+        if (pzel::deriveHsi(type, spatial, spatial, hsi))
+            pzel::visitElement(pzel::unsignedType(type), [&]<class T>() {
+                levels = Levels(pzel::boundEntry<T>(hsi, channel - kColours));
+            });
+    }
+    return levels;
+}
+
+void SetSpatialBounds(Image* image, const CompBlackWhite& levels, int channel) {
+    if (channel >= kColours) channel -= image->channels;
+    unsigned char* spatial = GetSpatialBound(image);
+    if (!spatial || channel < 0 || channel >= image->channels) return;
+    pzel::visitElement(GetDataType(image), [&]<class T>() {
+        pzel::boundEntry<T>(spatial, channel) = {pzel::narrowWide<T>(levels.black),
+                                                 pzel::narrowWide<T>(levels.white)};
+    });
+}

@@ -77,11 +77,15 @@ void HsiToData(unsigned char* hsi, const Pair<T>* spatial, Pair<T>* data) {
 
 }  // namespace
 
-void DeriveHsiBound(Image* image) {
-    visitDisplayElement(GetDataType(image), [&]<class T>() {
-        DataToHsi<T>(&boundEntry<T>(GetBound(image), 0), &boundEntry<T>(GetSpatialBound(image), 0),
-                     GetHSIBound(image), GetHSIFullScale(GetDataType(image)));
+bool deriveHsi(int type, unsigned char* data, unsigned char* spatial, unsigned char* hsi) {
+    return visitDisplayElement(type, [&]<class T>() {
+        DataToHsi<T>(&boundEntry<T>(data, 0), &boundEntry<T>(spatial, 0), hsi,
+                     GetHSIFullScale(static_cast<unsigned char>(type)));
     });
+}
+
+void DeriveHsiBound(Image* image) {
+    deriveHsi(GetDataType(image), GetBound(image), GetSpatialBound(image), GetHSIBound(image));
 }
 
 void DeriveDataBound(Image* image) {

@@ -61,32 +61,32 @@ inline Rgb fromHsi(Hsi c) {
 
 /// A window on intensity or saturation: 0 below, 1 above, linear between.
 struct UnitWindow {
-    float low, high;
-    float operator()(float v) const { return v < low ? 0.0f : v > high ? 1.0f : (v - low) / width(); }
-
-  private:
-    float width() const { return high > low ? high - low : 1.0f; }
+    UnitWindow(float lowEnd, float highEnd)
+        : low(lowEnd), high(highEnd), inverse(highEnd > lowEnd ? 1 / (highEnd - lowEnd) : 0) {}
+    float operator()(float v) const { return v < low ? 0.0f : v > high ? 1.0f : (v - low) * inverse; }
+    float low, high, inverse;
 };
 
 /// A window on hue, from one angle to another, over 0 where it must: the hues in it are spread around the
-/// circle, its centre stays where it is. Fractions of the circle; equal ones, or all of it, leave hue alone.
+/// circle, its centre stays where it is.
 class HueWindow {
   public:
-    HueWindow(float lowFraction, float highFraction)
-        : on(lowFraction != highFraction && !(lowFraction == 0 && highFraction == 1)),
-          from(lowFraction * kTwoPi),
-          to(highFraction * kTwoPi) {
+    /// Fractions of the circle. Equal ones leave hue alone, and so do 0 and 1 unless `keepFull` asks for
+    /// them.
+    HueWindow(float low, float high, bool keepFull)
+        : on(low != high && (keepFull || low != 0 || high != 1)), from(low * kTwoPi), to(high * kTwoPi) {
         if (to < from) to += kTwoPi;
         centre = (from + to) / 2 - 3.1415925f;
         stretch = on ? kTwoPi / (to - from) : 1.0f;
     }
     bool isOn() const { return on; }
+    /// The angle between both ends, 0 … 2π.
+    float width() const { return to - from; }
     float operator()(float h) const {
-        if (!on) return h;
         if (h < from) h += kTwoPi;
         if (h > to) h = to;
         h = (h - from) * stretch + centre;
-        if (h < 0) h += kTwoPi;
+        if (h < 0) return h + kTwoPi;
         return h >= kTwoPi ? h - kTwoPi : h;
     }
 
@@ -95,5 +95,17 @@ class HueWindow {
     float from, to;
     float centre, stretch;
 };
+
+/// A colour with other intensity and saturation and the same hue: every component is the intensity plus its
+/// scaled distance from it, without trigonometry. `intensity` and `saturation` map 0 … 1 to 0 … 1.
+template <class Intensity, class Saturation>
+Rgb withHueKept(Rgb c, const Intensity& intensity, const Saturation& saturation) {
+    const float i = (c.red + c.green + c.blue) * 0.33333334f;
+    const float shown = intensity(i);
+    const float spread = i - std::min({c.red, c.green, c.blue});  // saturation * intensity
+    const float k = spread > 0 ? saturation(spread / i) * shown / spread : 0.0f;
+    return {clampUnit(shown + (c.red - i) * k), clampUnit(shown + (c.green - i) * k),
+            clampUnit(shown + (c.blue - i) * k)};
+}
 
 }  // namespace pzel

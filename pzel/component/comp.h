@@ -91,7 +91,8 @@ class PZEL_API Comp final : public IComponent {
     int Release() override;
     void AttachObserver(Observer* observer) override;
     void DetachObserver(Observer* observer) override;
-    /// Observers that are detached meanwhile are not called any more.
+    /// Observers that are detached meanwhile are not called any more; those that are attached meanwhile are
+    /// called from the next event on. None may drop the last reference.
     void NotifyObserver(int event, std::intptr_t param) override;
     std::vector<Observer*>* GetObservers() override;
     void SetObservers(std::vector<Observer*>* observers) override;
@@ -195,7 +196,7 @@ class PZEL_API Comp final : public IComponent {
 
   private:
     friend PZEL_API void CopyComp(Comp* dst, const Comp* src, bool withBitmap);
-    struct Fields;
+    struct Fields;  // the fields by kind, for copies
 
     void CleanupSceneList();
     unsigned char* PrepareBitmap(std::size_t bytes);
@@ -204,7 +205,8 @@ class PZEL_API Comp final : public IComponent {
     std::size_t bitmapCapacity;        // bytes behind `bitmap` where it is our block
 };
 
-/// Clears a component and gives it `frames` empty image records.
+/// Clears a component (without freeing anything) and gives it `frames` image records of zeroes, at most
+/// 65,535.
 PZEL_API void CompInit(Comp* comp, unsigned long frames);
 /// A new component with `frames` empty image records. The caller holds the reference.
 PZEL_API Comp* AllocComp(unsigned long frames);

@@ -45,14 +45,6 @@ T* duplicate(const T* value) {
     return value == nullptr ? nullptr : new T(*value);
 }
 
-void copyAttachment(Comp& copy, const Attachment* from) {
-    if (from == nullptr) return;
-    copy.attachment = new (::operator new(sizeof(Attachment))) Attachment{from->size, from->kind, nullptr};
-    if (from->buffer == nullptr) return;
-    copy.attachment->buffer = ::operator new(from->size);
-    std::memcpy(copy.attachment->buffer, from->buffer, from->size);
-}
-
 /// `copy` has its type already, so that what is there of the images is released as it should be.
 void copyImages(Comp& copy, const Comp& src) {
     copy.imageFrames = src.imageFrames;
@@ -92,7 +84,7 @@ void CopyComp(Comp* dst, const Comp* src, bool withBitmap) {
     if (src->remapper != nullptr) copy.remapper = src->remapper->Clone();
     copyFlatPicture(copy, *src, withBitmap);
     copy.levels = duplicate(src->levels);
-    copyAttachment(copy, src->attachment);
+    copy.attachment = pzel::CloneAttachment(src->attachment);
     copy.filename = duplicate(src->filename);
     copy.nametag = duplicate(src->nametag);
     copy.scenes = duplicate(src->scenes);

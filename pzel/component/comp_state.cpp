@@ -3,6 +3,7 @@
 #include <cassert>
 
 #include "pzel/component/comp.h"
+#include "pzel/component/data_area.h"
 #include "pzel/component/movie.h"
 #include "pzel/image/convert.h"
 
@@ -12,10 +13,6 @@ namespace {
 Movie& required(Movie* parent) {
     assert(parent != nullptr);
     return *parent;
-}
-
-bool showsDataArea(const Comp& comp) {
-    return (comp.flagsA & CompExtentMask) == CompExtentDataArea && comp.dataArea != nullptr;
 }
 
 template <class Flags>
@@ -126,11 +123,11 @@ void Comp::SetOpacity(float opacity) {
 }
 
 SRect Comp::GetCompExtent() {
-    const bool byArea = showsDataArea(*this);
+    const bool byArea = pzel::showsDataArea(*this);
     const int left = byArea ? x + dataArea->left : x;
     const int top = byArea ? y + dataArea->top : y;
-    const int width = byArea ? dataArea->right - dataArea->left + 1 : images == nullptr ? 0 : images->width;
-    const int height = byArea ? dataArea->bottom - dataArea->top + 1 : images == nullptr ? 0 : images->height;
+    const int width = byArea ? pzel::widthOf(*dataArea) : images == nullptr ? 0 : images->width;
+    const int height = byArea ? pzel::heightOf(*dataArea) : images == nullptr ? 0 : images->height;
     return {static_cast<std::int16_t>(left), static_cast<std::int16_t>(left + width - 1),
             static_cast<std::int16_t>(top), static_cast<std::int16_t>(top + height - 1)};
 }
@@ -150,7 +147,7 @@ void Comp::GetLocation(int& left, int& top) {
 void Comp::SetLocation(int left, int top) {
     const SRect before = GetCompExtent();
     if (before.left == left && before.top == top) return;
-    const bool byArea = showsDataArea(*this);
+    const bool byArea = pzel::showsDataArea(*this);
     x = static_cast<std::int16_t>(byArea ? left - dataArea->left : left);
     y = static_cast<std::int16_t>(byArea ? top - dataArea->top : top);
     if (left == 0 && top == 0 && parent != nullptr && parent->GetNumbChildren() == 0) {

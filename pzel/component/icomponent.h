@@ -7,6 +7,7 @@
 //   comp.h         one layer
 //   comp_info.h    a layer's current frame and sampling steps
 //   movie.h        a composition of layers, with its frame selection
+//   frame_iterator.h, frame_info.h   walking over ranges; frames to keep and to cut
 //   movie_scene.h  a named list of frame ranges
 //   shown_bitmap.h where the shown picture stands in a bitmap
 #pragma once

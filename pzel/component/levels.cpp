@@ -14,25 +14,12 @@ bool hasLevels(int type) {
     return type >= DataUInt8 && type <= DataFloat;
 }
 
-int unsignedPartner(int type) {
-    return type == DataInt8 || type == DataInt16 || type == DataInt32 ? type - 1 : type;
-}
-
-int signedPartner(int type) {
-    return type == DataUInt8 || type == DataUInt16 || type == DataUInt32 ? type + 1 : type;
-}
-
 /// Which entry of which bound a channel of a component names, and how its elements are read.
 class LevelEntry {
   public:
-    LevelEntry(int typeWord, int numbChannels, int channel) : entry(channel) {
-        if (typeWord == SubYuv) {
-            sign = channel == 0 ? Sign::Unsigned : channel <= 2 ? Sign::Signed : Sign::Own;
-        } else if (typeWord == SubColour && channel >= numbChannels) {
-            hsi = true;
-            sign = Sign::Unsigned;
-            entry -= numbChannels;
-        }
+    LevelEntry(unsigned short typeWord, int numbChannels, int channel)
+        : word(typeWord), entry(channel), hsi(typeWord == SubColour && channel >= numbChannels) {
+        if (hsi) entry -= numbChannels;
         exists = entry < numbChannels;
     }
 
@@ -50,19 +37,16 @@ class LevelEntry {
     }
 
   private:
-    enum class Sign { Own, Unsigned, Signed };
-
+    /// HSI pairs are unsigned; luminance and colour differences have signs of their own.
     int elementType(const Image* image) const {
         const int type = GetDataType(image);
-        return sign == Sign::Unsigned ? unsignedPartner(type)
-               : sign == Sign::Signed ? signedPartner(type)
-                                      : type;
+        return hsi ? pzel::unsignedType(type) : pzel::levelType(word, type, entry);
     }
 
+    unsigned short word;
     int entry;
-    bool hsi = false;
+    bool hsi;
     bool exists;
-    Sign sign = Sign::Own;
 };
 
 /// True when the pair was another one before.

@@ -185,8 +185,9 @@ int Movie::AddChild(IComponent* component) {
 }
 
 void Movie::RemoveChild(IComponent* component) {
+    const std::vector<Comp*> removed = partsOf(component);
     NotifyObserver(EventChildRemoving, addressOf(component));
-    for (Comp* comp : partsOf(component)) RemoveComponent(comp);
+    for (Comp* comp : removed) RemoveComponent(comp);
     CheckMovieLength(true);
     if (activeIndex >= childCount) activeIndex = childCount - 1;
     NotifyObserver(EventChildRemoved, addressOf(this));

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "pzel/component/frame_iterator.h"
 #include "pzel/component/icomponent.h"
 
 /// Values of the status word of a movie.
@@ -39,9 +40,9 @@ class PZEL_API Movie final : public IComponent {
     void Cleanup();
     /// Zeroes children, status, active index, length, current frame and names; frees nothing.
     void Clear();
-    /// Empties this movie and copies `other`: with `share` the same children (held once more, and
-    /// re-parented), else deep copies without bitmaps. Observers are not copied. Copying from itself does
-    /// nothing.
+    /// Empties this movie, its list of observers included, and makes it a deep copy of everything but
+    /// observers and references. With `share` it takes the same children instead (held once more, and
+    /// re-parented). Children are copied without bitmaps. Copying from itself does nothing.
     void CopyFrom(const Movie& other, bool share);
 
     int Hold() override;
@@ -173,6 +174,8 @@ class PZEL_API Movie final : public IComponent {
     unsigned long GetPreviousFrame();
     /// Brings the current frame into the selection, without an event.
     void AdjustFrameToTimeSelection();
+    /// Walks the ranges; done at once where there are none. Valid until the ranges change.
+    FrameIterator GetFrameIterator();
 
   private:
     Comp* FirstChild() const;

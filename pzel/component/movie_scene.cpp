@@ -56,3 +56,25 @@ MovieScene::~MovieScene() {
     delete[] description;
     delete[] ranges;
 }
+
+void MovieScene::AddRange(unsigned long first, unsigned long last) {
+    const Range added{static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(last)};
+    Range* const end = ranges + numbRanges;
+    Range* const at = std::find_if(ranges, end, [&](const Range& r) { return r.first >= added.first; });
+    auto* const grown = new Range[numbRanges + std::size_t{1}];
+    Range* const place = std::copy(ranges, at, grown);
+    *place = added;
+    std::copy(at, end, place + 1);
+    delete[] ranges;
+    ranges = grown;
+    ++numbRanges;
+}
+
+void MovieScene::RemoveRange(unsigned long first, unsigned long last) {
+    const Range removed{static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(last)};
+    Range* const end = ranges + numbRanges;
+    Range* const found = std::find(ranges, end, removed);
+    if (found == end) return;
+    std::copy(found + 1, end, found);
+    --numbRanges;
+}

@@ -20,6 +20,11 @@ class PZEL_API MovieScene {
     MovieScene& operator=(MovieScene other) noexcept;
     ~MovieScene();
 
+    /// Inserts a range before the first one that does not start earlier; nothing is merged.
+    void AddRange(unsigned long first, unsigned long last);
+    /// Removes the first range that is exactly this one; nothing where there is none.
+    void RemoveRange(unsigned long first, unsigned long last);
+
     char* name = nullptr;          ///< owned, from `new[]`
     char* description = nullptr;   ///< owned, from `new[]`
     std::uint32_t numbRanges = 0;  ///< entries of `ranges`

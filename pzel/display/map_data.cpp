@@ -64,9 +64,10 @@ void MapColour(const Job& job) {
         const RuleKind kind = ruleKind(blue, job.lut);
         if (kind == ruleKind(green, job.lut) && kind == ruleKind(red, job.lut)) {
             const ByChannel<Rule> rule{first, Rule(green, job.table(1)), Rule(red, job.table(2))};
-            withThreePlanes<T, T>(*job.image, job.x, job.y, [&](const auto& a, const auto& b, const auto& c) {
-                mapPixelRows(a, b, c, job.out, job.width, job.height, rule);
-            });
+            withThreePlanes<const T, const T>(*job.image, job.x, job.y,
+                                              [&](const auto& a, const auto& b, const auto& c) {
+                                                  mapPixelRows(a, b, c, job.out, job.width, job.height, rule);
+                                              });
             return;
         }
         for (int c = 0; c < 3; ++c) {
@@ -81,9 +82,10 @@ void MapColour(const Job& job) {
 
 template <class Y, class C, class Rule>
 void MapYuvRows(const Job& job, const Rule& rule) {
-    withThreePlanes<Y, C>(*job.image, job.x, job.y, [&](const auto& y, const auto& u, const auto& v) {
-        mapPixelRows(y, u, v, job.out, job.width, job.height, rule);
-    });
+    withThreePlanes<const Y, const C>(*job.image, job.x, job.y,
+                                      [&](const auto& y, const auto& u, const auto& v) {
+                                          mapPixelRows(y, u, v, job.out, job.width, job.height, rule);
+                                      });
 }
 
 /// Luminance by its levels, the differences by the high ends of theirs.
@@ -110,13 +112,19 @@ void MapYuv(const Job& job) {
 /// Colour by the levels of hue, saturation and intensity.
 template <class T>
 void MapJoint(const Job& job) {
-    const JointLevels<T> levels(job.image);
-    withThreePlanes<T, T>(*job.image, job.x, job.y, [&](const auto& b, const auto& g, const auto& r) {
-        if (job.lut || levels.hue.isOn())
-            mapPixelRows(b, g, r, job.out, job.width, job.height, JointRule<T, HueMoved>{levels, {job.lut}});
-        else
-            mapPixelRows(b, g, r, job.out, job.width, job.height, JointRule<T, HueKept>{levels, {}});
-    });
+    const HsiLevels<T> levels(job.image);
+    const JointColour colour(levels, job.lut);
+    const auto run = [&](auto shown) {
+        const JointRule<T, decltype(shown)> rule{levels, shown};
+        withThreePlanes<const T, const T>(*job.image, job.x, job.y,
+                                          [&](const auto& b, const auto& g, const auto& r) {
+                                              mapPixelRows(b, g, r, job.out, job.width, job.height, rule);
+                                          });
+    };
+    if (colour.keepsHue())
+        run([colour](Rgb c) { return colour.kept(c); });
+    else
+        run([colour](Rgb c) { return colour.moved(c); });
 }
 
 /// The channel that a channel mode shows.

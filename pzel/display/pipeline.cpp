@@ -7,23 +7,13 @@
 
 #include "pzel/bounds/bounds.h"
 #include "pzel/component/comp.h"
+#include "pzel/component/data_area.h"
 #include "pzel/display/bitmap.h"
 #include "pzel/display/map_data.h"
 #include "pzel/image/bits.h"
 #include "pzel/image/lifecycle.h"
 
 namespace {
-
-bool ShowsDataArea(const Comp& comp) {
-    return (comp.flagsA & CompExtentMask) == CompExtentDataArea;
-}
-
-int WidthOf(const SRect& area) {
-    return area.right - area.left + 1;
-}
-int HeightOf(const SRect& area) {
-    return area.bottom - area.top + 1;
-}
 
 /// Where in the bitmap a picture starts that stands at (left, top): bits in front of a whole byte are
 /// dropped.
@@ -76,11 +66,11 @@ void Comp::GetValidDataArea(unsigned short& left, unsigned short& top, unsigned 
 
 void Comp::GetValidDataArea(Image* image, unsigned short& left, unsigned short& top, unsigned short& w,
                             unsigned short& h) {
-    if (ShowsDataArea(*this) && dataArea) {
+    if (pzel::showsDataArea(*this)) {
         left = static_cast<unsigned short>(dataArea->left);
         top = static_cast<unsigned short>(dataArea->top);
-        w = static_cast<unsigned short>(WidthOf(*dataArea));
-        h = static_cast<unsigned short>(HeightOf(*dataArea));
+        w = static_cast<unsigned short>(pzel::widthOf(*dataArea));
+        h = static_cast<unsigned short>(pzel::heightOf(*dataArea));
     } else {
         left = top = 0;
         w = image ? image->width : 0;
@@ -108,7 +98,7 @@ Image* Comp::GetFlatImage(short& dx, short& dy, unsigned short& left, unsigned s
         left = top = 0;
         w = image->width;
         h = image->height;
-        if (ShowsDataArea(*this) && dataArea) {
+        if (pzel::showsDataArea(*this)) {
             dx = dataArea->left;
             dy = dataArea->top;
         }
@@ -202,11 +192,11 @@ void Comp::ComputeBoundaryBmp() {
     unsigned short left, top, w, h;
     const Image* image = GetFlatImage(dx, dy, left, top, w, h);
     if (!image || !image->data) return;
-    const bool part = ShowsDataArea(*this) && dataArea;
+    const bool part = pzel::showsDataArea(*this);
     if (!bitmap) {
         bmpBits = 1;
-        bmpWidth = part ? static_cast<std::uint16_t>(WidthOf(*dataArea)) : image->width;
-        bmpHeight = part ? static_cast<std::uint16_t>(HeightOf(*dataArea)) : image->height;
+        bmpWidth = part ? static_cast<std::uint16_t>(pzel::widthOf(*dataArea)) : image->width;
+        bmpHeight = part ? static_cast<std::uint16_t>(pzel::heightOf(*dataArea)) : image->height;
         bmpRowBytes = static_cast<std::uint16_t>(2 * ComputeBmpLineBytes(bmpWidth, 1));
     }
     bmpLeft = bmpTop = 0;

@@ -29,25 +29,6 @@ struct ByChannel {
     }
 };
 
-/// Calls f with the rows of the three channels of an image from pixel (x, y) on, the first read as T, the
-/// others as U. One pixel step serves all three.
-template <class T, class U, class F>
-void withThreePlanes(const Image& image, int x, int y, F&& f) {
-    const PlaneSteps steps = planeSteps(image);
-    const bool interleaved = IsInterleaved(&image);
-    const std::ptrdiff_t plane =
-        interleaved ? std::ptrdiff_t(sizeof(T)) : std::ptrdiff_t(GetImageBytes(&image));
-    const unsigned char* start =
-        image.data + y * steps.rowStep + x * steps.pixelStep * std::ptrdiff_t(sizeof(T));
-    const ContiguousRows<const T> a{reinterpret_cast<const T*>(start), steps.rowStep};
-    const ContiguousRows<const U> b{reinterpret_cast<const U*>(start + plane), steps.rowStep};
-    const ContiguousRows<const U> c{reinterpret_cast<const U*>(start + 2 * plane), steps.rowStep};
-    if (interleaved)
-        f(StridedRows<const T, 3>{a, 3}, StridedRows<const U, 3>{b, 3}, StridedRows<const U, 3>{c, 3});
-    else
-        f(a, b, c);
-}
-
 /// Runs a pixel rule over a rectangle: rule(a, b, c, count, block) maps up to a block of pixels of one row.
 template <class InA, class InB, class Rule>
 void mapPixelRows(const InA& a, const InB& b, const InB& c, const ContiguousRows<std::uint8_t>& out,

@@ -9,4 +9,7 @@ namespace pzel {
 /// copy's pixels come from `operator new`. What `dst` held before is not released.
 void CloneImage(Image* dst, const Image* src);
 
+/// A copy of an attachment and its buffer; null for null. The caller owns it.
+Attachment* CloneAttachment(const Attachment* src);
+
 }  // namespace pzel

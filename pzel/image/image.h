@@ -5,6 +5,8 @@
 //   lifecycle.h    allocation, ownership, copies and moves of whole records, pointers into the pixels
 //   attachment.h   a caller-defined buffer that travels with an image
 //   typed_copy.h   rectangles between images of any two element types, layouts and colour models
+//   yuv.h          colour to YUV and back, into floats
+//   arithmetic.h   arithmetic on floats; inversion, filling, a pixel as text
 //   bits.h         copying runs of bits
 #pragma once
 

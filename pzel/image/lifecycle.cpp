@@ -282,16 +282,18 @@ void CloneImage(Image* dst, const Image* src) {
         CopyImageData(const_cast<Image*>(src), dst);
     }
     if (src->bound) dst->bound = CloneBoundArray(src->bound);
-    if (src->attachment) {
-        const Attachment& from = *src->attachment;
-        auto* attachment = static_cast<Attachment*>(::operator new(sizeof(Attachment)));
-        *attachment = {from.size, from.kind, nullptr};
-        dst->attachment = attachment;
-        if (from.buffer) {
-            attachment->buffer = ::operator new(from.size);
-            std::memcpy(attachment->buffer, from.buffer, from.size);
-        }
+    dst->attachment = CloneAttachment(src->attachment);
+}
+
+Attachment* CloneAttachment(const Attachment* src) {
+    if (!src) return nullptr;
+    auto* copy = static_cast<Attachment*>(::operator new(sizeof(Attachment)));
+    *copy = {src->size, src->kind, nullptr};
+    if (src->buffer) {
+        copy->buffer = ::operator new(src->size);
+        std::memcpy(copy->buffer, src->buffer, src->size);
     }
+    return copy;
 }
 
 }  // namespace pzel

@@ -98,6 +98,36 @@ void withRows(const Image& image, int channel, int x, int y, F&& f) {
     }
 }
 
+/// Calls f with the rows of the first three channels of an image from pixel (x, y) on, the first read or
+/// written as T, the others as U; `bool` stands for bits. One pixel step serves all three.
+template <class T, class U, class F>
+void withThreePlanes(const Image& image, int x, int y, F&& f) {
+    if constexpr (std::is_same_v<std::remove_const_t<T>, bool>) {
+        withRows<T>(image, 0, x, y, [&](const auto& a) {
+            const std::ptrdiff_t plane =
+                IsInterleaved(&image) ? (image.width + 7) / 8 : GetImageBytes(&image);
+            auto b = a, c = a;
+            b.origin += plane;
+            c.origin += 2 * plane;
+            f(a, b, c);
+        });
+    } else {
+        const PlaneSteps steps = planeSteps(image);
+        const bool interleaved = IsInterleaved(&image);
+        const std::ptrdiff_t plane =
+            interleaved ? std::ptrdiff_t(sizeof(T)) : std::ptrdiff_t(GetImageBytes(&image));
+        unsigned char* start =
+            image.data + y * steps.rowStep + x * steps.pixelStep * std::ptrdiff_t(sizeof(T));
+        const ContiguousRows<T> a{reinterpret_cast<T*>(start), steps.rowStep};
+        const ContiguousRows<U> b{reinterpret_cast<U*>(start + plane), steps.rowStep};
+        const ContiguousRows<U> c{reinterpret_cast<U*>(start + 2 * plane), steps.rowStep};
+        if (interleaved)
+            f(StridedRows<T, 3>{a, 3}, StridedRows<U, 3>{b, 3}, StridedRows<U, 3>{c, 3});
+        else
+            f(a, b, c);
+    }
+}
+
 /// Runs a rule over a rectangle: out[x] = rule(in[x]).
 template <class In, class Out, class Rule>
 void mapRows(const In& in, const Out& out, int width, int height, const Rule& rule) {

@@ -185,12 +185,18 @@ void ConvertChannels(const Image& src, const Image& dst, const CopyArea& area, i
     }
 }
 
-/// Calls f.operator()<U>() with the unsigned integer of an element's size, for elements that are only moved.
+/// Calls f.operator()<U>() with the unsigned integer of an element's size, or `bool` for bits, for elements
+/// that are only moved.
 template <class F>
-void VisitSize(int bytes, F&& f) {
-    if (bytes == 1) f.template operator()<std::uint8_t>();
-    if (bytes == 2) f.template operator()<std::uint16_t>();
-    if (bytes == 4) f.template operator()<std::uint32_t>();
+void VisitStored(unsigned short typeWord, F&& f) {
+    switch (DataBytes(typeWord)) {
+        case 1: f.template operator()<std::uint8_t>(); break;
+        case 2: f.template operator()<std::uint16_t>(); break;
+        case 4: f.template operator()<std::uint32_t>(); break;
+        default:
+            if ((typeWord & DataTypeMask) == DataBit) f.template operator()<bool>();
+            break;
+    }
 }
 
 void CopyRows(const unsigned char* src, std::ptrdiff_t srcStep, unsigned char* dst, std::ptrdiff_t dstStep,
@@ -214,7 +220,7 @@ void CopyElements(const Image& src, const Image& dst, const CopyArea& area, int 
         }
         return;
     }
-    VisitSize(int(element), [&]<class U>() {
+    VisitStored(src.dataType, [&]<class U>() {
         for (int c = 0; c < channels; ++c) MapChannel<U, U>(src, dst, area, c, Carry<U, U>{});
     });
 }
@@ -242,18 +248,17 @@ void CopyBitChannels(const Image& src, const Image& dst, const CopyArea& area, i
 
 /// Destination channels that the source lacks: the first channel again for sub type 0, else zero.
 void FillFurtherChannels(const Image& dst, const CopyArea& area, int copied) {
-    const CopyArea within{area.dstX, area.dstY, area.dstX, area.dstY, area.width, area.height, 0, 0};
-    VisitSize(DataBytes(dst.dataType), [&]<class U>() {
-        for (int c = copied; c < dst.channels; ++c) {
-            withRows<const U>(dst, 0, within.srcX, within.srcY, [&](const auto& in) {
-                withRows<U>(dst, c, within.dstX, within.dstY, [&](const auto& out) {
+    VisitStored(dst.dataType, [&]<class U>() {
+        withRows<const U>(dst, 0, area.dstX, area.dstY, [&](const auto& first) {
+            for (int c = copied; c < dst.channels; ++c) {
+                withRows<U>(dst, c, area.dstX, area.dstY, [&](const auto& out) {
                     if (GetSubType(&dst) == SubColour)
-                        mapRows(in, out, within.width, within.height, Carry<U, U>{});
+                        mapRows(first, out, area.width, area.height, Carry<U, U>{});
                     else
-                        mapRows(in, out, within.width, within.height, [](U) { return U(0); });
+                        mapRows(first, out, area.width, area.height, [](U) { return U(0); });
                 });
-            });
-        }
+            }
+        });
     });
 }
 

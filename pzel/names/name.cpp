@@ -1,0 +1,165 @@
+// File names, the library's table of folders and its temporary names.
+#include "pzel/names/name.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr char separator = '\\';
+
+/// What all names share, for as long as the library is loaded.
+struct Shared {
+    std::vector<std::string> folders{""};  // a folder's number is its index
+    std::int32_t workingFolder = 0;
+    std::vector<std::string> temporaryNames;
+    std::int32_t nextUntitled = 0;
+};
+
+Shared& shared() {
+    static Shared state;
+    return state;
+}
+
+/// The number of a folder, or of the next one to enter.
+std::size_t numberOf(const std::string& path) {
+    const auto& folders = shared().folders;
+    return static_cast<std::size_t>(std::find(folders.begin(), folders.end(), path) - folders.begin());
+}
+
+std::string nextUntitled() {
+    const std::int32_t number = shared().nextUntitled++;
+    return number == 0 ? "Untitled" : "Untitled_" + std::to_string(number);
+}
+
+}  // namespace
+
+namespace Zel {
+
+Name::Name() = default;
+
+Name::Name(const std::string& path) {
+    SetName(path);
+}
+
+Name::Name(const char* path) : Name(std::string(path == nullptr ? "" : path)) {}
+
+Name::Name(const Name&) = default;
+Name& Name::operator=(const Name&) = default;
+Name::~Name() = default;
+
+void Name::Clear() {
+    *this = Name();
+}
+
+void Name::SetName(std::string path) {
+    const std::size_t end = path.rfind(separator);
+    if (end == std::string::npos) {
+        name = std::move(path);
+        return;
+    }
+    name = path.substr(end + 1);
+    SetID(AddToFolderList(path.substr(0, end)));
+}
+
+std::string Name::GetName() const {
+    return name;
+}
+
+std::string Name::GetFullPath() const {
+    std::string path = GetPathFromID(id);
+    if (!path.empty()) path += separator;
+    return path + name;
+}
+
+void Name::SetLogicalName(const std::string& logical) {
+    logicalName = logical;
+}
+
+std::string Name::GetLogicalName() {
+    if (!logicalName.empty()) return logicalName;
+    if (!name.empty()) return GetStemName();
+    if (untitledName.empty()) untitledName = nextUntitled();
+    return untitledName;
+}
+
+/// Where the extension's dot stands; the length of the name when there is none.
+std::size_t Name::ExtensionStart() const {
+    const std::size_t dot = name.rfind('.');
+    return dot == std::string::npos || dot == 0 ? name.size() : dot;
+}
+
+void Name::SetStemName(std::string stem) {
+    name = std::move(stem) + name.substr(ExtensionStart());
+}
+
+std::string Name::GetStemName() const {
+    return name.substr(0, ExtensionStart());
+}
+
+void Name::SetExtension(std::string extension) {
+    if (name.empty()) return;
+    if (extension.starts_with('.')) extension.erase(0, 1);
+    name.erase(ExtensionStart());
+    if (!extension.empty()) name += '.' + extension;
+}
+
+std::string Name::GetExtension() const {
+    const std::size_t dot = ExtensionStart();
+    return dot == name.size() ? "" : name.substr(dot + 1);
+}
+
+long Name::GetID() const {
+    return id;
+}
+
+void Name::SetID(long number) {
+    id = static_cast<std::int32_t>(number);
+}
+
+bool Name::operator!() const {
+    return name.empty();
+}
+
+Name::operator const void*() const {
+    return name.empty() ? nullptr : this;
+}
+
+bool Name::operator==(const Name& other) const {
+    return id == other.id && name == other.name;
+}
+
+long Name::AddToFolderList(std::string path) {
+    const std::size_t number = numberOf(path);
+    if (number == shared().folders.size()) shared().folders.push_back(std::move(path));
+    return static_cast<long>(number);
+}
+
+long Name::GetIDFromPath(std::string path) {
+    const std::size_t number = numberOf(path);
+    return number == shared().folders.size() ? 0 : static_cast<long>(number);
+}
+
+std::string Name::GetPathFromID(long number) {
+    const auto& folders = shared().folders;
+    const auto index = static_cast<std::size_t>(number);  // beyond the end for negative numbers
+    return index < folders.size() ? folders[index] : "";
+}
+
+void Name::SetWorkingFolder(std::string path) {
+    if (path.ends_with(separator)) path.pop_back();
+    shared().workingFolder = static_cast<std::int32_t>(AddToFolderList(std::move(path)));
+}
+
+std::string Name::GenerateTemporaryFilename() {
+    auto& names = shared().temporaryNames;
+    std::string folder = GetPathFromID(shared().workingFolder);
+    while (folder.ends_with(separator)) folder.pop_back();
+    return names.emplace_back(folder + "\\~ZLQ" + std::to_string(names.size() + 1) + ".tmp");
+}
+
+const std::vector<std::string>& Name::GetTemporaryFilenames() {
+    return shared().temporaryNames;
+}
+
+}  // namespace Zel

@@ -1,0 +1,78 @@
+// Hunts wrong ranges, scales and hue branches, and hues that are no numbers.
+#include "pzel/colour/rgb_to_hsi.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "tests/support/images.h"
+
+namespace {
+
+constexpr double kPi = 3.14159265358979;
+
+TEST(RgbToHsi, FollowsTheModelOverRangesOfEveryChannel) {
+    test::Random random(7);
+    RGBtoHSI convert(-10, 0, 5, 90, 255, 25);
+    convert.SetScale_H(360);
+    convert.SetScale_S(100);
+    convert.SetScale_I(255);
+    for (int n = 0; n < 20000; ++n) {
+        const double r = random(-1, 11) / 10.0, g = random(-1, 11) / 10.0, b = random(-1, 11) / 10.0;
+        const float fr = float(-10 + 100 * r), fg = float(255 * g), fb = float(5 + 20 * b);
+        const bool inside = std::min({r, g, b}) >= 0 && std::max({r, g, b}) <= 1;
+        float h = -1, s = -1, i = -1;
+        ASSERT_EQ(convert.ComputeHSI(fr, fg, fb, h, s, i), inside);
+        if (!inside) {
+            ASSERT_TRUE(h == -1 && s == -1 && i == -1) << "nothing is written";
+        }
+        convert.ComputeHSI_RD(fr, fg, fb, h, s, i);
+        const double cr = std::clamp(r, 0.0, 1.0), cg = std::clamp(g, 0.0, 1.0), cb = std::clamp(b, 0.0, 1.0);
+        const double sum = cr + cg + cb;
+        ASSERT_NEAR(i, sum / 3 * 255, 1e-3);
+        ASSERT_NEAR(s, sum == 0 ? 0 : (1 - 3 * std::min({cr, cg, cb}) / sum) * 100, 1e-3);
+        double angle = std::atan2(std::sqrt(3.0) * (cg - cb), 2 * cr - cg - cb);
+        if (angle < 0) angle += 2 * kPi;
+        const double apart = std::abs(h - angle * 180 / kPi);
+        if (cr != cg || cg != cb) {
+            ASSERT_LT(std::min(apart, 360 - apart), 0.2) << r << ' ' << g << ' ' << b;
+        }
+        float single;
+        convert.ComputeH_RD(fr, fg, fb, single);
+        ASSERT_EQ(single, h);
+    }
+}
+
+TEST(RgbToHsi, PureColoursDefaultsAndRefusals) {
+    const RGBtoHSI convert(0, 0, 0, 255, 255, 255);
+    float h, s, i;
+    ASSERT_TRUE(convert.ComputeHSI(255, 0, 0, h, s, i));
+    EXPECT_EQ(h, 0);
+    EXPECT_EQ(s, 1);
+    EXPECT_FLOAT_EQ(i, 85);
+    ASSERT_TRUE(convert.ComputeH(0, 255, 0, h));
+    EXPECT_FLOAT_EQ(h, 2.0943951f);
+    ASSERT_TRUE(convert.ComputeH(0, 0, 255, h));
+    EXPECT_FLOAT_EQ(h, 4.1887902f);
+    ASSERT_TRUE(convert.ComputeHSI(0, 0, 0, h, s, i));
+    EXPECT_TRUE(h == 0 && s == 0 && i == 0);
+    i = 7;
+    EXPECT_FALSE(convert.ComputeI(255.5f, 0, 0, i));
+    EXPECT_FALSE(convert.ComputeS(0, -0.5f, 0, i));
+    EXPECT_EQ(i, 7);
+    convert.ComputeI_RD(300, 0, 0, i);
+    EXPECT_FLOAT_EQ(i, 85);
+}
+
+TEST(RgbToHsi, NoTintHasAHueThatIsNoNumber) {
+    test::Random random(8);
+    const RGBtoHSI convert(0, 0, 0, 65535, 65535, 65535);
+    for (int n = 0; n < 200000; ++n) {
+        const float base = float(random(0, 65000)), tint = float(random(0, 2));
+        float h;
+        convert.ComputeH_RD(base + tint, base + float(random(0, 2)), base, h);
+        ASSERT_TRUE(h >= 0 && h <= 6.2831855f) << base;
+    }
+}
+
+}  // namespace

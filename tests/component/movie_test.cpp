@@ -1,0 +1,174 @@
+// Movies: children and the events around them, one child against several, the registry, names.
+#include <gtest/gtest.h>
+
+#include "component_helpers.h"
+
+namespace {
+
+TEST(Movie, ChildrenComeAndGoInOrder) {
+    Recorder r;
+    Movie movie, source;
+    r.name('m', &movie);
+    r.name('s', &source);
+    movie.AttachObserver(&r);
+    Ref<Comp> comps[] = {newComp(1), newComp(2), newComp(3), newComp(4)};
+    for (int i = 0; i < 4; ++i) r.name(static_cast<char>('a' + i), comps[i].get());
+    for (int i = 1; i < 4; ++i) source.AddChild(comps[i].get());
+    EXPECT_EQ(movie.AddChild(comps[0].get()), 0);
+    EXPECT_EQ(comps[0]->refCount, 2);
+    EXPECT_EQ(r.take(), "m3 m3(a) m15 ");
+    EXPECT_EQ(movie.AddChild(&source), 1);
+    EXPECT_EQ(r.take(), "m3 m3(b) m3(c) m3(d) ");
+    EXPECT_EQ(comps[3]->refCount, 3);
+    EXPECT_EQ(comps[3]->GetParent(), &movie);
+    EXPECT_EQ(comps[3]->GetIndex(), 3);
+    source.Cleanup();
+    EXPECT_EQ(comps[3]->GetParent(), &movie);
+    EXPECT_EQ(movie.AddChild(&movie), -1);
+
+    // A child that the movie alone holds dies between the two events of its removal.
+    comps[0]->AttachObserver(&r);
+    comps[2]->AttachObserver(&r);
+    comps[2]->MakeActive();
+    movie.RemoveChild(comps[0].release()->Release() == 1 ? movie.GetChildAt(0) : nullptr);
+    EXPECT_EQ(r.take(), "c7 m4(a) a1 m5(m) ");
+    // The active index stayed and names the next child. When that one goes, none is active.
+    EXPECT_TRUE(comps[3]->IsActive());
+    EXPECT_EQ(movie.GetImageFrames(), 4u);
+    EXPECT_TRUE(movie.RemoveComponent(comps[3].get()));
+    EXPECT_EQ(movie.GetActiveComp(), nullptr);
+    EXPECT_FALSE(movie.RemoveComponent(comps[3].get()) || comps[3]->GetParent());
+    EXPECT_TRUE(movie.RemoveComponent(static_cast<unsigned char>(0)));
+    EXPECT_FALSE(movie.RemoveComponent(static_cast<unsigned char>(1)));
+    EXPECT_EQ(movie.GetChildAt(0), comps[2].get());
+    movie.AddChild(comps[1].get());
+    comps[1]->MakeActive();
+    movie.RemoveChild(comps[2].get());
+    EXPECT_TRUE(comps[1]->IsActive());
+    // The observers of a dying child see a movie that is empty, not half so.
+    int seen = -1;
+    r.onEvent = [&](int event) {
+        seen = event == EventDestroyed && seen < 0 ? movie.GetNumbChildren() : seen;
+    };
+    comps[1]->AttachObserver(&r);
+    comps[1].reset();
+    movie.Cleanup();
+    EXPECT_EQ(seen, 0);
+}
+
+TEST(Movie, RefusesThe256thChild) {
+    Recorder r;
+    Movie movie, two;
+    auto comp = newComp();
+    for (int i = 0; i < 254; ++i) ASSERT_EQ(movie.AddChild(comp.get()), i);
+    for (int i = 0; i < 2; ++i) two.AddChild(comp.get());
+    movie.AttachObserver(&r);
+    EXPECT_EQ(movie.AddChild(&two), -1);
+    EXPECT_EQ(r.take(), "");
+    r.name('m', &movie);
+    r.name('c', comp.get());
+    EXPECT_EQ(movie.AddChild(comp.get()), 254);
+    EXPECT_EQ(movie.AddChild(comp.get()), -1);
+    EXPECT_EQ(r.take(), "m3(c) ");
+    EXPECT_EQ(comp->refCount, 1 + 255 + 2);
+}
+
+TEST(Movie, SpeaksForOneChildButNotForTwo) {
+    Movie movie;
+    auto comp = newComp(1, 3, DataUInt16, SubYuv), film = newComp();
+    film->frameCount = 2;
+    movie.AddChild(comp.get());
+    IComponent& m = movie;
+    const auto set = [&](float opacity, bool visible, int place, Zel::Remapper* remapper) {
+        m.SetOpacity(opacity);
+        m.SetVisible(visible);
+        m.SetLocation(place, place);
+        m.SetStartFrame(static_cast<unsigned long>(place));
+        m.SetRemapper(remapper);
+        return m.AddScene("s", "d", 0, nullptr);
+    };
+    using Answers = std::tuple<int, int, int, int, int, bool, float, const void*, unsigned long, bool>;
+    const auto answers = [&] {
+        return Answers(m.GetCompType(), m.GetCompMType(), m.GetCompSType(), m.GetDataType(),
+                       m.GetNumbChannels(), m.IsVisible(), m.GetOpacity(), m.GetRemapper(), m.GetStartFrame(),
+                       m.IsMovie());
+    };
+    EXPECT_TRUE(set(0.25f, false, 9, new Tone(1)));
+    const Answers own(1, 0, 1, DataUInt16, 3, false, 0.25f, comp->remapper, 9, false);
+    EXPECT_EQ(answers(), own);
+    movie.AddChild(film.get());
+    EXPECT_FALSE(set(1.0f, true, 1, nullptr) || m.RemoveScene(0));
+    EXPECT_EQ(answers(), Answers(0xFE00, 0xFE00, 0xF0, 0, 0, true, 1.0f, nullptr, 0, true));
+    movie.RemoveChild(film.get());
+    EXPECT_EQ(answers(), own);
+    EXPECT_EQ(comp->x, 9);
+}
+
+TEST(Movie, LengthAndCurrentFrame) {
+    Recorder r;
+    Movie movie;
+    auto a = newComp(), b = newComp();
+    a->frameCount = b->frameCount = 10;
+    b->startFrame = 5;
+    for (Comp* comp : {a.get(), b.get()}) movie.AddChild(comp);
+    r.names = {{-1, '?'}};
+    r.name('m', &movie);
+    r.name('a', a.get());
+    r.name('b', b.get());
+    movie.AttachObserver_All(&r);
+    a->frameCount = 20;
+    EXPECT_EQ(b->CheckMovieLength(false), 20u);
+    EXPECT_EQ(b->GetMovieLength(), 15u);
+    b->SetMovieLength(0);
+    EXPECT_FALSE(movie.SetCurrentFrame(15) || movie.SetCurrentFrame(0));
+    EXPECT_TRUE(b->SetCurrentFrame(3));
+    EXPECT_FALSE(b->SetCurrentFrame(3));
+    movie.SendFrameChangedEvent();
+    EXPECT_EQ(r.take(), "m12 b12 m12(8) a12(4294967295) b12(4294967295) ");
+    // Unlike a component, a movie calls all who were attached at the start.
+    Recorder last;
+    r.onEvent = [&](int) { movie.DetachObserver(&last); };
+    last.name('m', &movie);
+    movie.AttachObserver(&last);
+    for (int i = 1; i < 3; ++i) movie.NotifyObserver(99, i);
+    EXPECT_EQ(last.take(), "m99(1) ");
+}
+
+TEST(Movie, RegistryKeepsEntriesInOrder) {
+    Movie a, b;
+    const int before = Movie::GetCount();
+    for (Movie* movie : {&a, &b, &a}) movie->RegistMe();
+    a.UnregistMe();
+    EXPECT_EQ(Movie::GetMovie(before), &b);
+    EXPECT_EQ(Movie::GetMovieList()->back(), &a);
+    for (Movie* movie : {&a, &a, &b}) movie->UnregistMe();
+    EXPECT_FALSE(a.HasRegisted());
+    EXPECT_EQ(Movie::GetCount(), before);
+}
+
+/// `made` gives the next name of a family each time: the text and consecutive numbers.
+void expectNumbered(const std::string& text, const std::function<std::string()>& made) {
+    const std::string first = made(), second = made();
+    ASSERT_EQ(first.substr(0, text.size()), text);
+    EXPECT_EQ(second, text + std::to_string(std::stoi(first.substr(text.size())) + 1));
+}
+
+TEST(Names, TagThenFileThenNumber) {
+    expectNumbered("Untitled comp ", [] { return std::string(newComp()->GetName()); });
+    expectNumbered("Untitled movie ", [] { return std::string(Movie().GetName()); });
+    expectNumbered("New movie ", [] { return Movie::NewMovieName(); });
+    auto comp = newComp();
+    Movie movie;
+    movie.AddChild(comp.get());
+    const std::string made = comp->GetName();
+    EXPECT_EQ(movie.GetName(), made);
+    EXPECT_FALSE(comp->IsNametagSet());
+    comp->SetFilename("a\\b\\c.img");
+    EXPECT_STREQ(comp->GetShortName(), "c.img");
+    comp->SetNametag("tag");
+    EXPECT_STREQ(movie.GetShortName(), "tag");
+    comp->Cleanup();
+    EXPECT_STREQ(comp->GetName(), "");
+}
+
+}  // namespace

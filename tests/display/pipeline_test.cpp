@@ -1,0 +1,269 @@
+// From a component's image to its bitmap: a wrong image, crop or depth chosen, bitmaps too small for their
+// picture, compositions out of place, mapping modes and fields that reach the wrong images or rows.
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "pzel/component/comp.h"
+#include "pzel/display/bitmap.h"
+#include "pzel/display/fields.h"
+#include "pzel/display/map_data.h"
+#include "tests/support/images.h"
+
+namespace {
+
+using namespace test;
+
+struct Release {
+    void operator()(Comp* comp) const { comp->Release(); }
+};
+using Owned = std::unique_ptr<Comp, Release>;
+
+// A component of images of random bytes with default bounds.
+Comp* newComp(Random& random, const Shape& s, int frames = 1) {
+    Comp* comp = AllocComp(frames);
+    ConstructImages(comp->images, frames, u16(s.width), u16(s.height), u8(s.channels),
+                    u8(s.type | (s.interleaved ? 0x80 : 0)));
+    for (Image* image = comp->images; image != comp->images + frames; ++image) {
+        image->imageType = u16(s.imageType);
+        random.fill(image->data, GetImageTotalBytes(image));
+        SetDefaultBound(image);
+    }
+    return comp;
+}
+
+void showArea(Comp* comp, int left, int top, int right, int bottom) {
+    comp->dataArea = new SRect{short(left), short(right), short(top), short(bottom)};
+    comp->flagsA = u16((comp->flagsA & ~CompExtentMask) | CompExtentDataArea);
+}
+
+Bytes picture(Image* image, int x, int y, int w, int h, int pixelBytes, const u8* lut = nullptr,
+              int mode = 0) {
+    Bytes rows(w * h * pixelBytes);
+    MapData(rows.data(), u16(w * pixelBytes), u16(w), u16(h), image, short(x), short(y), lut, u8(mode));
+    return rows;
+}
+
+Bytes shown(const Comp& comp) {
+    const ShownBitmap b = comp.GetShownBitmap();
+    Bytes rows;
+    for (int y = 0; y < b.height; ++y)
+        rows.insert(rows.end(), b.pixels + y * b.rowBytes, b.pixels + y * b.rowBytes + b.width * b.bits / 8);
+    return rows;
+}
+
+// The bytes of one element.
+Bytes element(Image* image, int x, int y, int c) {
+    const int bytes = DataBytes(image->dataType);
+    const u8* place = GetImageData(image, c) + y * image->rowBytes +
+                      x * bytes * (IsInterleaved(image) ? image->channels : 1);
+    return {place, place + bytes};
+}
+
+struct Table final : Zel::Remapper {
+    Table(const u8* lut, std::vector<int>* log) : table(lut), modes(log) {}
+    bool IsEqual(const Remapper& other) const override { return &other == this; }
+    Remapper* Clone() const override { return new Table(*this); }
+    void SetMode(int hsi, int flag) override { modes->insert(modes->end(), {hsi, flag}); }
+    int GetMode() const override { return 0; }
+    void Reset() override {}
+    int GetNumbChannels() const override { return 3; }
+    bool IsIdentity(int) const override { return false; }
+    float Remap(float value, int) const override { return value; }
+    const u8* GetLookupTable() const override { return table; }
+
+    const u8* table;
+    std::vector<int>* modes;
+};
+
+TEST(Pipeline, ShowsTheDataAreaOfTheImage) {
+    Random random(31);
+    const Bytes table = random.bytes(3 * 512);
+    for (int round = 0; round < 400; ++round) {
+        const int type = random.pick({2, 4, 5, 8}), channels = random.pick({1, 3, 3}),
+                  mode = random(0, 3) << 6;
+        const int width = random(1, 33), height = random(1, 20), pixelBytes = channels == 3 && !mode ? 3 : 1;
+        const Owned comp(
+            newComp(random, {width, height, channels, type, random.coin(), random.pick({0, 1, 3})}));
+        const u8* lut = random.coin() ? table.data() : nullptr;
+        if (round % 2 || lut) comp->remapper = new Table(lut, nullptr);
+        if (type == DataFloat) ClearImage(comp->images);
+        comp->flagsA = u16(mode | CompBitmapOutOfDate);
+        int x = 0, y = 0, w = width, h = height;
+        if (round % 3) {
+            x = random(0, width - 1), y = random(0, height - 1);
+            w = random(1, width - x), h = random(1, height - y);
+            showArea(comp.get(), x, y, x + w - 1, y + h - 1);
+        }
+        for (int again = 0; again < 2; ++again) {
+            comp->ComputeBitmap(-1);
+            const ShownBitmap b = comp->GetShownBitmap();
+            ASSERT_EQ(b.rowBytes, (w * pixelBytes + 3) / 4 * 4);
+            ASSERT_TRUE(b.width == w && b.height == h && b.bits == 8 * pixelBytes &&
+                        b.pixels == comp->bitmap + y * b.rowBytes + x * pixelBytes);
+            ASSERT_EQ(shown(*comp), picture(comp->images, x, y, w, h, pixelBytes, lut, mode))
+                << type << ' ' << mode;
+            ASSERT_TRUE(comp->bmpWidth == w && comp->bmpHeight == h && !(comp->flagsA & CompBitmapOutOfDate));
+            comp->images->data[0] ^= 1;
+        }
+    }
+}
+
+TEST(Pipeline, MakesNoBitmapWhereNothingCanBeShown) {
+    Random random(32);
+    for (const Shape& shape : {Shape{4, 4, 1, 2, true, MajorNoBitmap},
+                               {4, 4, 1, 2, true, MajorVector},
+                               {4, 4, 1, 2, true, 0x700},
+                               {4, 4, 2, 2}}) {
+        const Owned comp(newComp(random, shape));
+        comp->ComputeBitmap(0);
+        EXPECT_TRUE(!comp->bitmap && !comp->GetShownBitmap().pixels) << shape.imageType;
+    }
+    EXPECT_TRUE(ComputeBmpLineBytes(33, 1) == 8 && ComputeBmpLineBytes(5, 8) == 8 &&
+                ComputeBmpLineBytes(5, 24) == 16 && !ComputeBmpLineBytes(9, 16));
+}
+
+TEST(Pipeline, BoundariesKeepTheirBits) {
+    Random random(33);
+    for (int round = 0; round < 200; ++round) {
+        const int width = random(1, 40), height = random(1, 9), x0 = round % 4 ? random(0, width - 1) : 0;
+        const int y0 = round % 4 ? random(0, height - 1) : 0, w = width - x0, h = height - y0;
+        const Owned comp(newComp(random, {width, height, 2, DataBit, true, MajorBoundary})),
+            bits(newComp(random, {width, height, 1, DataBit, true, SubGrey}));
+        for (Comp* one : {comp.get(), bits.get()}) {
+            if (round % 4) showArea(one, x0, y0, width - 1, height - 1);
+            one->ComputeBitmap(0);
+        }
+        const ShownBitmap b = comp->GetShownBitmap();
+        ASSERT_TRUE(b.width == w && b.height == h && b.bits == 1 && b.bitRows == 2 &&
+                    b.rowBytes == 2 * ((w + 31) / 32 * 4));
+        const auto bit = [](const u8* row, int i) { return row[i / 8] << i % 8 & 0x80; };
+        for (int i = 0; i < 2 * h * w; ++i) {
+            const u8* source = comp->images->data + (2 * y0 + i / w) * ((width + 7) / 8);
+            ASSERT_EQ(bit(b.pixels + i / w * b.rowBytes / 2, i % w), bit(source, x0 + i % w)) << i;
+        }
+        EXPECT_EQ(bits->GetShownBitmap().bits, 1);
+    }
+}
+
+TEST(Pipeline, PrefersTheFlatImageThenTheFlatComp) {
+    Random random(34);
+    const Owned comp(newComp(random, {20, 16, 1, DataUInt8, true, SubGrey}));
+    Comp* flat = comp->flatComp = newComp(random, {9, 8, 1, DataUInt16, true, SubGrey});
+    showArea(flat, 1, 2, 6, 5);
+    flat->x = 4, flat->y = 3;
+    using Place = std::vector<int>;
+    const auto place = [&](Image* expected) {
+        short dx = -1, dy = -1;
+        u16 x = 9, y = 9, w = 0, h = 0;
+        EXPECT_EQ(comp->GetFlatImage(dx, dy, x, y, w, h), expected);
+        return Place{dx, dy, x, y, w, h};
+    };
+    EXPECT_EQ(place(flat->images), (Place{4, 3, 1, 2, 6, 4}));
+    comp->ComputeBitmap(0);
+    EXPECT_EQ(shown(*comp), picture(flat->images, 1, 2, 6, 4, 1));
+    EXPECT_EQ(comp->GetShownBitmap().pixels, comp->bitmap + comp->bmpRowBytes * (3 + 2) + 4 + 1);
+    flat->flagsA |= CompHidden;
+    EXPECT_EQ(place(comp->images), (Place{0, 0, 0, 0, 20, 16}));
+    comp->DeleteBitmap();
+    comp->ComputeBitmap(0);
+    EXPECT_EQ(shown(*comp), picture(comp->images, 0, 0, 20, 16, 1));
+    flat->flagsA = CompExtentDataArea;
+    SetImageNotValid(flat->images);
+    EXPECT_EQ(comp->GetFlatImage(), comp->images);
+    comp->flatImage = NewImage(flat->images);
+    SetImageValid(comp->flatImage);
+    showArea(comp.get(), 2, 1, 8, 8);
+    EXPECT_EQ(place(comp->flatImage), (Place{2, 1, 0, 0, 9, 8}));
+}
+
+TEST(Pipeline, FlatFrameLaysTheFlatCompOverTheImage) {
+    Random random(35);
+    for (int round = 0; round < 200; ++round) {
+        const int channels = random.pick({1, 3}), type = random.pick({2, 8}),
+                  sub = channels == 1 ? SubGrey : SubColour;
+        const Owned comp(newComp(random, {20, 16, channels, type, random.coin(), sub}));
+        comp->UpdateFlatFrame(3);
+        EXPECT_EQ(comp->flatImage, nullptr);
+        Comp* flat = comp->flatComp =
+            newComp(random, {random(1, 12), random(1, 16), channels, type, random.coin(), sub});
+        flat->x = short(random(-13, 21)), flat->y = short(random(-16, 17));
+        Image *base = comp->images, *top = flat->images;
+        const auto expectPicture = [&](int parts, bool covered) {
+            comp->UpdateFlatFrame(u8(parts));
+            ASSERT_TRUE(comp->flatImage && IsValidImage(comp->flatImage) &&
+                        comp->flatImage->imageType == sub && GetImageSize(comp->flatImage) == 320);
+            for (int i = 0; i < 320 * channels; ++i) {
+                const int x = i % 20, y = i / 20 % 16, c = i / 320, fx = x - flat->x, fy = y - flat->y;
+                const bool inside = covered && fx >= 0 && fy >= 0 && fx < top->width && fy < top->height;
+                ASSERT_EQ(element(comp->flatImage, x, y, c),
+                          inside ? element(top, fx, fy, c) : element(base, x, y, c))
+                    << parts << ' ' << x << ' ' << y;
+            }
+        };
+        expectPicture(3, true);
+        comp->ComputeBitmap(0);
+        EXPECT_EQ(shown(*comp), picture(comp->flatImage, 0, 0, 20, 16, channels));
+        for (const int whole : {16, 4}) {
+            expectPicture(whole, false);
+            expectPicture(1, true);
+        }
+        comp->UpdateFlatFrame(0);
+        EXPECT_FALSE(IsValidImage(comp->flatImage));
+        expectPicture(3, true);
+        flat->flagsA |= CompHidden;
+        comp->UpdateFlatFrame(3);
+        EXPECT_TRUE(!IsValidImage(comp->flatImage) && IsFlatFrameNotUpdated(comp.get()) &&
+                    comp->GetFlatImage() == base);
+        flat->flagsA = 0;
+        ResizeImage(top, 20, 16);
+        comp->UpdateFlatFrame(3);
+        EXPECT_EQ(comp->flatImage, nullptr) << "equal areas leave nothing to compose";
+    }
+}
+
+TEST(Pipeline, MappingModeSwitchesEveryImage) {
+    Random random(36);
+    std::vector<int> modes;
+    const Owned comp(newComp(random, {4, 4, 3, DataUInt8, true}, 3));
+    comp->flatComp = newComp(random, {3, 3, 3, DataUInt8, true}, 2);
+    comp->flatImage = NewImage(comp->images);
+    comp->remapper = new Table(nullptr, &modes);
+    SetDefaultBound(comp->flatImage);
+    for (int c = 0; c < 3; ++c) writePair(GetBound(comp->images), c, DataUInt8, {10 + c, 200});
+    EXPECT_FALSE(comp->SwitchMapingMode(2));
+    EXPECT_TRUE(comp->SwitchMapingMode(3));
+    EXPECT_FALSE(comp->SwitchMapingMode(3));
+    for (Image* image : {comp->images, comp->images + 2, comp->flatComp->images, comp->flatComp->images + 1,
+                         comp->flatImage}) {
+        EXPECT_EQ(GetBoundType(image), BoundHsi);
+    }
+    // The further images get the first one's section of the old type, deliberately.
+    EXPECT_EQ(std::memcmp(GetHSIBound(comp->images + 2), GetBound(comp->images), 6), 0);
+    EXPECT_EQ(readPair(GetBound(comp->images + 2), 0, DataUInt8), Pair(0, 255));
+    EXPECT_NEAR(GetHSIBound(comp->images)[0], 11, 1);
+    EXPECT_TRUE(comp->SwitchMapingMode(0));
+    EXPECT_EQ(std::memcmp(GetBound(comp->images + 1), GetHSIBound(comp->images), 6), 0);
+    EXPECT_EQ(GetBoundType(comp->images + 2), BoundData);
+    EXPECT_EQ(modes, (std::vector<int>{1, 1, 0, 1}));
+    SetSubType(comp->images, SubYuv);
+    EXPECT_FALSE(comp->SwitchMapingMode(3));
+}
+
+TEST(FieldsToFrame, InterleavesRowsOfEveryLayout) {
+    Random random(37);
+    for (int round = 0; round < 48; ++round) {
+        const int type = random.pick({2, 4, 8}), channels = round % 3 ? 3 : 1;
+        const Owned even(newComp(random, {7, 5, channels, type, round % 2 == 0})),
+            odd(newComp(random, {7, 4, channels, type, round / 2 % 2 == 0}));
+        const Owned frame(newComp(random, {7, 9, channels, type, round / 4 % 2 == 0}));
+        FieldsToFrame(even.get(), odd.get(), frame.get());
+        for (int i = 0; i < 63 * channels; ++i) {
+            const int x = i % 7, y = i / 7 % 9, c = i / 63;
+            ASSERT_EQ(element(frame->images, x, y, c), element((y % 2 ? odd : even)->images, x, y / 2, c))
+                << round << ' ' << x << ' ' << y;
+        }
+    }
+}
+
+}  // namespace

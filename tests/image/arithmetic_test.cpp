@@ -1,0 +1,193 @@
+// Hunts wrong operand orders, sums that lose digits, layouts that fill or print the wrong element.
+#include "pzel/image/arithmetic.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "tests/support/images.h"
+
+using namespace test;
+
+namespace {
+
+struct Floats : TestImage {
+    explicit Floats(Random& random, int columns = 7, int planes = 3)
+        : TestImage({columns, 5, planes, DataFloat}) {
+        randomise(random);
+    }
+    float* values() { return reinterpret_cast<float*>(data); }
+    std::vector<float> copy() { return {values(), values() + GetImageVolume(this)}; }
+};
+
+TEST(Arithmetic, EveryOperationKeepsItsOperandsInOrder) {
+    Random random(1);
+    const float k = 2.5f;
+    const auto check = [&](auto operation, auto rule) {
+        Floats a(random), b(random);
+        const std::vector<float> before = a.copy(), other = b.copy();
+        operation(&a, &b);
+        for (std::size_t i = 0; i < before.size(); ++i)
+            ASSERT_EQ(a.values()[i], rule(before[i], other[i])) << i;
+        ASSERT_EQ(b.copy(), other);
+        ASSERT_TRUE(a.pixels.intact());
+    };
+    using F = float;
+    check([](Image* a, Image* b) { AddImage(a, b); }, [](F a, F b) { return b + a; });
+    check([=](Image* a, Image* b) { AddImage(a, b, k); }, [=](F a, F b) { return F(k * b) + a; });
+    check([](Image* a, Image* b) { SubtractImage(a, b); }, [](F a, F b) { return a - b; });
+    check([](Image* a, Image* b) { MultiplyImage(a, b); }, [](F a, F b) { return b * a; });
+    check([=](Image* a, Image* b) { MultiplyImage(a, b, k); }, [=](F a, F b) { return k * a * b; });
+    check([=](Image* a, Image*) { MultiplyConstant(a, k); }, [=](F a, F) { return k * a; });
+    check([=](Image* a, Image*) { PlusConst(a, k); }, [=](F a, F) { return k + a; });
+    check([=](Image* a, Image*) { DivideImage(7, a, k); }, [=](F a, F) { return 7 / (a + k); });
+    check([=](Image* a, Image* b) { DivideByImage(a, b, k); },
+          [=](F a, F b) { return b >= 0 ? a / (b + k) : a / (b - k); });
+}
+
+TEST(Arithmetic, ChannelsMeetAndOnlyOneChanges) {
+    Random random(2);
+    const auto check = [&](auto operation, bool intoSecond, auto rule) {
+        Floats a(random), b(random);
+        const std::vector<float> a0 = a.copy(), b0 = b.copy();
+        operation(&a, &b);
+        std::vector<float> a1 = a0, b1 = b0;
+        for (std::size_t j = 0; j < 35; ++j)
+            (intoSecond ? b1[70 + j] : a1[35 + j]) = rule(a0[35 + j], b0[70 + j]);
+        EXPECT_EQ(a.copy(), a1);
+        EXPECT_EQ(b.copy(), b1);
+    };
+    using F = float;
+    check([](Image* a, Image* b) { CopyCh2Ch(a, b, 1, 2); }, true, [](F a, F) { return a; });
+    check([](Image* a, Image* b) { Ch2ChSubtract(a, b, 1, 2); }, false, [](F a, F b) { return a - b; });
+    check([](Image* a, Image* b) { Ch2ChAdd(a, b, 1, 2); }, false, [](F a, F b) { return b + a; });
+    check([](Image* a, Image* b) { Ch2ChAdd(a, b, 1, 2, 3); }, false, [](F a, F b) { return 3 * b + a; });
+}
+
+TEST(Arithmetic, SumsAreAtLeastAsExactAsExtendedPrecision) {
+    Random random(3);
+    for (int width : {1, 3, 5, 40, 333}) {
+        Floats a(random, width, 1), b(random, width, 1), w(random, width, 1);
+        long double squares = 0, products = 0, differences = 0, weighted = 0;
+        const std::size_t n = GetImageVolume(&a);
+        for (std::size_t i = 0; i < n; ++i) {
+            const long double x = a.values()[i], y = b.values()[i];
+            squares += x * x;
+            products += x * y;
+            differences += (y - x) * (y - x);
+            weighted += (x - y) * w.values()[i];
+        }
+        EXPECT_EQ(SqureSum(&a), float(squares));
+        EXPECT_EQ(MultipSum(&a, &b), float(products));
+        EXPECT_EQ(DifferenceSqureSum(&a, &b), float(differences));
+        EXPECT_EQ(WeightDifferenceSum(&a, &b, &w), float(weighted));
+        EXPECT_EQ(ImageDiffEnergy(&a, &b), float(differences / n));
+    }
+    // What a sum in double precision would lose: 1 beside 1e17, in one lane and across lanes.
+    TestImage a({64, 1, 1, DataFloat}), ones({64, 1, 1, DataFloat});
+    for (int x = 0; x < 64; ++x)
+        ones.put(x, 0, 0, 1), a.put(x, 0, 0, x == 0 ? 1e17f : x == 32 ? -1e17f : 0.5f);
+    EXPECT_EQ(MultipSum(&a, &ones), 31.0f);
+    TestImage none({0, 3, 1, DataFloat});
+    EXPECT_EQ(SqureSum(&none), 0);
+    EXPECT_TRUE(std::isnan(ImageDiffEnergy(&none, &none)));
+}
+
+TEST(Arithmetic, InversionTwiceIsNothingAndFillingReachesEveryElement) {
+    Random random(4);
+    for (int type = DataBit; type <= DataFloat; ++type) {
+        for (int channels : {1, 2, 3, 5}) {
+            for (bool interleaved : {false, true}) {
+                TestImage image({9, 4, channels, type, interleaved});
+                image.randomise(random);
+                const Bytes before = image.pixels.bytes();
+                const double first = image.at(3, 2, channels - 1), top = rangeOf(type).second;
+                InvertImage(&image);
+                const bool fromTop =
+                    type == DataBit || type == DataUInt8 || type == DataUInt16 || type == DataUInt32;
+                const double negated = first == rangeOf(type).first && type != DataFloat ? first : -first;
+                EXPECT_EQ(image.at(3, 2, channels - 1), fromTop ? top - first : negated) << type;
+                InvertImage(&image);
+                EXPECT_EQ(image.pixels.bytes(), before) << type;
+
+                AnyType values[5] = {};
+                for (int c = 0; c < channels; ++c)
+                    writeElement(&values[c], type == DataBit ? 2 : type, 10 * c);
+                FillData(&image, values);
+                for (int c = 0; c < channels; ++c) {
+                    const int expected = channels == 3 ? 20 - 10 * c : 10 * c;
+                    const int bit = channels == 3;  // the exchanged first value
+                    for (int x : {0, 8}) EXPECT_EQ(image.at(x, 3, c), type == DataBit ? bit : expected);
+                }
+                if (channels == 3 && type != DataBit) {
+                    EXPECT_EQ(readElement(&values[0], type), 20) << "the caller's array stays exchanged";
+                }
+                EXPECT_TRUE(image.pixels.intact());
+            }
+        }
+    }
+}
+
+TEST(Arithmetic, LengthsForTransforms) {
+    for (int n = 5; n < 5000; ++n) {
+        int naive = n;
+        const auto good = [](int v) {
+            while (v % 2 == 0) v /= 2;
+            return v == 1 || v == 3;
+        };
+        while (!good(naive)) ++naive;
+        ASSERT_EQ(Make2Power(n), naive);
+    }
+    EXPECT_EQ(Make2Power(-7), 1);
+    EXPECT_EQ(Make2Power(3), 3);
+    EXPECT_EQ(Make2Power(1 << 30), 1 << 30);
+    EXPECT_EQ(Make2Power((1 << 30) + 1), 1610612736);
+    EXPECT_EQ(Make2Power(2147483647), 1610612736) << "the largest that an int holds";
+}
+
+std::string text(Image* image, int x, int y) {
+    char out[128];
+    printData(image, x, y, out);
+    return out;
+}
+
+TEST(PixelText, FollowsKindChannelsAndSigns) {
+    for (bool interleaved : {false, true}) {
+        TestImage colour({3, 2, 3, DataUInt8, interleaved}), yuv({3, 2, 3, DataUInt16, interleaved, SubYuv});
+        TestImage reals({3, 2, 3, DataFloat, interleaved}), pairs({3, 2, 2, DataInt32, interleaved});
+        for (int c = 0; c < 3; ++c) {
+            colour.put(1, 1, c, 200 + c);
+            yuv.put(1, 1, c, 65530 + c);
+            reals.put(1, 1, c, c + 0.25);
+            if (c < 2) pairs.put(1, 1, c, -5 - c);
+        }
+        EXPECT_EQ(text(&colour, 1, 1), "202 201 200") << "red first";
+        EXPECT_EQ(text(&yuv, 1, 1), "65530 -5 -4");
+        EXPECT_EQ(text(&reals, 1, 1), "2.250 1.250 0.250");
+        EXPECT_EQ(text(&pairs, 1, 1), "-5 -6");
+        colour.imageType = SubYuv;
+        EXPECT_EQ(text(&colour, 1, 1), "200 -55 -54");
+    }
+    TestImage bits({12, 2, 1, DataBit});
+    std::memset(bits.data, 0, 4);
+    bits.data[2] = 0x02;  // bit 1 from the least significant one
+    EXPECT_EQ(text(&bits, 1, 1), "1");
+    EXPECT_EQ(text(&bits, 6, 1), "0");
+
+    struct {
+        float m[8] = {2, 0.5f, 0.25f, 3, 10, 20, 0.5f, 0.25f};
+        std::int32_t kind = 0;
+    } mapping;
+    TestImage holder({9, 4, 1, DataUInt8, true, 0x0501});
+    const auto displacement = [&](int kind) {
+        mapping.kind = kind;
+        std::memcpy(holder.data, &mapping, sizeof mapping);
+        return text(&holder, 2, 4);
+    };
+    EXPECT_EQ(displacement(0), "12.000000 28.000000");
+    EXPECT_EQ(displacement(1), "13.000000 29.000000");
+    EXPECT_EQ(displacement(2), "3.000000 7.000000");
+    EXPECT_EQ(displacement(9), "0.000000 0.000000");
+}
+
+}  // namespace

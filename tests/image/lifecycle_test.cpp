@@ -1,0 +1,173 @@
+// Records and their buffers: wrong sizes and addresses, buffers lost, released twice or with the wrong
+// function (the sanitizers count), shapes that the record cannot hold, type codes computed wrongly.
+#include "pzel/image/lifecycle.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <stdexcept>
+
+#include "pzel/image/attachment.h"
+#include "tests/support/images.h"
+
+namespace {
+
+using namespace test;
+
+struct Delete {
+    void operator()(Image* image) const { DeleteImage(image); }
+};
+using Owned = std::unique_ptr<Image, Delete>;
+
+u8* fromMalloc(std::size_t bytes) {
+    return static_cast<u8*>(std::malloc(bytes));
+}
+
+Attachment* newAttachment(std::uint32_t size) {
+    return new (::operator new(sizeof(Attachment))) Attachment{size, 77, ::operator new(size)};
+}
+
+TEST(Image, TypeArithmetic) {
+    const std::string table =
+        "254567"
+        "537587"
+        "474768"
+        "757587"
+        "686868"
+        "878787";  // rows a = 2 ... 7
+    for (int a = 0; a < 16; ++a) {
+        for (int b = 0; b < 16; ++b) {
+            const int looked = a < 2 || a > 7 || b < 2 || b > 7 ? 8 : table[(a - 2) * 6 + b - 2] - '0';
+            const int expected = a == 8 || b == 8 ? 8 : a == b ? a : a == 1 ? b : b == 1 ? a : looked;
+            EXPECT_EQ(FindCommonType(u8(a), u8(b)), expected) << a << ' ' << b;
+        }
+        EXPECT_EQ(GetTrueDataType(true, 3, 0, u8(a)), a == 3 || a == 5 ? a - 1 : a);
+        EXPECT_EQ(GetTrueDataType(true, 2, 1, u8(a)), a == 2 || a == 4 ? a + 1 : a);
+        EXPECT_TRUE(GetTrueDataType(true, 1, 2, u8(a)) == a && GetTrueDataType(false, 3, 2, u8(a)) == a);
+    }
+    const Image* none = nullptr;
+    EXPECT_TRUE(GetSubType(none) == 0xF0 && GetMajorType(none) == 0xFF00 && !IsValidImage(none));
+}
+
+TEST(Image, SizesAndAddressesOfEveryShape) {
+    const int bytes[] = {0, 0, 1, 1, 2, 2, 4, 4, 4, 0};
+    for (int round = 0; round < 10 * 5 * 2; ++round) {
+        const int type = round % 10, channels = 1 + round / 10 % 5, size = bytes[type],
+                  row = size ? 9 * size : 2;
+        const bool together = round >= 50 || channels == 1;
+        const Owned image(NewImage(9, 4, u8(channels), u8(type | 0x70), round >= 50));
+        ASSERT_TRUE(image->dataType == (type | (together ? 0x80 : 0)) &&
+                    image->imageType == (channels == 1 ? 3 : 0));
+        ASSERT_EQ(image->rowBytes, together ? row * channels : row) << type;
+        ASSERT_EQ(GetImageTotalBytes(image.get()), 4 * row * channels);
+        ClearImage(image.get());
+        for (int c = 0; c <= channels; ++c) {  // beyond the last: the first
+            ASSERT_EQ(GetImageData(image.get(), c), image->data + (c == channels ? 0
+                                                                   : together    ? c * size
+                                                                                 : c * row * 4));
+        }
+        ASSERT_EQ(GetImageData(image.get(), 3, 2),
+                  image->data + 2 * image->rowBytes + 3 * size * (together ? channels : 1));
+    }
+}
+
+TEST(Lifecycle, FrameOffsetsOfGroups) {
+    for (const auto& [count, before] : {std::pair(5, 2), {3, 0}, {1, 0}, {4, 3}}) {
+        Image* images = AllocImages(count, before);
+        for (int i = 0; i < count; ++i)
+            EXPECT_EQ(images[i].frameOffset, i == 0 ? 0 : i <= before ? i - before - 1 : i - before);
+        ConstructImages(images, count, 3, 2, 1, DataUInt16);
+        EXPECT_EQ(images[count - 1].imageType, 0) << "the image type is left alone";
+        DeleteImages(images, count);
+    }
+    int offsets[] = {4, -1}, others[] = {7, 8};
+    Image* images = AllocImages(offsets, others, 2);
+    EXPECT_TRUE(images[1].frameOffset == -1 && images[1].frameOffset2 == 8);
+    DeleteImages(images, 2);
+    EXPECT_TRUE(!AllocImages(0, 0) && !AllocImages(offsets, 0));
+}
+
+TEST(Lifecycle, BuffersChangeOwnersAndKeepTheirMark) {
+    Image image;
+    ConstructImage(image, 6, 5, 1, fromMalloc(30), DataUInt8, false, false);
+    EXPECT_TRUE(image.state == StateFreeData && image.imageType == SubGrey && IsInterleaved(&image));
+    ResizeImage(&image, 7, 5);  // the library's buffer now, to be freed all the same
+    EXPECT_TRUE(image.state == StateFreeData && image.rowBytes == 7);
+    std::memset(image.data, 9, 35);
+    const u8* kept = image.data;
+    ResizeImage(&image, 7, 5);
+    SetImageData(&image, nullptr, true);
+    EXPECT_EQ(image.data, kept);
+    const Owned copy(DuplicateImage(&image)), like(AllocImage()), taker(AllocImage());
+    EXPECT_TRUE(copy->state == 0 && std::memcmp(copy->data, image.data, 35) == 0);
+    SetDefaultBound(&image);
+    SetImageAttachment(&image, newAttachment(3));
+    like->frameOffset = -6;
+    CopyImageCharacteristics(like.get(), &image);
+    EXPECT_TRUE(like->frameOffset == -6 && like->state == image.state && like->data != kept &&
+                !like->attachment);
+    EXPECT_EQ(readPair(like->bound, 0, DataUInt8), Pair(0, 255));
+    SetImageData(like.get(), fromMalloc(35), false);
+    SetImageData(copy.get(), static_cast<u8*>(::operator new(35)), true);
+    SwapImage(like.get(), copy.get());
+    EXPECT_TRUE(copy->bound && !like->bound && (copy->state & StateFreeData) &&
+                !(like->state & StateFreeData));
+    TransferImage(taker.get(), &image);
+    EXPECT_TRUE(taker->data == kept && taker->attachment && !image.data && !image.bound && !image.attachment);
+    EXPECT_EQ(image.state, taker->state);
+    RemoveImageData(taker.get());
+    CheckDataArray(taker.get());
+    EXPECT_NE(taker->state & StateFreeData, 0);
+    CleanupImage(taker.get());
+    EXPECT_TRUE(!taker->data && !taker->bound && !taker->attachment && taker->state == 0 &&
+                taker->width == 7);
+    for (const int channels : {1, 5}) {
+        const Owned three(NewImage(7, 5, 3, DataUInt16, true)), other(NewImage(three.get(), channels));
+        EXPECT_EQ(other->rowBytes, 42) << "taken over";
+        ClearImage(other.get());
+        ComputeRowBytes(other.get());
+        ClearImage(other.get());
+        CopyImage(other.get(), three.get());  // other channels: nothing
+    }
+}
+
+TEST(Lifecycle, ShapesTheRecordCannotHoldThrowAndLeaveNoData) {
+    EXPECT_THROW(NewImage(30000, 2, 3, DataUInt8, true), std::bad_array_new_length);
+    EXPECT_THROW(NewImage(65535, 65535, 2, DataUInt8, false), std::bad_array_new_length);
+    const Owned image(NewImage(30000, 1, 1, DataUInt16, true)), like(AllocImage());
+    EXPECT_THROW(ResizeImage(image.get(), 33000, 1), std::bad_array_new_length);
+    EXPECT_THROW(CopyImageCharacteristics(like.get(), image.get()), std::bad_array_new_length);
+    EXPECT_TRUE(!image->data && !like->data);
+    EXPECT_THROW(ConstructImages(like.get(), 1, 65535, 2, 1, DataFloat), std::bad_array_new_length);
+}
+
+TEST(Attachment, IsOwnedByItsImageAndCheckedForNull) {
+    const Owned image(AllocImage());
+    EXPECT_EQ(GetImageAttachment(image.get()), nullptr);
+    SetImageAttachment(image.get(), newAttachment(4));
+    SetImageAttachment(image.get(), newAttachment(2));
+    Attachment* attachment = GetImageAttachment(image.get());
+    char bytes[] = "abcd", *buffer = static_cast<char*>(attachment->buffer);
+    buffer[1] = 'z';
+    attachment->size = 1;
+    SetAttachmentData(attachment, bytes);
+    EXPECT_TRUE(buffer[0] == 'a' && buffer[1] == 'z' && attachment->kind == 77);
+    const auto message = [](auto action) -> std::string {
+        try {
+            action();
+        } catch (const std::invalid_argument& error) {
+            return error.what();
+        }
+        return "";
+    };
+    EXPECT_EQ(message([] { GetImageAttachment(nullptr); }), "Image cannot be NULL");
+    EXPECT_EQ(message([&] { SetImageAttachment(nullptr, attachment); }), "Image cannot be NULL");
+    EXPECT_EQ(message([&] { SetAttachmentData(attachment, nullptr); }), "Arguments cannot be NULL");
+    EXPECT_EQ(message([&] { SetAttachmentData(nullptr, bytes); }), "Arguments cannot be NULL");
+    SetImageAttachment(image.get(), nullptr);
+    EXPECT_EQ(image->attachment, nullptr);
+}
+
+}  // namespace

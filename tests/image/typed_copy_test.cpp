@@ -1,0 +1,249 @@
+// Rectangle copies against a slow reference: wrong clipping, strides or borders, a method chosen or rounded
+// wrongly, bits beside the rectangle changed, pictures that change their look between colour models.
+#include "pzel/image/typed_copy.h"
+
+#include <gtest/gtest.h>
+
+#include "pzel/display/map_data.h"
+#include "pzel/image/bits.h"
+#include "tests/support/images.h"
+
+namespace {
+
+using namespace test;
+
+struct Rect {
+    int sx, sy, dx, dy, w, h, mode = 0;
+};
+
+Rect randomRect(Random& random, int reach) {
+    const auto origin = [&] { return random(-4, reach); };
+    return {origin(), origin(), origin(), origin(), random(-1, 24), random(-1, 15)};
+}
+
+void copy(TestImage& src, TestImage& dst, const Rect& r) {
+    CopyImage(&src, &dst, r.sx, r.sy, r.dx, r.dy, r.w, r.h, u16(r.mode));
+}
+
+bool wide(int type) {
+    return type == DataUInt32 || type == DataInt32;
+}
+
+Pair levelsOf(TestImage& image, int c) {
+    const int type = image.trueType(c);
+    if (type == DataBit || wide(type)) return rangeOf(type);
+    if (image.state & StateBoundSet) return readPair(image.bound, c, type);
+    return type == DataFloat && c > 0 && image.imageType == SubYuv ? Pair{-128, 127} : rangeOf(type);
+}
+
+double convert(double v, bool shift, Pair s, Pair d, int type) {
+    double result = v < s.first ? d.first : d.second;
+    if (shift) {
+        result = float(v + (d.first - s.first));
+    } else if (v >= s.first && v <= s.second && (type != DataBit || v < s.second)) {
+        const float scale = float(d.second - d.first) / float(s.second - s.first);
+        result = float(v - s.first) * scale + float(d.first);
+        result = std::clamp(type == DataFloat ? result : std::trunc(result), d.first, d.second);
+    }
+    if (type == DataFloat) return result;
+    return std::isnan(result) ? 0 : std::clamp(std::trunc(result), rangeOf(type).first, rangeOf(type).second);
+}
+
+void copySlowly(TestImage& src, TestImage& dst, Rect r) {
+    const int left = std::max({0, -r.sx, -r.dx}), top = std::max({0, -r.sy, -r.dy});
+    r = {r.sx + left, r.sy + top, r.dx + left, r.dy + top, r.w - left, r.h - top, r.mode};
+    const int w = std::min({r.w, src.width - r.sx, dst.width - r.dx}),
+              h = std::min({r.h, src.height - r.sy, dst.height - r.dy});
+    const bool same = src.type() == dst.type(), bits = same && src.type() == DataBit;
+    const bool aligned = r.sx % 8 == 0 && r.dx % 8 == 0;
+    if (w < 1 || h < 1 || (bits && r.sx % 8 == r.dx % 8 && !aligned)) return;
+    const Pair s = levelsOf(src, 0), d = levelsOf(dst, 0);
+    const bool shift =
+        s.second - s.first == d.second - d.first && src.type() != DataBit && dst.type() != DataBit;
+    for (int c = 0; c < dst.channels && (same || (!wide(src.type()) && !wide(dst.type()))); ++c) {
+        const int columns = bits && aligned ? (w + 7) / 8 * 8 : w;  // whole bytes of bits
+        for (int i = 0; i < h * columns; ++i) {
+            const int x = i % columns, y = i / columns;
+            const int sType = same ? src.type() : src.trueType(c), dType = same ? sType : dst.trueType(c);
+            if (c < src.channels) {
+                double v = src.at(r.sx + x, r.sy + y, c, sType);
+                if (!same) v = convert(v, shift, levelsOf(src, c), levelsOf(dst, c), dType);
+                dst.put(r.dx + x, r.dy + y, c, v, dType);
+            } else {
+                dst.put(r.dx + x, r.dy + y, c,
+                        dst.imageType == SubColour ? dst.at(r.dx + x, r.dy + y, 0) : 0);
+            }
+        }
+    }
+    const int border = r.mode & CopyBorderMask, right = r.dx + w, bottom = r.dy + h;
+    if (bits || border < CopyBorderZero || border > CopyBorderFill) return;
+    const bool fill = border == CopyBorderFill;
+    const int endX = fill ? std::min<int>(r.dx + r.w, dst.width) : dst.width, startX = fill ? r.dx : 0;
+    const int endY = fill ? std::min<int>(r.dy + r.h, dst.height) : dst.height;
+    const auto strip = [&](int skip, int x0, int y0, int x1, int y1, int fromX, int fromY) {
+        for (int i = 0; i < dst.channels * dst.height * dst.width && !(r.mode & skip); ++i) {
+            const int x = i % dst.width, y = i / dst.width % dst.height, c = i / dst.width / dst.height;
+            if (x < x0 || x >= x1 || y < y0 || y >= y1) continue;
+            dst.put(x, y, c,
+                    border == CopyBorderZero ? 0 : dst.at(fromX < 0 ? x : fromX, fromY < 0 ? y : fromY, c));
+        }
+    };
+    if (!fill) strip(CopySkipLeft, 0, r.dy, r.dx, bottom, r.dx, -1);
+    strip(CopySkipRight, right, r.dy, endX, bottom, right - 1, -1);
+    if (!fill) strip(CopySkipTop, 0, 0, dst.width, r.dy, -1, r.dy);
+    strip(CopySkipBottom, startX, bottom, endX, endY, -1, bottom - 1);
+}
+
+// Pairs of both images: none (kind 0), equal ones (1), shifted ones (2), or any (3).
+void setPairs(Random& random, TestImage& src, TestImage& dst, int kind) {
+    for (int c = 0; c < std::max(src.channels, dst.channels) && kind > 0; ++c) {
+        const int low = random(0, 60), width = random(1, 40), shift = kind == 2 ? random(1, 27) : 0;
+        for (TestImage* image : {&src, &dst}) {
+            if (c >= image->channels || image->type() == DataBit || wide(image->type())) continue;
+            const Pair range = rangeOf(image->trueType(c));
+            const int a = random(int(range.first), int(range.second) - 1),
+                      b = random(a + 1, int(range.second));
+            const int start = low + (image == &dst ? shift : 0);
+            image->setPair(c, kind == 3 ? Pair(a, b) : Pair(start, start + width));
+        }
+    }
+}
+
+TEST(TypedCopy, AllTypesLayoutsChannelsRectanglesAndBorders) {
+    Random random(11);
+    for (int round = 0; round < 64 * 160; ++round) {
+        const int sType = 1 + round % 8, dType = 1 + round / 8 % 8, kind = round / 64 % 4,
+                  sub = random.pick({0, 1, 0x42});
+        const bool bits = sType == DataBit && dType == DataBit,
+                   converts = sType != dType && !wide(sType) && !wide(dType);
+        const int sChannels = random(1, bits ? 2 : 4),
+                  dChannels = converts || (sType == dType && !bits) ? random(1, 4) : sChannels;
+        const bool sTogether = bits || (sType != DataBit && random.coin()),
+                   dTogether = bits || (dType != DataBit && random.coin());
+        TestImage src({random(1, 30), random(1, 12), sChannels, sType, sTogether, sub});
+        const Shape shape{random(1, 30), random(1, 12), dChannels, dType, dTogether, sub};
+        TestImage dst(shape), expected(shape);
+        src.randomise(random);
+        dst.randomise(random);
+        std::memcpy(expected.data, dst.data, dst.pixels.size());
+        if (sType == DataFloat)
+            src.put(0, 0, 0, (kind - 1) / 2 == 0 && kind && dType != DataBit ? std::nan("") : HUGE_VAL);
+        setPairs(random, src, dst, kind);
+        for (int c = 0; c < dChannels && dst.bound; ++c) expected.setPair(c, dst.pair(c));
+        Rect r = randomRect(random, 12);
+        if ((dType != DataBit || bits) && random.coin()) r.mode = random(0, 5) | random(0, 15) << 4;
+        // What stands beside an untreated strip in a repeated row is not promised.
+        if ((r.mode & 15) == CopyBorderFill && r.mode & CopySkipRight) r.mode |= CopySkipBottom;
+        copySlowly(src, expected, r);
+        copy(src, dst, r);
+        ASSERT_TRUE(dst.pixels.intact());
+        ASSERT_EQ(dst.pixels.bytes(), expected.pixels.bytes())
+            << sType << " to " << dType << " channels " << sChannels << " to " << dChannels << " sub " << sub
+            << " pairs " << kind << " rect " << r.sx << ',' << r.sy << ' ' << r.dx << ',' << r.dy << ' '
+            << r.w << 'x' << r.h << " mode " << r.mode;
+    }
+}
+
+TEST(TypedCopy, NegativeCharModeTreatsNoBorderAndSubTypesNotSetAreTakenOver) {
+    TestImage src({4, 4, 1, DataUInt8, true, SubGrey}), dst({9, 9, 1, DataUInt8, true, SubNotSet});
+    for (const int mode : {-1, 1}) {
+        CopyImage(&src, &dst, 0, 0, 2, 2, 4, 4, char(mode));
+        EXPECT_EQ(dst.at(1, 2, 0), mode == 1 ? 0 : Guarded::fill);
+        EXPECT_EQ(dst.imageType, SubGrey);
+    }
+}
+
+TEST(CopyBits, TouchesItsBitsOnly) {
+    Random random(13);
+    for (int round = 0; round < 3000; ++round) {
+        const int bits = random(0, 90), to = random(0, round % 9 ? 9 : 255),
+                  from = random(0, round % 7 ? 9 : 255);
+        Guarded src((from + bits + 7) / 8), dst((to + bits + 7) / 8);
+        random.fill(src.data(), src.size());
+        Bytes expected = dst.bytes();
+        for (int i = 0; i < bits; ++i) {
+            const int s = from + i, d = to + i, mask = 0x80 >> d % 8;
+            expected[d / 8] =
+                u8(src.data()[s / 8] << s % 8 & 0x80 ? expected[d / 8] | mask : expected[d / 8] & ~mask);
+        }
+        CopyBits(dst.data(), src.data(), u16(bits), u8(to), u8(from));
+        ASSERT_TRUE(dst.intact());
+        ASSERT_EQ(dst.bytes(), expected) << bits << " bits from " << from << " to " << to;
+    }
+}
+
+// The picture in levels, blue-green-red; signed 8-bit pictures by their numbers, which the screen would
+// misread.
+std::vector<double> look(TestImage& image) {
+    const int n = image.width * image.height, width = image.width, channels = image.channels;
+    const bool byNumbers = image.type() == DataInt8 && image.imageType != SubYuv;
+    Bytes rows(n * channels);
+    MapData(rows.data(), u16(width * channels), image.width, image.height, &image, 0, 0, nullptr, 0);
+    std::vector<double> levels(3 * n);
+    for (int i = 0; i < 3 * n; ++i) {
+        const int pixel = i / 3, c = i % channels;
+        levels[i] = byNumbers ? image.at(pixel % width, pixel / width, c) + 128 : rows[pixel * channels + c];
+    }
+    return levels;
+}
+
+TEST(TypedCopy, ColourModelsLookAlike) {
+    Random random(14);
+    for (int round = 0; round < 100; ++round) {
+        const int types[] = {2, 3, 4, 5, 8}, from = types[round % 5], to = types[round / 5 % 5];
+        const bool a = round / 25 & 1, b = round / 25 & 2;
+        TestImage colour({40, 30, 3, from, a, SubColour}), yuv({40, 30, 3, to, b, SubYuv}),
+            back({40, 30, 3, from, !b, SubColour});
+        TestImage grey({40, 30, 1, from, true, SubGrey}), greyOfColour({40, 30, 1, to, true, SubGrey}),
+            greyOfYuv({40, 30, 1, from, true, SubGrey});
+        TestImage colourOfGrey({40, 30, 3, to, b, SubColour}), yuvOfGrey({40, 30, 3, to, b, SubYuv});
+        for (TestImage* image :
+             {&colour, &yuv, &back, &grey, &greyOfColour, &greyOfYuv, &colourOfGrey, &yuvOfGrey})
+            SetDefaultBound(image);
+        const auto [low, high] = rangeOf(from);
+        for (int i = 0; i < 3 * 1200; ++i) {
+            const double share = i < 24 ? i / 3 >> i % 3 & 1 : random(0, 65535) / 65535.0;
+            colour.put(i / 3 % 40, i / 120, i % 3, std::floor(low + (high - low) * share));
+            grey.put(i / 3 % 40, i / 120, 0, colour.at(i / 3 % 40, i / 120, 0));
+        }
+        std::vector<double> picture = look(colour), luminance = picture;
+        for (int i = 0; i < 3600; ++i) {
+            const double* p = &picture[i / 3 * 3];
+            luminance[i] = 0.114 * p[0] + 0.587 * p[1] + 0.299 * p[2];
+        }
+        const auto expectLook = [&](TestImage& src, TestImage& dst, const std::vector<double>& expected,
+                                    const char* what) {
+            copy(src, dst, {0, 0, 0, 0, 40, 30});
+            const std::vector<double> levels = look(dst);
+            double worst = 0;
+            for (int i = 0; i < 3600; ++i) worst = std::max(worst, std::fabs(levels[i] - expected[i]));
+            EXPECT_LE(worst, 2) << what << ' ' << from << ' ' << to << ' ' << a << b;
+        };
+        expectLook(colour, yuv, picture, "colour to YUV");
+        expectLook(yuv, back, picture, "and back");
+        expectLook(colour, greyOfColour, luminance, "colour to grey");
+        expectLook(yuv, greyOfYuv, luminance, "YUV to grey");
+        expectLook(grey, colourOfGrey, look(grey), "grey to colour");
+        expectLook(grey, yuvOfGrey, look(grey), "grey to YUV");
+    }
+}
+
+TEST(TypedCopy, ColourModelsKeepToTheClippedRectangle) {
+    Random random(15);
+    for (int round = 0; round < 100; ++round) {
+        const int to = 1 - round % 2;
+        TestImage src({9, 8, 3, DataUInt16, random.coin(), 1 - to}), whole({9, 8, 3, DataUInt16, true, to});
+        const Shape shape{12, 7, 3, DataUInt16, random.coin(), to};
+        TestImage dst(shape), expected(shape);
+        for (TestImage* image : {&src, &dst, &whole, &expected}) SetDefaultBound(image);
+        src.randomise(random);
+        copy(src, whole, {0, 0, 0, 0, 9, 8});
+        const Rect r = randomRect(random, 9);
+        copySlowly(whole, expected, r);
+        copy(src, dst, r);
+        ASSERT_TRUE(dst.pixels.intact());
+        ASSERT_EQ(dst.pixels.bytes(), expected.pixels.bytes()) << round;
+    }
+}
+
+}  // namespace
