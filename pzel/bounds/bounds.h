@@ -51,7 +51,7 @@ PZEL_API void CopyBoundToSpatialBound(Image* image);
 /// the colour differences. Bit data have nothing to compute and are only marked.
 PZEL_API void ComputeBound(Image* image);
 /// Computes the data bound of an image whose channels are the components of vectors: (0, largest magnitude of
-/// a component), 5 where all are 0. Nothing for bit data.
+/// a component), the same for every channel. Nothing for bit data.
 PZEL_API void ComputeVctBound(Image* image);
 /// Computes an unset data bound; otherwise replaces every pair whose maximum is not above its minimum.
 PZEL_API void CheckBound(Image* image);

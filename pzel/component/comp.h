@@ -183,8 +183,9 @@ class PZEL_API Comp final : public IComponent {
     Image* GetFlatImage(short& dx, short& dy, unsigned short& x, unsigned short& y, unsigned short& w,
                         unsigned short& h);
     /// Rebuilds the flat image from this component's image and the flat comp's. `parts` says what to bring
-    /// in: 1 the flat comp's picture, 2 what lies around it, 4 and 16 all of this component's image, 8 what a
-    /// hidden flat comp covered.
+    /// in: 1 the flat comp's picture, 2 what lies around it, 4 and 16 all of this component's image, 8 (for a
+    /// hidden flat comp) this component's image from the flat comp's place on. Hiding the flat comp, and
+    /// parts that bring nothing in, leave the flat image not valid.
     void UpdateFlatFrame(unsigned char parts);
     /// Joint HSI display (`mode` = number of channels or more) or display of the channels (less); true when
     /// something was switched. Only for image type 0.

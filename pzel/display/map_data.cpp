@@ -169,9 +169,10 @@ void VisitShownElement(int typeCode, F&& f) {
 
 void MapData(unsigned char* dst, unsigned short dstRowBytes, unsigned short width, unsigned short height,
              Image* image, short x0, short y0, const unsigned char* lut, unsigned char channelMode) {
-    if (!image->data || width == 0 || height == 0) return;
+    if (!image->data) return;
     const pzel::Job job{image, x0, y0, width, height, {dst, dstRowBytes}, lut};
     if (GetDataType(image) == DataBit) return pzel::CopyBitRows(job);
+    if (width == 0 || height == 0) return;
     assert(x0 >= 0 && y0 >= 0 && x0 + width <= image->width && y0 + height <= image->height);
     pzel::VisitShownElement(GetDataType(image), [&]<class T>() {
         if (image->channels == 1) pzel::MapChannel<T>(job, 0);

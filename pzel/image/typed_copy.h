@@ -28,8 +28,9 @@ enum CopyMode : unsigned short {
 /// else clamped and scaled. 32-bit integers are copied, never converted. Destination channels that the source
 /// lacks get the first channel (sub type 0) or zero.
 ///
-/// Different sub types convert the colour model: colour (blue first), YUV and grey in all directions, again
-/// from bound pair to bound pair. A destination of sub type SubNotSet takes the source's sub type instead.
+/// Different sub types convert the colour model: colour (blue first), YUV and grey in all directions. Equal
+/// element types carry the full range of the type over, different ones map bound pair to bound pair. A
+/// destination of sub type SubNotSet takes the source's sub type instead.
 ///
 /// `mode` says what becomes of the destination outside the rectangle (CopyMode). Bit images are copied bit
 /// for bit without border treatment; where both columns stand at the same bit of a byte, other than the
