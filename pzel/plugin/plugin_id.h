@@ -2,10 +2,12 @@
 // plugin_param.h, the job that it is handed in call_record.h.
 #pragma once
 
+#include "pzel/export.h"
+
 namespace Zel {
 
 /// Identity of a plug-in. A value.
-class PluginID {
+class PZEL_API PluginID {
   public:
     /// All three numbers zero.
     PluginID() = default;
