@@ -1,0 +1,136 @@
+// Copies for the display, value by value. Speed matters less here than that every value comes out as said.
+#include "apps/io/display_copy.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace pzel_io {
+
+namespace {
+
+struct Plane {
+    const unsigned char* first;
+    std::size_t step;  // elements from pixel to pixel
+};
+
+Plane ChannelPlane(const Image& image, int channel) {
+    const std::size_t bytes = ElementBytes(GetDataType(&image));
+    if (IsInterleaved(&image)) return {image.data + bytes * channel, image.channels};
+    return {image.data + static_cast<std::size_t>(GetImageBytes(&image)) * channel, 1};
+}
+
+template <class T, class Use>
+void ForEachOf(const Plane& plane, std::size_t count, Use use) {
+    for (std::size_t i = 0; i < count; ++i) {
+        T value;
+        std::memcpy(&value, plane.first + i * plane.step * sizeof value, sizeof value);
+        use(value);
+    }
+}
+
+// Calls `use` with each value of a run of elements of the type.
+template <class Use>
+void ForEachValue(ImageDataType type, const Plane& plane, std::size_t count, Use use) {
+    switch (type) {
+        case DataUInt8: return ForEachOf<std::uint8_t>(plane, count, use);
+        case DataInt8: return ForEachOf<std::int8_t>(plane, count, use);
+        case DataUInt16: return ForEachOf<std::uint16_t>(plane, count, use);
+        case DataInt16: return ForEachOf<std::int16_t>(plane, count, use);
+        case DataUInt32: return ForEachOf<std::uint32_t>(plane, count, use);
+        case DataInt32: return ForEachOf<std::int32_t>(plane, count, use);
+        case DataFloat: return ForEachOf<float>(plane, count, use);
+        default: return;
+    }
+}
+
+OwnedImage Like(const Image& image, ImageDataType type, int channels) {
+    OwnedImage copy(NewImage(image.width, image.height, static_cast<unsigned char>(channels), type,
+                             channels > 1 && IsInterleaved(&image)));
+    SetImageType(copy.get(),
+                 channels == image.channels ? GetImageType(&image) : static_cast<unsigned short>(SubGrey));
+    return copy;
+}
+
+// All elements in the order in which they are stored.
+template <class To>
+OwnedImage Converted(const Image& image, ImageDataType type) {
+    OwnedImage copy = Like(image, type, image.channels);
+    unsigned char* to = copy->data;
+    ForEachValue(GetDataType(&image), {image.data, 1}, GetImageVolume(&image), [&](auto value) {
+        const auto converted = static_cast<To>(value);
+        std::memcpy(to, &converted, sizeof converted);
+        to += sizeof converted;
+    });
+    return copy;
+}
+
+ImageDataType TypeOfChannel(const Image& image, int channel) {
+    const bool signedChroma = GetSubType(&image) == SubYuv;
+    return static_cast<ImageDataType>(
+        GetTrueDataType(signedChroma, image.channels, channel, GetDataType(&image)));
+}
+
+}  // namespace
+
+OwnedImage ToFloat(const Image& image) {
+    return Converted<float>(image, DataFloat);
+}
+
+OwnedImage ToInt16(const Image& image) {
+    return Converted<std::int16_t>(image, DataInt16);
+}
+
+OwnedImage ToBytes(const Image& image) {
+    constexpr unsigned char kWhite = 255;
+    OwnedImage copy = Like(image, DataUInt8, 1);
+    for (std::size_t y = 0; y < image.height; ++y) {
+        const unsigned char* row = image.data + y * image.rowBytes;
+        for (std::size_t x = 0; x < image.width; ++x) {
+            copy->data[y * image.width + x] = row[x / 8] & 0x80 >> x % 8 ? kWhite : 0;
+        }
+    }
+    return copy;
+}
+
+int DifferenceOffset(ImageDataType type) {
+    return ElementBytes(type) == 1 ? 0x80 : 0x8000;
+}
+
+OwnedImage DifferencePlane(const Image& image, int channel) {
+    const ImageDataType type = GetDataType(&image);
+    const int offset = DifferenceOffset(type);
+    OwnedImage copy = Like(image, ElementBytes(type) == 1 ? DataUInt8 : DataUInt16, 1);
+    unsigned char* to = copy->data;
+    ForEachValue(TypeOfChannel(image, channel), ChannelPlane(image, channel), GetImageSize(&image),
+                 [&](auto value) {
+                     const auto shifted = static_cast<std::uint16_t>(static_cast<int>(value) + offset);
+                     std::memcpy(to, &shifted, ElementBytes(type));
+                     to += ElementBytes(type);
+                 });
+    return copy;
+}
+
+std::vector<float> FiniteValues(const Image& image, int channel) {
+    std::vector<float> values;
+    const int first = channel == kAllChannels ? 0 : channel;
+    const int last = channel == kAllChannels ? image.channels - 1 : channel;
+    values.reserve(static_cast<std::size_t>(GetImageSize(&image)) *
+                   static_cast<std::size_t>(last - first + 1));
+    for (int c = first; c <= last; ++c) {
+        ForEachValue(TypeOfChannel(image, c), ChannelPlane(image, c), GetImageSize(&image), [&](auto value) {
+            const auto number = static_cast<float>(value);
+            if (std::isfinite(number)) values.push_back(number);
+        });
+    }
+    return values;
+}
+
+bool HasNonFinite(const Image& image) {
+    if (GetDataType(&image) != DataFloat) return false;
+    bool found = false;
+    ForEachOf<float>({image.data, 1}, GetImageVolume(&image),
+                     [&](float value) { found |= !std::isfinite(value); });
+    return found;
+}
+
+}  // namespace pzel_io

@@ -1,0 +1,30 @@
+// Copies of an image for what the display cannot show as it is, and the values of an image as numbers. A copy
+// keeps size, layout and colour model; the caller tells the user of it.
+#pragma once
+
+#include <cstring>
+#include <vector>
+
+#include "apps/io/picture.h"
+#include "pzel/image/lifecycle.h"
+
+namespace pzel_io {
+
+/// Integers as floats of the same value (32-bit ones to the nearest that a float holds).
+OwnedImage ToFloat(const Image& image);
+/// Signed 8-bit values as 16-bit ones: the display takes all 8-bit values as unsigned.
+OwnedImage ToInt16(const Image& image);
+/// Bits as bytes of 0 and 255.
+OwnedImage ToBytes(const Image& image);
+/// One colour difference of a luminance picture of 8 or 16 bits as a grey picture: value + DifferenceOffset.
+OwnedImage DifferencePlane(const Image& image, int channel);
+/// What DifferencePlane adds: 128 or 32768.
+int DifferenceOffset(ImageDataType type);
+
+/// The finite values of a channel, as floats; of all channels for kAllChannels. Not for bits.
+inline constexpr int kAllChannels = -1;
+std::vector<float> FiniteValues(const Image& image, int channel);
+/// True when there is a value that is not a number or infinite. Only floats have such.
+bool HasNonFinite(const Image& image);
+
+}  // namespace pzel_io

@@ -1,0 +1,13 @@
+// Videos, through FFmpeg's libraries.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+
+#include "apps/io/picture.h"
+
+namespace pzel_io {
+
+std::unique_ptr<PictureSource> OpenVideo(const std::filesystem::path& file);
+
+}  // namespace pzel_io

@@ -1,0 +1,68 @@
+// The lookup table of a tone curve. Its entries are rounded so that a curve without gamma shows 8-bit values
+// exactly as they are, or exactly as their complement.
+#include "tone_curve.h"
+
+#include <cmath>
+
+namespace {
+
+constexpr int kEntries = 512;
+constexpr double kTopLevel = 255;
+
+}  // namespace
+
+ToneCurve::ToneCurve(double exponent, bool turned, Model of) : gamma(exponent), inverted(turned), model(of) {
+    BuildTable();
+}
+
+bool ToneCurve::IsEqual(const Zel::Remapper& other) const {
+    const auto* curve = dynamic_cast<const ToneCurve*>(&other);
+    return curve && curve->gamma == gamma && curve->inverted == inverted && curve->model == model;
+}
+
+Zel::Remapper* ToneCurve::Clone() const {
+    return new ToneCurve(*this);
+}
+
+void ToneCurve::SetMode(int hsi, int) {
+    mode = hsi;
+}
+
+int ToneCurve::GetMode() const {
+    return mode;
+}
+
+void ToneCurve::Reset() {
+    gamma = 1;
+    inverted = false;
+    BuildTable();
+}
+
+int ToneCurve::GetNumbChannels() const {
+    return model == Model::Grey ? 1 : 3;
+}
+
+bool ToneCurve::IsIdentity(int channel) const {
+    const bool curved = model == Model::Yuv ? channel == 0 : channel >= 0 && channel < GetNumbChannels();
+    return !curved || (gamma == 1 && !inverted);
+}
+
+float ToneCurve::Remap(float value, int channel) const {
+    if (IsIdentity(channel)) return value;
+    const double curved = std::pow(static_cast<double>(value), 1 / gamma);
+    return static_cast<float>(inverted ? 1 - curved : curved);
+}
+
+const unsigned char* ToneCurve::GetLookupTable() const {
+    return table.data();
+}
+
+void ToneCurve::BuildTable() {
+    table.clear();
+    for (int channel = 0; channel < GetNumbChannels(); ++channel) {
+        for (int i = 0; i < kEntries; ++i) {
+            const float level = Remap(static_cast<float>(i) / (kEntries - 1), channel);
+            table.push_back(static_cast<unsigned char>(std::lround(kTopLevel * static_cast<double>(level))));
+        }
+    }
+}

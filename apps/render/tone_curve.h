@@ -1,0 +1,34 @@
+// The tone curve of the command line: gamma and inversion as a lookup table of the display.
+#pragma once
+
+#include <vector>
+
+#include "pzel/colour/remapper.h"
+
+/// Maps a level v of 0 … 1 to v ^ (1 / gamma), then to 1 minus that where inverted. Of a luminance picture
+/// only the luminance goes through the curve; its colour differences stay.
+class ToneCurve final : public Zel::Remapper {
+  public:
+    enum class Model { Grey, Colour, Yuv };
+
+    ToneCurve(double gamma, bool inverted, Model model);
+
+    bool IsEqual(const Zel::Remapper& other) const override;
+    Zel::Remapper* Clone() const override;
+    void SetMode(int hsi, int flag) override;
+    int GetMode() const override;
+    void Reset() override;
+    int GetNumbChannels() const override;
+    bool IsIdentity(int channel) const override;
+    float Remap(float value, int channel) const override;
+    const unsigned char* GetLookupTable() const override;
+
+  private:
+    void BuildTable();
+
+    double gamma;
+    bool inverted;
+    Model model;
+    int mode = 0;
+    std::vector<unsigned char> table;  // kEntries bytes for each channel
+};

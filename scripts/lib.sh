@@ -1,0 +1,42 @@
+# Shared by the scripts; to be sourced. Names the packages of each part and installs what is missing.
+
+BUILD_PACKAGES="g++ cmake ninja-build"
+APP_PACKAGES="libcli11-dev libopenimageio-dev libgdcm-dev libcfitsio-dev libavformat-dev libavcodec-dev libswscale-dev"
+TEST_PACKAGES="libgtest-dev python3"
+
+# Runs a command as root: directly, or through sudo. Ends the script where neither is possible.
+as_root() {
+  if [ "$(id -u)" = 0 ]; then
+    "$@"
+  elif command -v sudo >/dev/null; then
+    sudo "$@"
+  else
+    echo "$0: needs root or sudo to run: $*" >&2
+    exit 1
+  fi
+}
+
+# Runs a command silently; shows the end of what it said where it fails.
+quietly() {
+  local log
+  log=$(mktemp)
+  if ! "$@" >"$log" 2>&1; then
+    echo "$0: this failed: $*" >&2
+    tail -n 15 "$log" >&2
+    rm -f "$log"
+    return 1
+  fi
+  rm -f "$log"
+}
+
+# Installs those of the named packages that are missing.
+install_packages() {
+  local missing=() package
+  for package in "$@"; do
+    dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+  done
+  [ ${#missing[@]} -gt 0 ] || return 0
+  echo "Installing ${missing[*]}"
+  quietly as_root apt-get update
+  quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}"
+}

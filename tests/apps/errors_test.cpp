@@ -1,0 +1,118 @@
+// What goes wrong: one clear line, the right status, nothing left behind.
+#include <algorithm>
+
+#include "program.h"
+
+namespace {
+
+class ErrorsTest : public AppTest {
+  protected:
+    // The run must fail over `input` with one line that names `named` and holds `reason`, and write nothing.
+    void ExpectRefused(std::vector<std::string> arguments, const std::string& named,
+                       const std::string& reason) {
+        const std::vector<std::string> before = Files();
+        const Outcome run = Render(arguments);
+        EXPECT_EQ(run.status, 1) << named;
+        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+        EXPECT_NE(run.err.find(named + ": "), std::string::npos) << run.err;
+        EXPECT_NE(run.err.find(reason), std::string::npos) << run.err;
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(Files(), before);
+    }
+    void ExpectUnreadable(const std::string& input, const std::string& reason) {
+        ExpectRefused({input, "-o", Path("out.png")}, input, reason);
+    }
+};
+
+TEST_F(ErrorsTest, NamesFilesThatAreNoPictures) {
+    ExpectUnreadable(Path("missing.png"), "No such file");
+    ExpectUnreadable(folder, "is a folder");
+    ExpectUnreadable(WriteBytes("empty.tif", ""), "is empty");
+    ExpectUnreadable(WriteBytes("text.png", "Not a picture at all.\n"), "no known picture");
+    ExpectUnreadable(DicomSample("rtplan.dcm"), "holds no picture");
+}
+
+TEST_F(ErrorsTest, RefusesFilesThatAreCutShort) {
+    const Shown grey(200, 150, 1);
+    WritePicture<std::uint8_t>(Path("whole.tif"), {grey});
+    const std::string whole[] = {
+        Path("whole.tif"),
+        PictureSample("coffee.png"),
+        PictureSample("rocket.jpg"),
+        PictureSample("simple.fits"),
+        DicomSample("CT_small.dcm"),
+        DicomSample("liver_1frame.dcm"),
+        DicomSample("JPEG2000.dcm"),
+        DicomSample("SC_rgb_jpeg_dcmtk.dcm"),
+        DicomSample("SC_rgb_rle_2frame.dcm"),
+        Sample("share/forensics-samples/original-files/movie1/VID_20191220_170832.mp4")};
+    for (const std::string& file : whole) {
+        const std::string bytes = ReadBytes(file);
+        const std::string ending = std::filesystem::path(file).extension();
+        // Little enough stays away that no header and no table of a video goes with it, or much.
+        for (const std::size_t left : {bytes.size() - bytes.size() / 20, bytes.size() / 2}) {
+            ExpectUnreadable(WriteBytes("cut" + ending, bytes.substr(0, left)), "");
+        }
+    }
+    ExpectUnreadable(DicomSample("MR_truncated.dcm"), "cut short");
+}
+
+TEST_F(ErrorsTest, RefusesWhatNoRecordHolds) {
+    WritePicture<std::uint16_t>(Path("wide.tif"), {Pixels<std::uint16_t>(40000, 2, 1)});
+    ExpectUnreadable(Path("wide.tif"), "longer than a record can hold");
+    WritePicture<std::uint8_t>(Path("tall.tif"), {Pixels<std::uint8_t>(1, 70000, 1)});
+    ExpectUnreadable(Path("tall.tif"), "at most 65535");
+    // A colour row may fit plane by plane, but then not into a bitmap; a part of it does.
+    WritePicture<std::uint8_t>(Path("broad.tif"), {Pixels<std::uint8_t>(30000, 2, 3)});
+    ExpectUnreadable(Path("broad.tif"), "planar layout");
+    ExpectRefused({Path("broad.tif"), "-o", Path("o.png"), "--layout", "planar"}, Path("broad.tif"),
+                  "--area");
+    Picture(Path("broad.tif"), {"--layout", "planar", "--area", "10000,0,25000,1"});
+    WritePicture<float>(Path("pair.tif"), {Pixels<float>(4, 4, 2)});
+    ExpectUnreadable(Path("pair.tif"), "cannot be shown");
+}
+
+TEST_F(ErrorsTest, RefusesOptionsThatDoNotFitTheFile) {
+    const std::string colour = PictureSample("color.png");
+    const std::string grey = PictureSample("moon.png");
+    const std::string out = Path("out.png");
+    ExpectRefused({grey, "-o", out, "--channel", "red"}, grey, "no red");
+    ExpectRefused({colour, "-o", out, "--channel", "y"}, colour, "no y");
+    ExpectRefused({grey, "-o", out, "--area", "0,0,512,10"}, grey, "beyond");
+    ExpectRefused({grey, "-o", out, "--frame", "1"}, grey, "no frame 1");
+    ExpectRefused({grey, "-o", out, "--levels", "file"}, grey, "no window");
+    ExpectRefused({grey, "-o", out, "--levels", "1:2,3:4"}, grey, "2 levels");
+    ExpectRefused({grey, "-o", Path("no/out.png")}, Path("no/out.png"), "cannot be written");
+    std::filesystem::copy(grey, Path("own.png"));
+    ExpectRefused({Path("own.png"), "-o", Path("own.png")}, Path("own.png"), "input itself");
+}
+
+TEST_F(ErrorsTest, AnswersWrongOptionsWithUsage) {
+    const std::string grey = PictureSample("moon.png");
+    const std::string out = Path("out.png");
+    const std::vector<std::vector<std::string>> wrong = {{},
+                                                         {grey},
+                                                         {"-o", out},
+                                                         {grey, "-o", Path("out.jpg")},
+                                                         {grey, "-o", out, "--colour"},
+                                                         {grey, "-o", out, "--levels", "9:1"},
+                                                         {grey, "-o", out, "--levels", "most"},
+                                                         {grey, "-o", out, "--levels", "50%"},
+                                                         {grey, "-o", out, "--gamma", "0"},
+                                                         {grey, "-o", out, "--area", "3,2,1,9"},
+                                                         {grey, "-o", out, "--area", "1,2,3"},
+                                                         {grey, "-o", out, "--frames", "5-2"},
+                                                         {grey, "-o", out, "--frame", "1", "--all"},
+                                                         {grey, "-o", out, "--channel", "x"}};
+    for (const auto& arguments : wrong) {
+        const Outcome run = Render(arguments);
+        EXPECT_EQ(run.status, 2) << testing::PrintToString(arguments);
+        EXPECT_NE(run.err.find("Usage:"), std::string::npos) << run.err;
+    }
+    EXPECT_EQ(Files(), std::vector<std::string>{});
+    const Outcome help = Render({"--help"});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_NE(help.out.find("Examples:"), std::string::npos);
+}
+
+}  // namespace
