@@ -29,6 +29,11 @@ struct Job {
     Pair<T> levels(int channel) const {
         return boundEntry<T>(GetBound(image), channel);
     }
+    /// False for an empty rectangle; one that leaves the image is the caller's fault.
+    bool hasPixels() const {
+        assert(x >= 0 && y >= 0 && x + width <= image->width && y + height <= image->height);
+        return width > 0 && height > 0;
+    }
     const unsigned char* table(int channel) const { return lut ? lut + channel * kTableEntries : nullptr; }
 };
 
@@ -127,6 +132,11 @@ void MapJoint(const Job& job) {
         run([colour](Rgb c) { return colour.moved(c); });
 }
 
+/// Levels of hue and the like know the sign of 8-bit data, which the others do not.
+void MapJointColour(const Job& job) {
+    visitDisplayElement(GetDataType(job.image), [&]<class T>() { MapJoint<T>(job); });
+}
+
 /// The channel that a channel mode shows.
 int ShownChannel(unsigned char mode, bool yuv) {
     switch (mode) {
@@ -146,12 +156,7 @@ void MapThree(const Job& job, unsigned char mode) {
         return MapYuv<Element>(job);
     }
     if (GetBoundType(job.image) != BoundHsi) return MapColour<T>(job);
-    // Levels of hue and the like know the sign of 8-bit data, which the others do not.
-    using Signed8 = std::conditional_t<sizeof(T) == 1, std::int8_t, T>;
-    if (GetDataType(job.image) == DataInt8)
-        MapJoint<Signed8>(job);
-    else
-        MapJoint<T>(job);
+    MapJointColour(job);
 }
 
 /// Calls f.operator()<T>() with the type that elements are compared in: 8-bit data are unsigned in both
@@ -172,10 +177,16 @@ void MapData(unsigned char* dst, unsigned short dstRowBytes, unsigned short widt
     if (!image->data) return;
     const pzel::Job job{image, x0, y0, width, height, {dst, dstRowBytes}, lut};
     if (GetDataType(image) == DataBit) return pzel::CopyBitRows(job);
-    if (width == 0 || height == 0) return;
-    assert(x0 >= 0 && y0 >= 0 && x0 + width <= image->width && y0 + height <= image->height);
+    if (!job.hasPixels()) return;
     pzel::VisitShownElement(GetDataType(image), [&]<class T>() {
         if (image->channels == 1) pzel::MapChannel<T>(job, 0);
         if (image->channels == 3) pzel::MapThree<T>(job, channelMode);
     });
+}
+
+void MapDataHSI(unsigned char* dst, unsigned short dstRowBytes, unsigned short width, unsigned short height,
+                Image* image, short x0, short y0, const unsigned char* lut) {
+    const pzel::Job job{image, x0, y0, width, height, {dst, dstRowBytes}, lut};
+    if (image->data && image->channels == 3 && GetSubType(image) != SubYuv && job.hasPixels())
+        pzel::MapJointColour(job);
 }

@@ -24,3 +24,10 @@
 PZEL_API void MapData(unsigned char* dst, unsigned short dstRowBytes, unsigned short width,
                       unsigned short height, Image* image, short x0, short y0, const unsigned char* lut,
                       unsigned char channelMode);
+
+/// The joint display alone, whatever bound is selected: a three-channel colour image through the windows of
+/// intensity, saturation and hue of its HSI bound (the full ones where that was never set) and, where `lut`
+/// is given, through three tables of 512 bytes for them, to blue, green and red bytes. Other images write
+/// nothing.
+PZEL_API void MapDataHSI(unsigned char* dst, unsigned short dstRowBytes, unsigned short width,
+                         unsigned short height, Image* image, short x0, short y0, const unsigned char* lut);

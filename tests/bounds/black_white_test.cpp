@@ -15,26 +15,6 @@ Pair pairOf(const CompBlackWhite& levels) {
 
 const Pair kUndefined = pairOf(CompBlackWhite());
 
-TEST(Levels, FullAndDefaultRangesFollowTypeAndChannel) {
-    EXPECT_EQ(kUndefined, Pair(2.2250738585072014e-308, 1.7976931348623157e308));
-    for (int type = DataUInt8; type <= DataInt32; ++type) {
-        for (int channel = 0; channel < 4; ++channel) {
-            int read = type;
-            if (channel == 0) read = type & ~1;
-            if (channel == 1 || channel == 2) read = type | 1;
-            EXPECT_EQ(pairOf(FullBlackWhite(SubYuv, ImageDataType(type), channel)), rangeOf(read));
-            EXPECT_EQ(pairOf(DefaultBlackWhite(SubColour, ImageDataType(type), channel)), rangeOf(type));
-        }
-    }
-    const double limit = std::numeric_limits<float>::max();
-    EXPECT_EQ(pairOf(FullBlackWhite(SubYuv, DataFloat, 1)), Pair(-limit, limit));
-    EXPECT_EQ(pairOf(FullBlackWhite(SubGrey, DataBit, 0)), Pair(0, 1));
-    EXPECT_EQ(pairOf(FullBlackWhite(SubGrey, ImageDataType(12), 0)), kUndefined);
-    EXPECT_EQ(pairOf(DefaultBlackWhite(SubColour, DataFloat, 2)), Pair(-128, 128)) << "tied to type word 0";
-    EXPECT_EQ(pairOf(DefaultBlackWhite(SubYuv, DataFloat, 2)), Pair(0, 255));
-    EXPECT_EQ(pairOf(DefaultBlackWhite(SubColour, DataFloat, 0)), Pair(0, 255));
-}
-
 TEST(Levels, SpatialLevelsReadWhatTheyWrite) {
     for (int type : {DataUInt8, DataInt8, DataUInt16, DataInt16, DataUInt32, DataInt32, DataFloat}) {
         TestImage image({4, 4, 3, type});

@@ -43,27 +43,6 @@ TEST(RgbToHsi, FollowsTheModelOverRangesOfEveryChannel) {
     }
 }
 
-TEST(RgbToHsi, PureColoursDefaultsAndRefusals) {
-    const RGBtoHSI convert(0, 0, 0, 255, 255, 255);
-    float h, s, i;
-    ASSERT_TRUE(convert.ComputeHSI(255, 0, 0, h, s, i));
-    EXPECT_EQ(h, 0);
-    EXPECT_EQ(s, 1);
-    EXPECT_FLOAT_EQ(i, 85);
-    ASSERT_TRUE(convert.ComputeH(0, 255, 0, h));
-    EXPECT_FLOAT_EQ(h, 2.0943951f);
-    ASSERT_TRUE(convert.ComputeH(0, 0, 255, h));
-    EXPECT_FLOAT_EQ(h, 4.1887902f);
-    ASSERT_TRUE(convert.ComputeHSI(0, 0, 0, h, s, i));
-    EXPECT_TRUE(h == 0 && s == 0 && i == 0);
-    i = 7;
-    EXPECT_FALSE(convert.ComputeI(255.5f, 0, 0, i));
-    EXPECT_FALSE(convert.ComputeS(0, -0.5f, 0, i));
-    EXPECT_EQ(i, 7);
-    convert.ComputeI_RD(300, 0, 0, i);
-    EXPECT_FLOAT_EQ(i, 85);
-}
-
 TEST(RgbToHsi, NoTintHasAHueThatIsNoNumber) {
     test::Random random(8);
     const RGBtoHSI convert(0, 0, 0, 65535, 65535, 65535);

@@ -165,20 +165,6 @@ TEST(CopyComp, DuplicatesAllAndSharesNothing) {
     EXPECT_EQ(Tone::alive, 0);
 }
 
-TEST(CopyComp, LeavesAloneWhatTheSourceDoesNotOwn) {
-    auto overlay = newComp();
-    Comp source;
-    CompInit(&source, 2);
-    source.flatComp = overlay.get();
-    source.flagsA |= CompFlatCompNotOwned;
-    unsigned char elsewhere = 0;
-    SetCompMSType(&source, MajorNoBitmap);  // records that point to what is not theirs
-    source.images[1].data = &elsewhere;
-    const Comp copy(source);
-    EXPECT_EQ(copy.flatComp, overlay.get());
-    EXPECT_EQ(copy.images[1].data, &elsewhere);
-}
-
 TEST(CopyMovie, DeeplyOrSharingTheChildren) {
     Movie original;
     auto child = fullComp();

@@ -54,26 +54,4 @@ TEST(MovieScene, KeepsRangesSortedAndRemovesExactOnes) {
     }
 }
 
-TEST(FrameInfo, KeepsTwoOrderedSets) {
-    const std::unique_ptr<FrameInfo> info(AllocFrameInfo());
-    EXPECT_EQ(info->GetCutFrameByOrder(0), -1);
-    for (long f : {9, -4, 30, 9}) info->InsertKeepFrame(f);
-    info->InsertCutFrame(7);
-    info->SetStartframe(5);
-    const std::unique_ptr<FrameInfo> copy(info->Clone());
-    info->EraseKeepFrame(-4);
-    info->EraseCutFrame(7);
-    EXPECT_EQ(copy->ReturnKeepFrames(), (FrameInfo::Frames{-4, 9, 30}));
-    EXPECT_EQ(copy->startFrame, 5);
-    EXPECT_TRUE(copy->FindCutFrame(7));
-    EXPECT_FALSE(info->FindCutFrame(7));
-    EXPECT_EQ(info->GetKeepSize(), 2);
-    EXPECT_EQ(info->GetCutSize(), 0);
-    EXPECT_EQ(info->GetKeepFrameByOrder(1), 30);
-    EXPECT_EQ(info->GetKeepFrameByOrder(2), -1);
-    EXPECT_EQ(info->GetKeepFrameByOrder(-1), -1);
-    EXPECT_EQ(info->GetKeepFrame(9), 9);
-    EXPECT_EQ(info->GetKeepFrame(10), -1);
-}
-
 }  // namespace

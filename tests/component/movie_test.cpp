@@ -134,18 +134,6 @@ TEST(Movie, LengthAndCurrentFrame) {
     EXPECT_EQ(last.take(), "m99(1) ");
 }
 
-TEST(Movie, RegistryKeepsEntriesInOrder) {
-    Movie a, b;
-    const int before = Movie::GetCount();
-    for (Movie* movie : {&a, &b, &a}) movie->RegistMe();
-    a.UnregistMe();
-    EXPECT_EQ(Movie::GetMovie(before), &b);
-    EXPECT_EQ(Movie::GetMovieList()->back(), &a);
-    for (Movie* movie : {&a, &a, &b}) movie->UnregistMe();
-    EXPECT_FALSE(a.HasRegisted());
-    EXPECT_EQ(Movie::GetCount(), before);
-}
-
 /// `made` gives the next name of a family each time: the text and consecutive numbers.
 void expectNumbered(const std::string& text, const std::function<std::string()>& made) {
     const std::string first = made(), second = made();

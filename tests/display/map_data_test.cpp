@@ -266,6 +266,10 @@ TEST_P(Windows, SaturationBelowItsWindowIsGreyAndAnEqualHueWindowChangesNothing)
     expectNear(mapped(image, view), before, false);
     writePair(GetHSIBound(&image), 1, stored, type == DataFloat ? Pair(1.5, 2) : Pair(full - 1, full));
     const Bytes shown = mapped(image, view);
+    SetBoundType(&image, BoundData);
+    Guarded alone(shown.size());
+    MapDataHSI(alone.data(), u16(view.rowBytes), u16(view.width), u16(view.height), &image, 1, 2, nullptr);
+    ASSERT_EQ(alone.bytes(), shown) << "whatever bound is selected";
     for (std::size_t i = 0; i < shown.size(); ++i) {
         const u8* p = &before[i / 3 * 3];
         const bool pure = std::min({p[0], p[1], p[2]}) < 3;  // as saturated as the window's end

@@ -45,25 +45,6 @@ TEST(Arithmetic, EveryOperationKeepsItsOperandsInOrder) {
           [=](F a, F b) { return b >= 0 ? a / (b + k) : a / (b - k); });
 }
 
-TEST(Arithmetic, ChannelsMeetAndOnlyOneChanges) {
-    Random random(2);
-    const auto check = [&](auto operation, bool intoSecond, auto rule) {
-        Floats a(random), b(random);
-        const std::vector<float> a0 = a.copy(), b0 = b.copy();
-        operation(&a, &b);
-        std::vector<float> a1 = a0, b1 = b0;
-        for (std::size_t j = 0; j < 35; ++j)
-            (intoSecond ? b1[70 + j] : a1[35 + j]) = rule(a0[35 + j], b0[70 + j]);
-        EXPECT_EQ(a.copy(), a1);
-        EXPECT_EQ(b.copy(), b1);
-    };
-    using F = float;
-    check([](Image* a, Image* b) { CopyCh2Ch(a, b, 1, 2); }, true, [](F a, F) { return a; });
-    check([](Image* a, Image* b) { Ch2ChSubtract(a, b, 1, 2); }, false, [](F a, F b) { return a - b; });
-    check([](Image* a, Image* b) { Ch2ChAdd(a, b, 1, 2); }, false, [](F a, F b) { return b + a; });
-    check([](Image* a, Image* b) { Ch2ChAdd(a, b, 1, 2, 3); }, false, [](F a, F b) { return 3 * b + a; });
-}
-
 TEST(Arithmetic, SumsAreAtLeastAsExactAsExtendedPrecision) {
     Random random(3);
     for (int width : {1, 3, 5, 40, 333}) {

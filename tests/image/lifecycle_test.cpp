@@ -73,22 +73,6 @@ TEST(Image, SizesAndAddressesOfEveryShape) {
     }
 }
 
-TEST(Lifecycle, FrameOffsetsOfGroups) {
-    for (const auto& [count, before] : {std::pair(5, 2), {3, 0}, {1, 0}, {4, 3}}) {
-        Image* images = AllocImages(count, before);
-        for (int i = 0; i < count; ++i)
-            EXPECT_EQ(images[i].frameOffset, i == 0 ? 0 : i <= before ? i - before - 1 : i - before);
-        ConstructImages(images, count, 3, 2, 1, DataUInt16);
-        EXPECT_EQ(images[count - 1].imageType, 0) << "the image type is left alone";
-        DeleteImages(images, count);
-    }
-    int offsets[] = {4, -1}, others[] = {7, 8};
-    Image* images = AllocImages(offsets, others, 2);
-    EXPECT_TRUE(images[1].frameOffset == -1 && images[1].frameOffset2 == 8);
-    DeleteImages(images, 2);
-    EXPECT_TRUE(!AllocImages(0, 0) && !AllocImages(offsets, 0));
-}
-
 TEST(Lifecycle, BuffersChangeOwnersAndKeepTheirMark) {
     Image image;
     ConstructImage(image, 6, 5, 1, fromMalloc(30), DataUInt8, false, false);

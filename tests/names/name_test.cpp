@@ -41,25 +41,6 @@ TEST(Name, KeepsFoldersApart) {
     }
 }
 
-TEST(Name, ComparesFolderAndNameOnly) {
-    Name a("E:\\one\\same"), b("same");
-    EXPECT_TRUE(a != b);
-    b.SetID(a.GetID());
-    b.SetLogicalName("other");
-    EXPECT_TRUE(a == b);
-    b.SetName("else");  // stays in its folder
-    EXPECT_TRUE(a != b && b.GetFullPath() == "E:\\one\\else");
-    b.SetName("");
-    EXPECT_TRUE(!b && static_cast<const void*>(b) == nullptr && b.GetID() == a.GetID());
-    EXPECT_TRUE(!!a && static_cast<const void*>(a) != nullptr);
-    a.SetName("\\rootless");
-    EXPECT_EQ(a.GetFullPath(), "rootless");
-    a.SetName("F:\\folder\\");
-    EXPECT_TRUE(!a && a.GetFullPath() == "F:\\folder\\");
-    a.Clear();
-    EXPECT_TRUE(a == Name(static_cast<const char*>(nullptr)));
-}
-
 TEST(Name, SplitsStemAndExtension) {
     const char* const cases[][3] = {{"a.tar.gz", "a.tar", "gz"},
                                     {".profile", ".profile", ""},

@@ -29,15 +29,6 @@ std::pair<int, int> range(Interface* record) {
     return both;
 }
 
-TEST(PluginID, ComparesWhatItSays) {
-    Zel::PluginID id(-1, 2, 3), other(9, 0, 0);
-    other.SetSubID(2, 3);
-    EXPECT_TRUE(other.HasSameID(2, 3) && id.HasSameID(2, 3));
-    EXPECT_FALSE(id.HasSameID(2, 4) || id.HasSameID(1, 3) || other == id || id == 65535);
-    other.SetID(-1);
-    EXPECT_TRUE(other == id && id == -1);
-}
-
 TEST(CallRecord, FindsTheFirstOfEachKind) {
     Interface record;
     std::memset(static_cast<void*>(&record), 0xAB, sizeof record);

@@ -92,20 +92,6 @@ TEST(PluginParam, GrowsAndSharesLikeItsModel) {
     }
 }
 
-TEST(PluginParam, TakesTextsOutOfItself) {
-    PluginParam list(-3);
-    list.AddStringParam("a name that is too long to be kept in place",
-                        "a text that is as long as the name is");
-    const char* const text = list.text(0);
-    while (list.NumbOfParameters() < 40) list.AddStringParam(list.name(0), list.text(0));
-    EXPECT_EQ(list.text(0), text);  // growth alone leaves the texts where they are
-    EXPECT_EQ(describe(list, 39), describe(list, 0));
-    list.ChangeParameter(list.name(0), ParamString, list.text(0) + 2);
-    EXPECT_STREQ(list.text(0), "text that is as long as the name is");
-    for (int i = 0; i < 40000; ++i) list.AddBoolParam("more", true);
-    EXPECT_EQ(list.NumbOfParameters(), 32767);
-}
-
 TEST(PluginParam, FindsNamesByKeys) {
     const std::tuple<const char*, const char*, bool> cases[] = {
         {"max_size", "max size", true}, {"max_size", "max_size", true}, {"max size", "max_size", false},
