@@ -1,0 +1,140 @@
+// Hunts layers at the wrong place, in the wrong order, with the wrong opacity or phase of the zoom, and
+// writes outside the area.
+#include "pzel/display/compose.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/component/component_helpers.h"
+#include "tests/support/images.h"
+
+using namespace test;
+
+namespace {
+
+struct Pixel {
+    int blue, green, red;
+};
+
+Ref<Comp> layer(Random& random, int type, int channels) {
+    Ref<Comp> comp(AllocComp(1));
+    Image* image = comp->images;
+    ConstructImage(*image, u16(random(1, 14)), u16(random(1, 12)), u16(channels), nullptr, u16(type),
+                   random.coin(), true);
+    CheckDataArray(image);
+    random.fill(image->data, GetImageTotalBytes(image));
+    SetDefaultBound(image);
+    comp->x = std::int16_t(random(-8, 12));
+    comp->y = std::int16_t(random(-8, 12));
+    comp->transparency = u8(random.pick({0, 0, 1, 64, 100, 127, 128}));
+    comp->overlayColour = u8(random.pick({1, 255}));
+    if (random(0, 4) == 0) comp->SetVisible(false);
+    if (random.coin() && type != DataBit) {
+        comp->dataArea =
+            new SRect{std::int16_t(random(0, image->width - 1)), std::int16_t(image->width - 1),
+                      std::int16_t(random(0, image->height - 1)), std::int16_t(image->height - 1)};
+        comp->flagsA |= CompExtentDataArea;
+    }
+    return comp;
+}
+
+/// What a component shows at a pixel of the movie; nothing where it does not reach or its mask is clear.
+bool shownAt(Comp& comp, int x, int y, Pixel& out) {
+    const SRect place = comp.GetCompExtent();
+    if (x < place.left || x > place.right || y < place.top || y > place.bottom) return false;
+    const Image* image = comp.images;
+    x -= comp.x;
+    y -= comp.y;
+    if (GetDataType(image) == DataBit) {
+        const bool on = image->data[y * image->rowBytes + x / 8] >> (7 - x % 8) & 1;
+        const int grey = on ? 255 : 0;
+        out = comp.overlayColour == 255 ? Pixel{grey, grey, grey} : Pixel{0, 0, 255};
+        return on || comp.overlayColour == 255;
+    }
+    const auto at = [&](int c) {
+        return int(*(GetImageData(comp.images, x, y) + (GetImageData(image, c) - image->data)));
+    };
+    out = image->channels == 3 ? Pixel{at(0), at(1), at(2)} : Pixel{at(0), at(0), at(0)};
+    return true;
+}
+
+TEST(ComposeMovie, IsWhatEveryPixelOfEveryLayerSays) {
+    Random random(21);
+    for (int round = 0; round < 3000; ++round) {
+        const Ref<Movie> movie(new Movie);
+        const int count = random(0, 4);
+        for (int i = 0; i < count; ++i) {
+            const int kind = random(0, 2);
+            movie->AddChild(layer(random, kind == 0 ? DataBit : DataUInt8, kind == 2 ? 3 : 1).get());
+        }
+        const int zoom = random.pick({-3, -2, -1, 0, 1, 2, 3});
+        const SRect area{std::int16_t(random(-4, 3)), std::int16_t(random(3, 14)),
+                         std::int16_t(random(-4, 3)), std::int16_t(random(3, 14))};
+        const int step = std::max(-zoom, 1), repeat = std::max(zoom, 1);
+        const int areaWidth = ((area.right - area.left) / step + 1) * repeat,
+                  areaHeight = ((area.bottom - area.top) / step + 1) * repeat;
+        const int width = random(0, 40), height = random(0, 40), rowBytes = 3 * width + random(0, 4);
+        Guarded target{std::size_t(rowBytes * height)};
+        Bytes expected = target.bytes();
+        for (int j = 0; j < std::min(height, areaHeight); ++j) {
+            for (int i = 0; i < std::min(width, areaWidth); ++i) {
+                u8* pixel = &expected[std::size_t(j * rowBytes + 3 * i)];
+                for (int k = 0; k < count; ++k) {
+                    Comp& comp = *movie->GetChildren()[k];
+                    Pixel drawn;
+                    if (!comp.IsVisible() ||
+                        !shownAt(comp, area.left + i / repeat * step, area.top + j / repeat * step, drawn))
+                        continue;
+                    const int t = comp.transparency, colour[] = {drawn.blue, drawn.green, drawn.red};
+                    for (int c = 0; c < 3; ++c)
+                        pixel[c] = u8((colour[c] * (128 - t) + pixel[c] * t + 64) / 128);
+                }
+            }
+        }
+        ComposeMovie(movie.get(), {target.data(), rowBytes, width, height}, area,
+                     static_cast<signed char>(zoom), nullptr);
+        ASSERT_TRUE(target.intact());
+        ASSERT_EQ(target.bytes(), expected) << "round " << round << " zoom " << zoom;
+    }
+}
+
+TEST(ComposeMovie, ComputesWhatIsOutOfDateAndDrawsOutlines) {
+    Random random(22);
+    const Ref<Movie> movie(new Movie);
+    Ref<Comp> hidden = layer(random, DataUInt8, 1), cover = layer(random, DataUInt8, 1),
+              outline(AllocComp(1));
+    for (Comp* comp : {hidden.get(), cover.get()}) {
+        comp->SetVisible(true);
+        comp->flagsA &= u16(~CompExtentMask);
+        comp->x = comp->y = 0;
+        comp->transparency = 0;
+        ResizeImage(comp->images, 6, 4);
+        random.fill(comp->images->data, 24);
+        movie->AddChild(comp);
+    }
+    ConstructImage(*outline->images, 6, 4, 2, nullptr, DataBit, true, true);
+    outline->images->imageType = MajorBoundary;
+    CheckDataArray(outline->images);
+    ClearImage(outline->images);
+    outline->images->data[2] = 0x40;  // upper edge of (1, 1)
+    outline->images->data[5] = 0x08;  // left edge of (4, 2)
+    outline->overlayColour = 2;
+    movie->AddChild(outline.get());
+
+    const auto compose = [&] {
+        Guarded target(6 * 4 * 3);
+        ComposeMovie(movie.get(), {target.data(), 18, 6, 4}, {0, 5, 0, 3}, 1, nullptr);
+        for (int i = 0; i < 24; ++i) {
+            const bool line = i == 7 || i == 16;
+            const u8 grey = cover->images->data[i];
+            EXPECT_EQ(target.data()[3 * i + 1], line ? 255 : grey) << i;
+            EXPECT_EQ(target.data()[3 * i], line ? 0 : grey) << i;
+        }
+    };
+    compose();
+    EXPECT_EQ(hidden->bitmap, nullptr) << "nobody sees it";
+    cover->images->data[3] ^= 0xFF;
+    cover->flagsA |= CompBitmapOutOfDate;
+    compose();
+}
+
+}  // namespace
