@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <stdexcept>
 
 namespace pzel_io {
 
@@ -43,7 +45,19 @@ void ForEachValue(ImageDataType type, const Plane& plane, std::size_t count, Use
     }
 }
 
+// A copy may need longer rows than its original.
+void CheckRow(const Image& image, ImageDataType type, int channels) {
+    const std::size_t row =
+        ElementBytes(type) * image.width * static_cast<std::size_t>(IsInterleaved(&image) ? channels : 1);
+    if (row > std::numeric_limits<std::uint16_t>::max()) {
+        throw std::length_error("a row of " + std::to_string(row) + " bytes as " + TypeName(type) +
+                                " is longer than a record can hold (65535)" +
+                                (channels > 1 ? "; the planar layout may hold it" : ""));
+    }
+}
+
 OwnedImage Like(const Image& image, ImageDataType type, int channels) {
+    CheckRow(image, type, channels);
     OwnedImage copy(NewImage(image.width, image.height, static_cast<unsigned char>(channels), type,
                              channels > 1 && IsInterleaved(&image)));
     SetImageType(copy.get(),

@@ -11,6 +11,7 @@
 namespace pzel_io {
 
 /// Integers as floats of the same value (32-bit ones to the nearest that a float holds).
+/// @throws std::length_error for rows that are too long as floats
 OwnedImage ToFloat(const Image& image);
 /// Signed 8-bit values as 16-bit ones: the display takes all 8-bit values as unsigned.
 OwnedImage ToInt16(const Image& image);

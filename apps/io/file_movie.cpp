@@ -3,23 +3,32 @@
 
 #include <utility>
 
+#include "pzel/bounds/bounds.h"
 #include "pzel/image/lifecycle.h"
 
 namespace pzel_io {
 
-FileMovie::FileMovie(std::uint32_t frames, std::uint32_t first, const std::string& name,
-                     FrameLoader frameLoader)
+namespace {
+
+// Levels stay while frames change.
+void TakeOverBound(Image& image, Image& before) {
+    if (image.state & StateBoundSet) return;
+    if (before.data) {
+        CopyBound(&image, &before);
+        image.state |= StateBoundSet;
+    } else {
+        SetDefaultBound(&image);
+    }
+}
+
+}  // namespace
+
+FileMovie::FileMovie(std::uint32_t frames, const std::string& name, FrameLoader frameLoader)
     : loader(std::move(frameLoader)), movie(new Movie), comp(AllocComp(1)) {
     comp->SetFilename(name);
     comp->frameCount = frames;
     movie->AddChild(comp.get());
     movie->CheckMovieLength(true);
-    movie->SetCurrentFrame(first);
-    Load(first);
-    int width = 0;
-    int height = 0;
-    comp->GetSize(width, height);
-    movie->SetSize(width, height);
     movie->AttachObserver(this);
 }
 
@@ -29,7 +38,7 @@ FileMovie::~FileMovie() {
 
 void FileMovie::GoTo(std::uint32_t frame) {
     failure = nullptr;
-    movie->SetCurrentFrame(frame);
+    if (!movie->SetCurrentFrame(frame)) movie->SendFrameChangedEvent();
     if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
 }
 
@@ -45,9 +54,11 @@ void FileMovie::Update(IComponent* source, int event, std::intptr_t) {
 void FileMovie::Load(std::uint32_t frame) {
     const OwnedImage image = loader(frame);
     Image* record = comp->GetCurrentImage();
+    TakeOverBound(*image, *record);
     CleanupImage(record);
     TransferImage(record, image.get());
     SetCompMSType(comp.get(), GetImageType(record));
+    movie->SetSize(record->width, record->height);
 }
 
 }  // namespace pzel_io

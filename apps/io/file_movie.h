@@ -1,5 +1,5 @@
-// A file as a movie of one component. Only the current frame is in memory: going to another frame loads it
-// into the component's first image record.
+// A file as a movie of one component. Only the current frame is in memory: going to a frame loads it into the
+// component's first image record, with the levels that the component has.
 #pragma once
 
 #include <cstdint>
@@ -22,11 +22,12 @@ struct Releaser {
 
 class FileMovie final : public Observer {
   public:
-    /// Delivers a frame as it is to be shown, levels included.
+    /// Delivers a frame as it is to be shown. One that comes with a bound keeps it; others take over that of
+    /// the frame before.
     using FrameLoader = std::function<OwnedImage(std::uint32_t frame)>;
 
-    /// A movie of `frames` frames that stands at frame `first`, loaded.
-    FileMovie(std::uint32_t frames, std::uint32_t first, const std::string& name, FrameLoader loader);
+    /// A movie of `frames` frames, none of them loaded yet.
+    FileMovie(std::uint32_t frames, const std::string& name, FrameLoader loader);
     ~FileMovie();
     FileMovie(const FileMovie&) = delete;
     FileMovie& operator=(const FileMovie&) = delete;
@@ -34,7 +35,7 @@ class FileMovie final : public Observer {
     Movie& GetMovie() { return *movie; }
     Comp& Picture() { return *comp; }
 
-    /// Goes to a frame and loads it; nothing where it is the current one. What the loader throws is thrown.
+    /// Goes to a frame and loads it, also where it is the current one. What the loader throws is thrown.
     void GoTo(std::uint32_t frame);
 
     /// Loads the frame that the movie went to.

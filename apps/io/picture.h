@@ -6,6 +6,7 @@
 //   *_source.h      the four readers; dicom_pixels.h the decoding of one of them
 //   quiet_errors.h  silence for the decoding libraries' own messages
 //   display_copy.h  copies of a frame for what the display cannot show as it is
+//   colour_copy.h   copies of a colour frame in other colour models
 //   file_movie.h    a file as a movie that holds one frame at a time
 //   png_writer.h    the way back: a shown bitmap as a file
 #pragma once

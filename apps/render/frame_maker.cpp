@@ -4,7 +4,10 @@
 
 #include <algorithm>
 
+#include "apps/io/colour_copy.h"
 #include "apps/io/display_copy.h"
+#include "pzel/bounds/black_white.h"
+#include "pzel/bounds/bounds.h"
 
 namespace {
 
@@ -21,24 +24,96 @@ bool IsDifference(Channel channel) {
     return channel == Channel::U || channel == Channel::V;
 }
 
-void CheckOptions(const Options& options, const PictureInfo& info) {
-    const bool colour = info.model == SubColour && info.channels == 3;
-    const bool asksColour = options.channel == Channel::Red || options.channel == Channel::Green ||
-                            options.channel == Channel::Blue;
-    if (asksColour && !colour) {
-        throw FileError(info.file, std::string("has no red, green and blue: it is a ") +
-                                       ModelName(info.model) + " picture");
-    }
-    if (options.channel != Channel::All && !asksColour && info.model != SubYuv) {
+bool IsBend(const Options& options, const PictureInfo& info) {
+    return options.gamma != 1 || options.invert != info.lowIsWhite;
+}
+
+std::string IsA(const PictureInfo& info) {
+    return std::string(": it is a ") + ModelName(info.model) + " picture";
+}
+
+void CheckHsi(const PictureInfo& info) {
+    if (info.type == DataUInt32 || info.type == DataInt32 || info.type == DataBit) {
         throw FileError(info.file,
-                        std::string("has no y, u and v: it is a ") + ModelName(info.model) + " picture");
+                        "intensity, saturation and hue are those of 8 bits, 16 bits and floats, not of " +
+                            std::string(TypeName(info.type)));
     }
-    if (options.area && (options.area->right >= info.width || options.area->bottom >= info.height)) {
-        throw FileError(info.file, "the area goes beyond the picture of " + std::to_string(info.width) +
-                                       " x " + std::to_string(info.height) + " pixels");
+}
+
+void CheckChannel(const Options& options, const PictureInfo& info) {
+    const bool colour = info.model == SubColour && info.channels == 3;
+    switch (options.channel) {
+        case Channel::All: break;
+        case Channel::Red:
+        case Channel::Green:
+        case Channel::Blue:
+            if (!colour) throw FileError(info.file, "has no red, green and blue" + IsA(info));
+            break;
+        case Channel::Y:
+        case Channel::U:
+        case Channel::V:
+            if (info.model != SubYuv && !options.toYuv)
+                throw FileError(info.file, "has no y, u and v" + IsA(info));
+            break;
+        case Channel::Intensity:
+        case Channel::Saturation:
+        case Channel::Hue:
+        case Channel::Hsi:
+            if (!colour) throw FileError(info.file, "has no intensity, saturation and hue" + IsA(info));
+            CheckHsi(info);
+            break;
+    }
+    if (options.toYuv && !colour) throw FileError(info.file, "is no colour picture (--to-yuv)" + IsA(info));
+}
+
+void CheckPlace(bool inside, const char* what, const PictureInfo& info) {
+    if (inside) return;
+    throw FileError(info.file, std::string(what) + " beyond the picture of " + std::to_string(info.width) +
+                                   " x " + std::to_string(info.height) + " pixels");
+}
+
+void CheckOptions(const Options& options, const PictureInfo& info) {
+    CheckChannel(options, info);
+    if (options.area) {
+        CheckPlace(options.area->right < info.width && options.area->bottom < info.height, "the area goes",
+                   info);
+    }
+    if (options.pixel) {
+        CheckPlace(options.pixel->x < info.width && options.pixel->y < info.height, "the pixel is", info);
     }
     if (info.type == DataBit && !options.levels.empty())
         throw FileError(info.file, "a picture of bits has no levels");
+    if (!options.bake) return;
+    if (info.type == DataBit) throw FileError(info.file, "a picture of bits has nothing to bake");
+    // On its way through a table the display gives a y,u,v picture a red of its own, which no data can show.
+    if (info.model == SubYuv && options.channel == Channel::All && IsBend(options, info))
+        throw FileError(info.file, "gamma and inversion cannot be baked into a y,u,v picture as it is shown");
+}
+
+pzel_io::HsiValue ValueOf(Channel channel) {
+    return channel == Channel::Intensity    ? pzel_io::HsiValue::Intensity
+           : channel == Channel::Saturation ? pzel_io::HsiValue::Saturation
+                                            : pzel_io::HsiValue::Hue;
+}
+
+const char* NameOf(pzel_io::HsiValue value) {
+    return value == pzel_io::HsiValue::Intensity    ? "intensity"
+           : value == pzel_io::HsiValue::Saturation ? "saturation"
+                                                    : "hue";
+}
+
+bool IsHsiPlane(Channel channel) {
+    return channel == Channel::Intensity || channel == Channel::Saturation || channel == Channel::Hue;
+}
+
+// The ranges of an image of the file's own values. A copy for the display may be of another type: the file's
+// counts.
+Levels FileRanges(const PictureInfo& info) {
+    Levels full;
+    if (info.type == DataFloat || info.type == DataBit) return full;
+    for (int channel = 0; channel < info.channels; ++channel)
+        full.push_back(FullRange(info.model, info.type, channel));
+    return full;
 }
 
 }  // namespace
@@ -48,8 +123,13 @@ FrameMaker::FrameMaker(const Options& wishes, pzel_io::PictureSource& file) : op
 }
 
 OwnedImage FrameMaker::Make(std::uint32_t frame) {
-    OwnedImage image = ForDisplay(source.Read(frame, options.layout));
-    if (GetDataType(image.get()) != DataBit) ApplyLevels(image);
+    const PictureInfo& info = source.Info();
+    if (options.perFrame) colourRange.reset();
+    scale = {0, FileRanges(info), info.window, false};
+    OwnedImage image = ForDisplay(InModel(source.Read(frame, options.layout)));
+    stored.clear();
+    if (GetDataType(image.get()) != DataBit) ChooseFor(image);
+    if (options.bake) NoteBaking();
     return image;
 }
 
@@ -59,15 +139,55 @@ std::vector<std::string> FrameMaker::Conversions() const {
     return all;
 }
 
-std::string FrameMaker::LevelsOf(Image& image) const {
-    return LevelsText(image, offset);
+const pzel_io::Window& FrameMaker::ColourRange(const Image& image) {
+    if (!colourRange) {
+        const ImageDataType type = GetDataType(&image);
+        colourRange =
+            type == DataFloat ? ValueRange(image, pzel_io::kAllChannels) : FullRange(SubColour, type, 0);
+        // Floats have no full scale: the data give one, that starts at 0 where it can.
+        if (type == DataFloat) colourRange->low = std::min(colourRange->low, 0.0);
+    }
+    return *colourRange;
+}
+
+OwnedImage FrameMaker::InModel(OwnedImage image) {
+    if (options.toYuv) return AsYuv(*image);
+    if (IsHsiPlane(options.channel)) return AsHsiPlane(*image);
+    if (options.channel == Channel::Hsi) PrepareJoint(*image);
+    return image;
+}
+
+OwnedImage FrameMaker::AsYuv(const Image& image) {
+    const pzel_io::Window range = ColourRange(image);
+    const double half = (range.high - range.low) / 2;
+    scale = {0, {range, {-half, half}, {-half, half}}, std::nullopt, true};
+    if (GetDataType(&image) != DataFloat) Note(std::string(TypeName(GetDataType(&image))) + " to float");
+    Note("red, green, blue to y, u, v");
+    return pzel_io::ToYuv(image, range);
+}
+
+OwnedImage FrameMaker::AsHsiPlane(const Image& image) {
+    const pzel_io::HsiValue value = ValueOf(options.channel);
+    const pzel_io::Window range = ColourRange(image);
+    const pzel_io::Window full = pzel_io::HsiPlaneRange(GetDataType(&image), value, range);
+    scale = {0, {full}, std::nullopt, false};
+    Note(std::string("red, green, blue to ") + NameOf(value) + " of " + pzel_io::NumberText(full.low) +
+         " to " + pzel_io::NumberText(full.high));
+    return pzel_io::HsiPlane(image, value, range);
+}
+
+// The full scale that the joint display refers to, and a bound for the component to start from.
+void FrameMaker::PrepareJoint(Image& image) {
+    const pzel_io::Window& range = ColourRange(image);
+    for (int channel = 0; channel < image.channels; ++channel)
+        SetSpatialBounds(&image, {range.low, range.high}, channel);
+    ComputeBound(&image);
 }
 
 OwnedImage FrameMaker::ForDisplay(OwnedImage image) {
     const ImageDataType type = GetDataType(static_cast<const Image*>(image.get()));
     const std::string name = TypeName(type);
-    const bool inverted = options.invert != source.Info().lowIsWhite;
-    if (type == DataBit && (options.area || options.gamma != 1 || inverted)) {
+    if (type == DataBit && (options.area || IsBend(options, source.Info()))) {
         Note("bits to uint8 of 0 and 255, for display");
         return pzel_io::ToBytes(*image);
     }
@@ -75,27 +195,45 @@ OwnedImage FrameMaker::ForDisplay(OwnedImage image) {
         Note(name + " to float, for display");
         return pzel_io::ToFloat(*image);
     }
-    if (IsDifference(options.channel)) {
-        offset = pzel_io::DifferenceOffset(type);
+    if (IsDifference(options.channel) && type != DataFloat) {
+        const int channel = options.channel == Channel::U ? kU : kV;
+        const int offset = pzel_io::DifferenceOffset(type);
+        scale = {offset, {FullRange(SubYuv, type, channel)}, source.Info().window, false};
         Note(std::string(options.channel == Channel::U ? "u" : "v") + " plus " + std::to_string(offset) +
              ", for display");
-        return pzel_io::DifferencePlane(*image, options.channel == Channel::U ? kU : kV);
+        return pzel_io::DifferencePlane(*image, channel);
     }
-    if (type == DataInt8 && GetSubType(image.get()) != SubYuv) {
+    // The joint display alone knows the sign of 8-bit values.
+    if (type == DataInt8 && GetSubType(image.get()) != SubYuv && options.channel != Channel::Hsi) {
         Note("int8 to int16, for display");
         return pzel_io::ToInt16(*image);
     }
     return image;
 }
 
-void FrameMaker::ApplyLevels(OwnedImage& image) {
-    if (options.perFrame || !shared) shared = ChooseLevels(options.levels, source.Info(), *image, offset);
-    if (NeedsFloat(*shared, *image, offset)) {
+void FrameMaker::ChooseFor(OwnedImage& image) {
+    const std::filesystem::path& file = source.Info().file;
+    const bool joint = options.channel == Channel::Hsi;
+    if (options.perFrame || !shared) {
+        // A converted picture has a full scale of its own.
+        const bool full = options.toYuv && options.levels.empty();
+        shared = joint  ? ChooseJointLevels(options.levels, file, *image)
+                 : full ? scale.full
+                        : ChooseLevels(options.levels, file, *image, scale);
+    }
+    if (!joint && NeedsFloat(*shared, *image, scale.offset)) {
         Note(std::string(TypeName(static_cast<ImageDataType>(GetDataType(image.get())))) +
              " to float, for display: its integers cannot stand for the levels");
         image = pzel_io::ToFloat(*image);
     }
-    SetLevels(*image, *shared, offset);
+    stored = joint ? *shared : StoredLevels(*shared, *image, scale.offset);
+}
+
+void FrameMaker::NoteBaking() {
+    std::string line = "levels " + LevelsText(stored, scale.offset);
+    if (options.gamma != 1) line += ", gamma " + pzel_io::NumberText(options.gamma);
+    if (options.invert != source.Info().lowIsWhite) line += ", inversion";
+    Note(line + " baked into the data");
 }
 
 void FrameMaker::Note(const std::string& line) {

@@ -1,4 +1,5 @@
-// From a file's frame to the image that is shown: channel, conversions for the display, levels.
+// From a file's frame to the image that is shown: colour model, channel, conversions for the display; and the
+// levels that it is to be shown with.
 #pragma once
 
 #include <cstdint>
@@ -20,19 +21,29 @@ class FrameMaker {
     /// its own.
     pzel_io::OwnedImage Make(std::uint32_t frame);
 
+    /// What the last frame is to be shown with, as the levels are stored; empty for bits.
+    const Levels& WantedLevels() const { return stored; }
+    /// What to take off from stored levels for those of the picture.
+    int Offset() const { return scale.offset; }
     /// Every conversion up to now: the file's on import, then those for the display.
     std::vector<std::string> Conversions() const;
-    /// The levels of an image that was made here, in the picture's values.
-    std::string LevelsOf(Image& image) const;
 
   private:
+    pzel_io::OwnedImage InModel(pzel_io::OwnedImage image);
+    pzel_io::OwnedImage AsYuv(const Image& image);
+    pzel_io::OwnedImage AsHsiPlane(const Image& image);
     pzel_io::OwnedImage ForDisplay(pzel_io::OwnedImage image);
-    void ApplyLevels(pzel_io::OwnedImage& image);
+    void PrepareJoint(Image& image);
+    const pzel_io::Window& ColourRange(const Image& image);
+    void ChooseFor(pzel_io::OwnedImage& image);
+    void NoteBaking();
     void Note(const std::string& line);
 
     const Options& options;
     pzel_io::PictureSource& source;
     std::vector<std::string> notes;
+    std::optional<pzel_io::Window> colourRange;  // what counts as no and as full red, green and blue
     std::optional<Levels> shared;
-    int offset = 0;  // added to the picture's values
+    Levels stored;
+    ValueScale scale;
 };

@@ -44,6 +44,6 @@ void PrintInfo(std::ostream& out, const pzel_io::PictureInfo& info, const FrameM
         << "window:       "
         << (info.window ? NumberText(info.window->low) + ":" + NumberText(info.window->high) : "none") << "\n"
         << "bound:        " << (bits ? "none" : BoundText(image)) << "\n"
-        << "levels:       " << maker.LevelsOf(image) << "\n";
+        << "levels:       " << LevelsText(maker.WantedLevels(), maker.Offset()) << "\n";
     for (const std::string& line : maker.Conversions()) out << "conversion:   " << line << "\n";
 }

@@ -8,13 +8,13 @@
 #include <stdexcept>
 
 #include "apps/io/display_copy.h"
+#include "pzel/bounds/black_white.h"
 #include "pzel/bounds/bounds.h"
 
 namespace {
 
 using pzel_io::FileError;
 using pzel_io::kAllChannels;
-using pzel_io::PictureInfo;
 using pzel_io::Window;
 
 constexpr double kMostPercent = 50;  // at each end
@@ -48,7 +48,6 @@ LevelSpec ParseLevel(const std::string& part) {
     const auto colon = part.find(':');
     const double low = ParseNumber(part.substr(0, colon), part);
     const double high = ParseNumber(colon == std::string::npos ? "" : part.substr(colon + 1), part);
-    if (low >= high) throw std::invalid_argument("'" + part + "': the low level must be below the high one");
     return {Kind::Given, low, high};
 }
 
@@ -61,25 +60,6 @@ int StoredChannel(const Image& image, int channel) {
     return image.channels == 3 && !IsYuv(image) ? 2 - channel : channel;
 }
 
-template <class T>
-Window RangeOf() {
-    return {static_cast<double>(std::numeric_limits<T>::lowest()),
-            static_cast<double>(std::numeric_limits<T>::max())};
-}
-
-// The values that elements of an integer type can have.
-Window TypeRange(ImageDataType type) {
-    switch (type) {
-        case DataUInt8: return RangeOf<std::uint8_t>();
-        case DataInt8: return RangeOf<std::int8_t>();
-        case DataUInt16: return RangeOf<std::uint16_t>();
-        case DataInt16: return RangeOf<std::int16_t>();
-        case DataUInt32: return RangeOf<std::uint32_t>();
-        case DataInt32: return RangeOf<std::int32_t>();
-        default: return RangeOf<float>();
-    }
-}
-
 ImageDataType ChannelType(const Image& image, int channel) {
     return static_cast<ImageDataType>(
         GetTrueDataType(IsYuv(image), image.channels, channel, GetDataType(&image)));
@@ -89,13 +69,6 @@ ImageDataType ChannelType(const Image& image, int channel) {
 Window Widened(double low, double high) {
     constexpr double kFloatStep = 1e-6;
     return {low, high > low ? high : low + std::max(1.0, std::abs(low) * kFloatStep)};
-}
-
-Window ValueRange(const Image& image, int stored) {
-    const std::vector<float> values = pzel_io::FiniteValues(image, stored);
-    if (values.empty()) return {0, 1};
-    const auto [low, high] = std::minmax_element(values.begin(), values.end());
-    return Widened(static_cast<double>(*low), static_cast<double>(*high));
 }
 
 Window PercentRange(const Image& image, int stored, double percent) {
@@ -112,8 +85,8 @@ Window PercentRange(const Image& image, int stored, double percent) {
 
 class Chooser {
   public:
-    Chooser(const PictureInfo& picture, Image& shown, int added)
-        : info(picture), image(shown), offset(added) {}
+    Chooser(const std::filesystem::path& of, Image& shown, const ValueScale& values)
+        : file(of), image(shown), scale(values) {}
 
     // One channel, or all of them together (kAllChannels: of a luminance picture its luminance).
     Window Choose(const LevelSpec& spec, int channel) const {
@@ -122,16 +95,34 @@ class Chooser {
         const int stored = all && !IsYuv(image) ? kAllChannels : StoredChannel(image, first);
         switch (spec.kind) {
             case LevelSpec::Kind::Data: return Moved(DataRange(stored, first));
-            case LevelSpec::Kind::Full: return FullRange(first);
+            case LevelSpec::Kind::Full:
+                if (scale.full.empty()) {
+                    throw FileError(file, "floating-point values have no full range (--levels full)");
+                }
+                return scale.full[static_cast<std::size_t>(first)];
             case LevelSpec::Kind::File:
-                if (!info.window) throw FileError(info.file, "has no window of its own (--levels file)");
-                return *info.window;
+                if (!scale.window) throw FileError(file, "has no window of its own (--levels file)");
+                return *scale.window;
             case LevelSpec::Kind::Given: return {spec.low, spec.high};
             case LevelSpec::Kind::Percent: return Moved(PercentRange(image, stored, spec.percent));
         }
         return {};
     }
 
+    // A colour difference beside a luminance that has levels of its own.
+    Window Difference(int channel) const {
+        return scale.differencesFull ? scale.full[static_cast<std::size_t>(channel)] : Computed(channel);
+    }
+
+    void CheckDifference(const Window& window) const {
+        const double least = GetDataType(&image) == DataFloat ? std::numeric_limits<float>::min() : 1;
+        if (window.high < least) {
+            throw FileError(file, "the upper level of a colour difference must be " +
+                                      std::string(least == 1 ? "1 or more" : "above 0"));
+        }
+    }
+
+  private:
     // The library's bound: of a whole picture one range, of 8-bit data the full one.
     Window Computed(int stored) const {
         ComputeBound(&image);
@@ -143,8 +134,7 @@ class Chooser {
         return {static_cast<double>(low), static_cast<double>(high)};
     }
 
-  private:
-    Window Moved(Window window) const { return {window.low - offset, window.high - offset}; }
+    Window Moved(Window window) const { return {window.low - scale.offset, window.high - scale.offset}; }
 
     Window DataRange(int stored, int channel) const {
         const bool whole = stored == kAllChannels || image.channels == 1 || IsYuv(image);
@@ -153,40 +143,36 @@ class Chooser {
         return ValueRange(image, stored);
     }
 
-    Window FullRange(int channel) const {
-        if (info.type == DataFloat) {
-            throw FileError(info.file, "floating-point values have no full range (--levels full)");
-        }
-        // A copy for the display may be of another type: the file's type counts.
-        const bool ofFile = GetDataType(&image) == DataFloat || GetDataType(&image) == DataInt16;
-        return Moved(TypeRange(ofFile ? info.type : ChannelType(image, channel)));
-    }
-
-    const PictureInfo& info;
+    const std::filesystem::path& file;
     Image& image;
-    int offset;
+    const ValueScale& scale;
 };
 
-double Stored(const Image& image, int stored, double level, int offset) {
-    const ImageDataType type = ChannelType(image, stored);
-    if (type == DataFloat) return level;
-    const Window range = TypeRange(type);
-    return std::clamp(std::round(level + offset), range.low, range.high);
+double InType(ImageDataType type, double level) {
+    return type == DataFloat ? static_cast<double>(static_cast<float>(level)) : std::round(level);
 }
 
-AnyType Element(ImageDataType type, double level) {
-    AnyType element{};
-    switch (type) {
-        case DataUInt8: element.uint8 = static_cast<std::uint8_t>(level); break;
-        case DataInt8: element.int8 = static_cast<std::int8_t>(level); break;
-        case DataUInt16: element.uint16 = static_cast<std::uint16_t>(level); break;
-        case DataInt16: element.int16 = static_cast<std::int16_t>(level); break;
-        default: element.float32 = static_cast<float>(level); break;
-    }
-    return element;
+// What the record holds of a level.
+double Stored(const Image& image, int stored, double level, int offset) {
+    const ImageDataType type = ChannelType(image, stored);
+    if (type == DataFloat) return InType(type, level);
+    const Window range = FullRange(SubGrey, type, 0);
+    return std::clamp(InType(type, level + offset), range.low, range.high);
 }
 
 }  // namespace
+
+Window FullRange(ImageSubType model, ImageDataType type, int channel) {
+    const CompBlackWhite full = FullBlackWhite(model, type, channel);
+    return {full.black, full.white};
+}
+
+Window ValueRange(const Image& image, int stored) {
+    const std::vector<float> values = pzel_io::FiniteValues(image, stored);
+    if (values.empty()) return {0, 1};
+    const auto [low, high] = std::minmax_element(values.begin(), values.end());
+    return Widened(static_cast<double>(*low), static_cast<double>(*high));
+}
 
 std::vector<LevelSpec> ParseLevels(const std::string& text) {
     std::vector<LevelSpec> specs;
@@ -198,34 +184,62 @@ std::vector<LevelSpec> ParseLevels(const std::string& text) {
     return specs;
 }
 
-Levels ChooseLevels(const std::vector<LevelSpec>& asked, const PictureInfo& info, Image& image, int offset) {
-    const Chooser chooser(info, image, offset);
+Levels ChooseLevels(const std::vector<LevelSpec>& asked, const std::filesystem::path& file, Image& image,
+                    const ValueScale& scale) {
+    const Chooser chooser(file, image, scale);
     std::vector<LevelSpec> specs = asked;
-    if (specs.empty()) specs = {{info.window ? LevelSpec::Kind::File : LevelSpec::Kind::Data}};
+    if (specs.empty()) specs = {{scale.window ? LevelSpec::Kind::File : LevelSpec::Kind::Data}};
     const auto channels = static_cast<std::size_t>(image.channels);
     if (specs.size() != 1 && specs.size() != channels) {
-        throw FileError(info.file, std::to_string(specs.size()) + " levels given for " +
-                                       std::to_string(channels) + (channels == 1 ? " channel" : " channels"));
+        throw FileError(file, std::to_string(specs.size()) + " levels given for " + std::to_string(channels) +
+                                  (channels == 1 ? " channel" : " channels"));
     }
     Levels levels;
     for (int channel = 0; channel < image.channels; ++channel) {
+        const bool difference = IsYuv(image) && channel > 0;
         if (specs.size() > 1) {
             levels.push_back(chooser.Choose(specs[static_cast<std::size_t>(channel)], channel));
-        } else if (IsYuv(image) && channel > 0) {
-            levels.push_back(chooser.Computed(channel));
+        } else if (difference) {
+            levels.push_back(chooser.Difference(channel));
         } else {
             levels.push_back(channel == 0 ? chooser.Choose(specs[0], kAllChannels) : levels[0]);
         }
-        if (IsYuv(image) && channel > 0 && levels.back().high < 1) {
-            throw FileError(info.file, "the upper level of a colour difference must be 1 or more");
+        if (difference) chooser.CheckDifference(levels.back());
+    }
+    return levels;
+}
+
+Levels ChooseJointLevels(const std::vector<LevelSpec>& specs, const std::filesystem::path& file,
+                         Image& image) {
+    static constexpr const char* kNames[] = {"intensity", "saturation", "hue"};
+    const ImageDataType type = GetDataType(static_cast<const Image*>(&image));
+    Levels levels;
+    for (int i = 0; i < image.channels; ++i) {
+        const CompBlackWhite full = GetSpatialBounds(&image, SubColour, type, image.channels + i);
+        levels.push_back({full.black, full.white});
+        const LevelSpec spec = specs.size() > 1 ? specs[static_cast<std::size_t>(i)] : LevelSpec{};
+        if (spec.kind != LevelSpec::Kind::Given) continue;
+        if (spec.low < full.black || std::max(spec.low, spec.high) > full.white) {
+            throw FileError(file, std::string("the levels of the ") + kNames[i] + " go from 0 to " +
+                                      pzel_io::NumberText(full.white));
         }
+        levels.back() = {InType(type, spec.low), InType(type, spec.high)};
+        if (levels.back().low == levels.back().high) {
+            throw FileError(file,
+                            std::string("the levels of the ") + kNames[i] + " are the same in its type");
+        }
+    }
+    if (specs.empty() && DataBytes(image.dataType) > 1) {
+        const double bottom = GetSpatialBounds(&image, SubColour, type, 0).black;
+        const Window data = ValueRange(image, kAllChannels);
+        levels[0] = {data.low - bottom, data.high - bottom};
     }
     return levels;
 }
 
 bool NeedsFloat(const Levels& levels, const Image& image, int offset) {
     if (GetDataType(&image) == DataFloat || IsYuv(image)) return false;
-    const Window range = TypeRange(GetDataType(&image));
+    const Window range = FullRange(SubGrey, GetDataType(&image), 0);
     return std::any_of(levels.begin(), levels.end(), [&](const Window& level) {
         const double low = std::round(level.low + offset);
         const double high = std::round(level.high + offset);
@@ -233,25 +247,37 @@ bool NeedsFloat(const Levels& levels, const Image& image, int offset) {
     });
 }
 
-void SetLevels(Image& image, const Levels& levels, int offset) {
-    for (int channel = 0; channel < image.channels; ++channel) {
-        const int stored = StoredChannel(image, channel);
-        const Window& level = levels[static_cast<std::size_t>(channel)];
-        const ImageDataType type = ChannelType(image, stored);
-        SetBound(&image, Element(type, Stored(image, stored, level.low, offset)),
-                 Element(type, Stored(image, stored, level.high, offset)), stored);
+Levels StoredLevels(const Levels& levels, const Image& image, int offset) {
+    Levels stored;
+    for (std::size_t i = 0; i < levels.size(); ++i) {
+        const int channel = StoredChannel(image, static_cast<int>(i));
+        stored.push_back(
+            {Stored(image, channel, levels[i].low, offset), Stored(image, channel, levels[i].high, offset)});
     }
+    return stored;
 }
 
-std::string LevelsText(Image& image, int offset) {
-    if (GetDataType(&image) == DataBit) return "none";
+int ComponentChannel(Comp& comp, int channel) {
+    Image& image = *comp.GetCurrentImage();
+    return GetBoundType(&image) == BoundHsi ? image.channels + channel : StoredChannel(image, channel);
+}
+
+Levels GetLevels(Comp& comp) {
+    Levels levels;
+    if (comp.GetDataType() == DataBit) return levels;
+    for (int i = 0; i < comp.GetNumbChannels(); ++i) {
+        const CompBlackWhite level = comp.GetBlackWhite(ComponentChannel(comp, i));
+        levels.push_back({level.black, level.white});
+    }
+    return levels;
+}
+
+std::string LevelsText(const Levels& stored, int offset) {
+    if (stored.empty()) return "none";
     std::vector<std::string> texts;
-    for (int channel = 0; channel < image.channels; ++channel) {
-        float low = 0;
-        float high = 0;
-        GetBound(&image, &low, &high, StoredChannel(image, channel));
-        texts.push_back(pzel_io::NumberText(static_cast<double>(low) - offset) + ":" +
-                        pzel_io::NumberText(static_cast<double>(high) - offset));
+    for (const Window& level : stored) {
+        texts.push_back(pzel_io::NumberText(level.low - offset) + ":" +
+                        pzel_io::NumberText(level.high - offset));
     }
     std::string text = texts[0];
     if (std::any_of(texts.begin(), texts.end(),

@@ -1,10 +1,13 @@
 // Display levels: what the command line asks for, and the values that this gives for a picture.
 #pragma once
 
+#include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "apps/io/picture.h"
+#include "pzel/component/comp.h"
 
 /// One setting of --levels.
 struct LevelSpec {
@@ -19,19 +22,42 @@ struct LevelSpec {
 /// @throws std::invalid_argument saying what is wrong with which part
 std::vector<LevelSpec> ParseLevels(const std::string& text);
 
-/// Levels for each channel of a record in the order in which a user names them, in the picture's values.
+/// Levels for each channel in the order in which a user names them.
 using Levels = std::vector<pzel_io::Window>;
 
-/// Chooses the levels of a picture. Without a spec: the file's own window, else the computed bound. One spec
-/// serves all channels together (of a luminance picture: the luminance), several serve one each. `image` is
-/// what will be shown, `offset` what was added to the picture's values in it.
+/// How the values of an image that is shown relate to the picture's, and what they can be.
+struct ValueScale {
+    int offset = 0;                         ///< added to the picture's values
+    Levels full;                            ///< everything that the channels can hold; empty: unknown
+    std::optional<pzel_io::Window> window;  ///< the range that the file asks to be shown
+    bool differencesFull = false;  ///< colour differences have their full range unless they are given
+};
+
+/// The range of all values of an element type, of one channel of a colour model.
+pzel_io::Window FullRange(ImageSubType model, ImageDataType type, int channel);
+/// The range of the finite values of a stored channel, or of all (pzel_io::kAllChannels).
+pzel_io::Window ValueRange(const Image& image, int stored);
+
+/// Chooses the levels of an image, in the picture's values. Without a spec: the file's own window, else the
+/// computed bound. One spec serves all channels together (of a luminance picture: the luminance), several
+/// serve one each.
 /// @throws pzel_io::FileError for specs that do not fit the picture
-Levels ChooseLevels(const std::vector<LevelSpec>& specs, const pzel_io::PictureInfo& info, Image& image,
-                    int offset);
+Levels ChooseLevels(const std::vector<LevelSpec>& specs, const std::filesystem::path& file, Image& image,
+                    const ValueScale& scale);
+/// The same for the joint display of intensity, saturation and hue: Full for all, or Full or Given for each.
+/// Without a spec the intensity has the range of the data, the others everything. They are as they are
+/// stored.
+Levels ChooseJointLevels(const std::vector<LevelSpec>& specs, const std::filesystem::path& file,
+                         Image& image);
 
 /// True where integers of the image's type cannot stand for the levels.
 bool NeedsFloat(const Levels& levels, const Image& image, int offset);
-/// Writes levels, rounded for integers, into the data bound.
-void SetLevels(Image& image, const Levels& levels, int offset);
-/// The data bound as "LOW:HIGH", for each channel where they differ.
-std::string LevelsText(Image& image, int offset);
+/// The levels as channels of the image can hold them, offset included: rounded for integers.
+Levels StoredLevels(const Levels& levels, const Image& image, int offset);
+
+/// The component's channel for a user's: behind the image's own where it shows intensity, saturation and hue.
+int ComponentChannel(Comp& comp, int channel);
+/// The component's levels, as they are stored.
+Levels GetLevels(Comp& comp);
+/// Stored levels as "LOW:HIGH", for each channel where they differ; "none" where there are none.
+std::string LevelsText(const Levels& stored, int offset);

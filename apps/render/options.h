@@ -10,7 +10,19 @@
 #include "levels.h"
 
 /// Which channel is shown.
-enum class Channel { All, Red, Green, Blue, Y, U, V };
+enum class Channel {
+    All,
+    Red,
+    Green,
+    Blue,
+    Y,
+    U,
+    V,
+    Intensity,
+    Saturation,
+    Hue,
+    Hsi  ///< all, with levels of intensity, saturation and hue
+};
 
 /// Columns and rows to show, inclusive on all four sides.
 struct Area {
@@ -20,23 +32,36 @@ struct Area {
     int bottom;
 };
 
-/// Frames to render, inclusive; the last one of the file where `last` is absent.
-struct FrameSpan {
-    std::uint32_t first = 0;
-    std::optional<std::uint32_t> last = 0;
+struct Pixel {
+    int x;
+    int y;
+};
+
+/// Inclusive.
+struct FrameRange {
+    std::uint32_t first;
+    std::uint32_t last;
+};
+
+/// Frames to render, range after range; empty: all.
+struct FrameSelection {
+    std::vector<FrameRange> ranges = {{0, 0}};
     bool numbered = false;  ///< one output for each frame, numbered
 };
 
 struct Options {
     std::string input;
-    std::string output;
-    FrameSpan frames;
+    std::string output;  ///< empty: no picture is written
+    FrameSelection frames;
     std::vector<LevelSpec> levels;  ///< empty: not given
     bool perFrame = false;
     Channel channel = Channel::All;
     double gamma = 1;
     bool invert = false;
     std::optional<Area> area;
+    std::optional<Pixel> pixel;
+    bool bake = false;
+    bool toYuv = false;
     pzel_io::Layout layout = pzel_io::Layout::Interleaved;
     bool info = false;
     bool quiet = false;

@@ -8,6 +8,7 @@ namespace {
 
 constexpr int kEntries = 512;
 constexpr double kTopLevel = 255;
+constexpr int kIntensity = 3;  // the first of the three channels behind the image's own
 
 }  // namespace
 
@@ -26,6 +27,7 @@ Zel::Remapper* ToneCurve::Clone() const {
 
 void ToneCurve::SetMode(int hsi, int) {
     mode = hsi;
+    BuildTable();
 }
 
 int ToneCurve::GetMode() const {
@@ -42,9 +44,13 @@ int ToneCurve::GetNumbChannels() const {
     return model == Model::Grey ? 1 : 3;
 }
 
+bool ToneCurve::IsCurved(int channel) const {
+    if (channel == kIntensity) return model == Model::Colour;
+    return model == Model::Yuv ? channel == 0 : channel >= 0 && channel < GetNumbChannels();
+}
+
 bool ToneCurve::IsIdentity(int channel) const {
-    const bool curved = model == Model::Yuv ? channel == 0 : channel >= 0 && channel < GetNumbChannels();
-    return !curved || (gamma == 1 && !inverted);
+    return !IsCurved(channel) || (gamma == 1 && !inverted);
 }
 
 float ToneCurve::Remap(float value, int channel) const {
@@ -59,7 +65,8 @@ const unsigned char* ToneCurve::GetLookupTable() const {
 
 void ToneCurve::BuildTable() {
     table.clear();
-    for (int channel = 0; channel < GetNumbChannels(); ++channel) {
+    const int first = mode == 1 ? kIntensity : 0;
+    for (int channel = first; channel < first + GetNumbChannels(); ++channel) {
         for (int i = 0; i < kEntries; ++i) {
             const float level = Remap(static_cast<float>(i) / (kEntries - 1), channel);
             table.push_back(static_cast<unsigned char>(std::lround(kTopLevel * static_cast<double>(level))));

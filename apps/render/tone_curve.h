@@ -6,7 +6,8 @@
 #include "pzel/colour/remapper.h"
 
 /// Maps a level v of 0 … 1 to v ^ (1 / gamma), then to 1 minus that where inverted. Of a luminance picture
-/// only the luminance goes through the curve; its colour differences stay.
+/// only the luminance goes through the curve; its colour differences stay. Where colour is shown by
+/// intensity, saturation and hue (SetMode), only the intensity does.
 class ToneCurve final : public Zel::Remapper {
   public:
     enum class Model { Grey, Colour, Yuv };
@@ -24,11 +25,12 @@ class ToneCurve final : public Zel::Remapper {
     const unsigned char* GetLookupTable() const override;
 
   private:
+    bool IsCurved(int channel) const;
     void BuildTable();
 
     double gamma;
     bool inverted;
     Model model;
-    int mode = 0;
+    int mode = 0;                      // 1: the table is that of intensity, saturation and hue
     std::vector<unsigned char> table;  // kEntries bytes for each channel
 };

@@ -82,6 +82,20 @@ TEST_F(ErrorsTest, RefusesOptionsThatDoNotFitTheFile) {
     ExpectRefused({grey, "-o", out, "--frame", "1"}, grey, "no frame 1");
     ExpectRefused({grey, "-o", out, "--levels", "file"}, grey, "no window");
     ExpectRefused({grey, "-o", out, "--levels", "1:2,3:4"}, grey, "2 levels");
+    ExpectRefused({grey, "-o", out, "--ranges", "0,1-2"}, grey, "no frame 2");
+    ExpectRefused({grey, "--pixel", "512,0"}, grey, "beyond");
+    ExpectRefused({grey, "-o", out, "--channel", "hue"}, grey, "no intensity");
+    ExpectRefused({grey, "-o", out, "--to-yuv"}, grey, "no colour");
+    ExpectRefused({colour, "-o", out, "--channel", "hsi", "--levels", "0:256,full,full"}, colour, "0 to 255");
+    ExpectRefused({colour, "-o", out, "--channel", "hsi", "--levels", "full,0:0.4,full"}, colour, "the same");
+    WritePicture<std::uint32_t>(Path("longs.tif"), {Pixels<std::uint32_t>(4, 4, 3)});
+    ExpectRefused({Path("longs.tif"), "-o", out, "--channel", "hsi"}, Path("longs.tif"), "not of uint32");
+    WritePicture<std::uint8_t>(Path("long.tif"), {Pixels<std::uint8_t>(6000, 2, 3)});
+    ExpectRefused({Path("long.tif"), "-o", out, "--to-yuv"}, Path("long.tif"), "planar layout");
+    WritePicture<std::uint8_t>(Path("bits.tif"), {Shown(9, 2, 1)}, 1);
+    ExpectRefused({Path("bits.tif"), "-o", out, "--bake"}, Path("bits.tif"), "nothing to bake");
+    const std::string yuv = DicomSample("SC_ybr_full_422_uncompressed.dcm");
+    ExpectRefused({yuv, "-o", out, "--bake", "--gamma", "2"}, yuv, "cannot be baked");
     ExpectRefused({grey, "-o", Path("no/out.png")}, Path("no/out.png"), "cannot be written");
     std::filesystem::copy(grey, Path("own.png"));
     ExpectRefused({Path("own.png"), "-o", Path("own.png")}, Path("own.png"), "input itself");
@@ -90,20 +104,29 @@ TEST_F(ErrorsTest, RefusesOptionsThatDoNotFitTheFile) {
 TEST_F(ErrorsTest, AnswersWrongOptionsWithUsage) {
     const std::string grey = PictureSample("moon.png");
     const std::string out = Path("out.png");
-    const std::vector<std::vector<std::string>> wrong = {{},
-                                                         {grey},
-                                                         {"-o", out},
-                                                         {grey, "-o", Path("out.jpg")},
-                                                         {grey, "-o", out, "--colour"},
-                                                         {grey, "-o", out, "--levels", "9:1"},
-                                                         {grey, "-o", out, "--levels", "most"},
-                                                         {grey, "-o", out, "--levels", "50%"},
-                                                         {grey, "-o", out, "--gamma", "0"},
-                                                         {grey, "-o", out, "--area", "3,2,1,9"},
-                                                         {grey, "-o", out, "--area", "1,2,3"},
-                                                         {grey, "-o", out, "--frames", "5-2"},
-                                                         {grey, "-o", out, "--frame", "1", "--all"},
-                                                         {grey, "-o", out, "--channel", "x"}};
+    const std::vector<std::vector<std::string>> wrong = {
+        {},
+        {grey},
+        {"-o", out},
+        {grey, "-o", Path("out.jpg")},
+        {grey, "-o", out, "--colour"},
+        {grey, "-o", out, "--levels", "9:1"},
+        {grey, "-o", out, "--levels", "most"},
+        {grey, "-o", out, "--levels", "50%"},
+        {grey, "-o", out, "--gamma", "0"},
+        {grey, "-o", out, "--area", "3,2,1,9"},
+        {grey, "-o", out, "--area", "1,2,3"},
+        {grey, "-o", out, "--frames", "5-2"},
+        {grey, "-o", out, "--frame", "1", "--all"},
+        {grey, "-o", out, "--channel", "x"},
+        {grey, "-o", out, "--ranges", "3-2"},
+        {grey, "-o", out, "--ranges", "1-2,,3"},
+        {grey, "-o", out, "--ranges", "0", "--all"},
+        {grey, "--pixel", "1"},
+        {grey, "-o", out, "--to-yuv", "--bake"},
+        {grey, "-o", out, "--to-yuv", "--channel", "red"},
+        {grey, "-o", out, "--channel", "hsi", "--levels", "1%"},
+        {grey, "-o", out, "--channel", "hsi", "--levels", "0:9"}};
     for (const auto& arguments : wrong) {
         const Outcome run = Render(arguments);
         EXPECT_EQ(run.status, 2) << testing::PrintToString(arguments);
