@@ -197,6 +197,8 @@ class PZEL_API Comp final : public IComponent {
 
   private:
     friend PZEL_API void CopyComp(Comp* dst, const Comp* src, bool withBitmap);
+    friend PZEL_API void ComputeVector(Comp* comp, char stepX, char stepY, unsigned short w, unsigned short h,
+                                       Image* image, short x, short y, const unsigned char* lut);
     struct Fields;  // the fields by kind, for copies
 
     void CleanupSceneList();

@@ -8,6 +8,7 @@
 //   comp_info.h    a layer's current frame and sampling steps
 //   movie.h        a composition of layers, with its frame selection
 //   frame_iterator.h, frame_info.h   walking over ranges; frames to keep and to cut
+//   group.h        adding and replacing components of a movie
 //   movie_scene.h  a named list of frame ranges
 //   shown_bitmap.h where the shown picture stands in a bitmap
 #pragma once

@@ -34,6 +34,10 @@ std::intptr_t addressOf(IComponent* component) {
     return reinterpret_cast<std::intptr_t>(component);
 }
 
+struct Releaser {
+    void operator()(Comp* comp) const { comp->Release(); }
+};
+
 }  // namespace
 
 Movie::Movie() : observers(nullptr), refCount(1), width(0), height(0), nametagSet(false), filenameSet(false) {
@@ -172,16 +176,35 @@ void Movie::LetGo(Comp* comp) {
 }
 
 int Movie::AddChild(IComponent* component) {
-    if (component == this) return -1;
-    const std::vector<Comp*> added = partsOf(component);
-    if (!HasRoomFor(static_cast<int>(added.size()))) return -1;
+    return component == this ? -1 : AddParts(partsOf(component));
+}
+
+/// Adds components at the end, with all events; -1, and nothing changes, where there is no room for all.
+int Movie::AddParts(const std::vector<Comp*>& parts) {
+    if (!HasRoomFor(static_cast<int>(parts.size()))) return -1;
     const bool wasComposite = IsComposite();
-    const int first = AddCompRooms(static_cast<int>(added.size()));
-    for (Comp* comp : added) Adopt(comp);
+    const int first = AddCompRooms(static_cast<int>(parts.size()));
+    for (Comp* comp : parts) Adopt(comp);
     if (!wasComposite) NotifyObserver(EventChildAdded, 0);
-    for (Comp* comp : added) NotifyObserver(EventChildAdded, addressOf(comp));
+    for (Comp* comp : parts) NotifyObserver(EventChildAdded, addressOf(comp));
     CheckMovieLength(true);
     return first;
+}
+
+int Movie::AddComponents(int n) {
+    if (n < 1 || n > kMaxChildren) return -1;
+    std::vector<std::unique_ptr<Comp, Releaser>> fresh;  // their first references, until the movie holds them
+    std::vector<Comp*> parts;
+    for (int i = 0; i < n; ++i) parts.push_back(fresh.emplace_back(AllocComp(0)).get());
+    return AddParts(parts);
+}
+
+int Movie::AllocComps(int n) {
+    return AddComponents(n);
+}
+
+int Movie::AllocMoreComps(int n) {
+    return AddComponents(n);
 }
 
 void Movie::RemoveChild(IComponent* component) {

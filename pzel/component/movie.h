@@ -109,6 +109,13 @@ class PZEL_API Movie final : public IComponent {
     /// Adds a component, or all children of a movie, at the end; returns the index of the first. A 256th
     /// child, or the movie itself, is refused: -1, and nothing changes.
     int AddChild(IComponent* component);
+    /// Adds n fresh components without image records (AllocComp(0)) at the end, with the events of additions
+    /// in order; the movie's reference is the only one on each. Returns the index of the first; -1 where n is
+    /// not positive or the movie would pass 255 children, and then nothing changes.
+    int AddComponents(int n);
+    /// Two further names for AddComponents, deliberately the same.
+    int AllocComps(int n);
+    int AllocMoreComps(int n);
     /// Removes a component, or all children of a movie.
     void RemoveChild(IComponent* component);
     /// Removes one child without events; false when it is none. An active index behind it stays and then
@@ -178,9 +185,13 @@ class PZEL_API Movie final : public IComponent {
     FrameIterator GetFrameIterator();
 
   private:
+    friend PZEL_API int AddComponentGroup(Movie* movie, Comp** comps, int count);
+    friend PZEL_API bool SetComponent(Movie* movie, int index, Comp* comp);
+
     Comp* FirstChild() const;
     Comp* ActiveOrFirstChild() const;
     bool HasRoomFor(int n) const;
+    int AddParts(const std::vector<Comp*>& parts);
     void Adopt(Comp* comp);
     void LetGo(Comp* comp);
     void RemoveSlot(int index);

@@ -1,6 +1,8 @@
 // The joint display of a colour image: levels for hue, saturation and intensity instead of for its channels.
 #pragma once
 
+#include <cstdlib>
+
 #include "pzel/colour/hsi.h"
 #include "pzel/colour/hsi_levels.h"
 #include "pzel/display/level_rules.h"
@@ -8,41 +10,52 @@
 
 namespace pzel {
 
-/// What happens to a normalised colour on its way to the screen.
+/// A table that maps every value to itself, within less than one level.
+inline bool mapsToItself(const unsigned char* table) {
+    for (int i = 0; i < kTableEntries; ++i)
+        if (std::abs(kLastEntry * table[i] - 255 * i) >= kLastEntry) return false;
+    return true;
+}
+
+/// What happens to a normalised colour on its way to the screen: windows, then tables for intensity,
+/// saturation and hue. Tables that map to themselves are left out: values keep more digits than a table has
+/// entries.
 class JointColour {
   public:
     template <class T>
     JointColour(const HsiLevels<T>& levels, const unsigned char* lut)
         : intensity(levels.intensity()),
           saturation(levels.saturation()),
-          hue(levels.hueLow(), levels.hueHigh(), false),
-          tables(lut) {}
+          hue(levels.hueLow(), levels.hueHigh(), false) {
+        for (int k = 0; lut && k < 3; ++k)
+            if (!mapsToItself(lut + k * kTableEntries)) tables[k] = lut + k * kTableEntries;
+    }
 
-    bool keepsHue() const { return !tables && !hue.isOn(); }
+    bool keepsHue() const { return !tables[2] && !hue.isOn(); }
 
-    Rgb kept(Rgb c) const { return withHueKept(c, intensity, saturation); }
+    Rgb kept(Rgb c) const {
+        return withHueKept(
+            c, [this](float v) { return looked(intensity(v), 0); },
+            [this](float v) { return looked(saturation(v), 1); });
+    }
 
-    /// Hue is windowed, or all three go through tables: intensity, saturation, hue. Grey stays grey.
+    /// Grey stays grey.
     Rgb moved(Rgb colour) const {
         Hsi c = toHsi(colour);
         const float shown = looked(intensity(c.intensity), 0);
         if (!(c.saturation > 0)) return {shown, shown, shown};
-        c.intensity = shown;
-        c.saturation = looked(saturation(c.saturation), 1);
         if (hue.isOn()) c.hue = hue(c.hue);
-        if (tables) c.hue = looked(c.hue / kTwoPi, 2) * kTwoPi;
-        return fromHsi(c);
+        return fromHsi({looked(c.hue / kTwoPi, 2) * kTwoPi, looked(saturation(c.saturation), 1), shown});
     }
 
   private:
-    float looked(float v, int table) const {
-        if (!tables) return v;
-        return tables[table * kTableEntries + int(clampUnit(v) * float(kLastEntry))] / 255.0f;
+    float looked(float v, int k) const {
+        return tables[k] ? tables[k][int(clampUnit(v) * float(kLastEntry))] / 255.0f : v;
     }
 
     UnitWindow intensity, saturation;
     HueWindow hue;
-    const unsigned char* tables;
+    const unsigned char* tables[3] = {};  // null: none
 };
 
 /// Runs a function from normalised colour to shown colour over a block of pixels; blue is channel 0.

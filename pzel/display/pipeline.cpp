@@ -10,6 +10,7 @@
 #include "pzel/component/data_area.h"
 #include "pzel/display/bitmap.h"
 #include "pzel/display/map_data.h"
+#include "pzel/display/vector.h"
 #include "pzel/image/bits.h"
 #include "pzel/image/lifecycle.h"
 
@@ -214,8 +215,18 @@ void Comp::ComputeBoundaryBmp() {
 }
 
 void Comp::ComputeVectorBmp() {
-    // Vector fields have no picture of their own yet: only the sampling steps are settled.
-    if (info && info->vectorStepX == 0) info->vectorStepX = info->vectorStepY = 1;
+    std::uint8_t stepX = 1, stepY = 1;
+    if (info) {
+        if (info->vectorStepX == 0) info->vectorStepX = info->vectorStepY = 1;
+        stepX = info->vectorStepX;
+        stepY = pzel::showsDataArea(*this) ? stepX : info->vectorStepY;
+    }
+    if (Image* image = GetFlatImage()) {
+        unsigned short left, top, w, h;
+        GetValidDataArea(image, left, top, w, h);
+        ComputeVector(this, static_cast<char>(stepX), static_cast<char>(stepY), w, h, image,
+                      static_cast<short>(left), static_cast<short>(top), TableOf(*this));
+    }
     flagsA &= static_cast<std::uint16_t>(~CompBitmapOutOfDate);
 }
 

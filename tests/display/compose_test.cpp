@@ -72,11 +72,12 @@ TEST(ComposeMovie, IsWhatEveryPixelOfEveryLayerSays) {
         const int step = std::max(-zoom, 1), repeat = std::max(zoom, 1);
         const int areaWidth = ((area.right - area.left) / step + 1) * repeat,
                   areaHeight = ((area.bottom - area.top) / step + 1) * repeat;
-        const int width = random(0, 40), height = random(0, 40), rowBytes = 3 * width + random(0, 4);
-        Guarded target{std::size_t(rowBytes * height)};
+        const u16 width = u16(random(0, 40)), height = u16(random(0, 40));
+        const int rowBytes = 3 * width + 2;
+        Guarded target(std::size_t(rowBytes) * height);
         Bytes expected = target.bytes();
-        for (int j = 0; j < std::min(height, areaHeight); ++j) {
-            for (int i = 0; i < std::min(width, areaWidth); ++i) {
+        for (int j = 0; j < std::min<int>(height, areaHeight); ++j) {
+            for (int i = 0; i < std::min<int>(width, areaWidth); ++i) {
                 u8* pixel = &expected[std::size_t(j * rowBytes + 3 * i)];
                 for (int k = 0; k < count; ++k) {
                     Comp& comp = *movie->GetChildren()[k];

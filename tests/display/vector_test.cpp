@@ -1,0 +1,259 @@
+// Vector fields: arrows with a wrong line or head, mirrored, shortened or clipped wrongly, in the wrong bits
+// of a depth or outside the bitmap; fields that are sampled, scaled or read wrongly in some type or layout.
+#include "pzel/display/vector.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "pzel/display/bitmap.h"
+#include "tests/component/component_helpers.h"
+#include "tests/support/images.h"
+
+namespace {
+
+using namespace test;
+using Grid = std::vector<int>;
+
+struct Tables {
+    Tables() { VectorInit(); }
+    ~Tables() { VectorTermination(); }
+};
+
+struct Point {
+    int x, y;
+};
+
+// An arrow of any direction, up to 31 steps: the nearest pixels of the line, and for a head the neighbours of
+// the tip that lie 135 degrees to either side of the last step.
+std::vector<Point> arrow(int dx, int dy) {
+    static const Point ring[] = {{1, 0}, {1, 1}, {0, 1}, {-1, 1}, {-1, 0}, {-1, -1}, {0, -1}, {1, -1}};
+    const auto part = [](int k, int d, int n) {
+        return int(std::floor(double(k * std::abs(d)) / n + 0.5)) * (d < 0 ? -1 : 1);
+    };
+    const int steps = std::max(std::abs(dx), std::abs(dy));
+    std::vector<Point> points{{0, 0}};
+    for (int k = 1; k <= steps; ++k) points.push_back({part(k, dx, steps), part(k, dy, steps)});
+    if (steps < 2) return points;
+    const Point tip = points.back(), before = points[points.size() - 2];
+    for (int i = 0; i < 8; ++i) {
+        if (ring[i].x != tip.x - before.x || ring[i].y != tip.y - before.y) continue;
+        for (const int turn : {3, 5})
+            points.push_back({tip.x + ring[(i + turn) % 8].x, tip.y + ring[(i + turn) % 8].y});
+    }
+    return points;
+}
+
+int cells(int size) {
+    return (size + 15) / 16;
+}
+
+// One byte for each pixel: 1 where some arrow of the grid goes.
+Bytes drawn(int width, int height, const Grid& grid) {
+    Bytes pixels(width * height);
+    for (int cell = 0; cell < cells(width) * cells(height); ++cell) {
+        if (grid[2 * cell] == VectorNone) continue;
+        const int left = cell % cells(width) * 16, top = cell / cells(width) * 16;
+        for (const Point p : arrow(grid[2 * cell], grid[2 * cell + 1])) {
+            const int x = left + std::min(16, width - left) / 2 + p.x;
+            const int y = top + std::min(16, height - top) / 2 + p.y;
+            if (x >= 0 && y >= 0 && x < width && y < height) pixels[y * width + x] = 1;
+        }
+    }
+    return pixels;
+}
+
+Grid randomGrid(Random& random, int width, int height) {
+    Grid grid(2 * cells(width) * cells(height));
+    for (int& v : grid) v = random(-31, 31);
+    if (random.coin()) grid[0] = VectorNone;
+    return grid;
+}
+
+void map(u8* row0, int rowBytes, int width, int height, int bits, const Grid& grid, unsigned long colour) {
+    const std::vector<signed char> vectors(grid.begin(), grid.end());
+    MapVectorToBmp(row0, rowBytes, u16(width), u16(height), bits, vectors.data(), colour);
+}
+
+// The same as `drawn`, from a bitmap of bits.
+Bytes shown(const Comp& comp) {
+    const ShownBitmap b = comp.GetShownBitmap();
+    Bytes pixels;
+    for (int i = 0; i < b.width * b.height; ++i)
+        pixels.push_back(b.pixels[i / b.width * b.rowBytes + i % b.width / 8] >> (7 - i % b.width % 8) & 1);
+    return pixels;
+}
+
+TEST(Vector, ArrowsAreDrawnAlikeAtEveryDepth) {
+    const Tables tables;
+    Random random(51);
+    int points = 0;  // no point comes twice: the pixels of a quadrant's arrows count the points of the table
+    for (int round = 0; round < 2048; ++round) {
+        // Each vector of a quadrant once, mirrored anyhow, alone and whole; between them random grids,
+        // clipped.
+        const bool whole = round % 2 == 0;
+        const int width = whole ? 80 : random(1, 80), height = whole ? 80 : random(1, 80);
+        const int bits = random.pick({1, 8, 16, 24}), rowBytes = (width * bits + 7) / 8 + random(0, 3);
+        Grid grid = whole ? Grid(50, VectorNone) : randomGrid(random, width, height);
+        if (whole) {
+            grid[24] = round / 2 % 32 * random.pick({-1, 1});
+            grid[25] = round / 64 * random.pick({-1, 1});
+        }
+        Guarded pixels(unsigned(rowBytes * height));
+        Bytes expected = pixels.bytes();
+        const bool up = random.coin();
+        const Bytes on = drawn(width, height, grid);
+        for (int i = 0; i < width * height; ++i) {
+            const int x = i % width, y = i / width;
+            u8* row = expected.data() + (up ? height - 1 - y : y) * rowBytes;
+            if (on[i] && bits == 1) row[x / 8] = u8(row[x / 8] | 0x80 >> x % 8);
+            for (int b = 0; on[i] && b < bits / 8; ++b) row[x * bits / 8 + b] = u8(0xA1B2C3 >> 8 * b);
+        }
+        map(pixels.data() + (up ? (height - 1) * rowBytes : 0), up ? rowBytes : -rowBytes, width, height,
+            bits, grid, 0xA1B2C3);
+        if (whole) points += int(std::count(on.begin(), on.end(), 1));
+        ASSERT_EQ(pixels.bytes(), expected) << width << 'x' << height << ' ' << bits;
+        ASSERT_TRUE(pixels.intact());
+    }
+    EXPECT_EQ(2 * points, 0xBE90);
+}
+
+TEST(Vector, MirroredVectorsMirrorTheirDrawing) {
+    const Tables tables;
+    // The pixels of one vector, around its start, seen from a mirrored place.
+    const auto draw = [](int dx, int dy, int signX, int signY) {
+        Grid grid(50, VectorNone);
+        grid[24] = dx, grid[25] = dy;
+        Bytes pixels(80 * 80), turned;
+        map(pixels.data(), -80, 80, 80, 8, grid, 1);
+        for (int i = 0; i < 67 * 67; ++i)
+            turned.push_back(pixels[(40 + signY * (i / 67 - 33)) * 80 + 40 + signX * (i % 67 - 33)]);
+        return turned;
+    };
+    for (int i = 0; i < 128 * 128; i += 5) {
+        const int dx = i % 128, dy = i / 128;
+        const int length = std::max({dx, dy, 31});
+        const Bytes one = draw(dx, dy, 1, 1);
+        ASSERT_TRUE(one == draw(-dx, dy, -1, 1) && one == draw(dx, -dy, 1, -1) &&
+                    one == draw(-dx, -dy, -1, -1));
+        ASSERT_EQ(one, draw(int(dx * 31.0 / length + 0.5), int(dy * 31.0 / length + 0.5), 1, 1))
+            << dx << ' ' << dy;
+    }
+}
+
+TEST(Vector, FieldsOfEveryTypeAndLayoutAreSampledBySteps) {
+    const Tables tables;
+    Random random(52);
+    for (int round = 0; round < 300; ++round) {
+        const int type = 1 + round % 8, most = type == DataBit ? 1 : 31;
+        const int low = type == DataInt8 || type == DataInt16 || type >= DataInt32 ? -31 : 0;
+        const int x0 = random(0, 20), y0 = random(0, 20), w = random(1, 70), h = random(1, 70);
+        const int stepX = random(0, 20), stepY = random(0, 20);
+        TestImage field({x0 + w, y0 + h, random(2, 3), type, random.coin(), MajorVector});
+        field.randomise(random);
+        Grid grid = randomGrid(random, w, h);
+        for (int i = 0; i < int(grid.size()); ++i) {
+            grid[i] = std::clamp(grid[i], low, most);
+            const int left = i / 2 % cells(w) * 16, top = i / 2 / cells(w) * 16;
+            for (int y = 0; y < std::min(16, h - top); y += std::max(stepY, 1))
+                for (int x = 0; x < std::min(16, w - left); x += std::max(stepX, 1))
+                    field.put(x0 + left + x, y0 + top + y, i % 2, grid[i]);
+            if (type == DataBit) grid[i] *= 31;
+        }
+        for (int c = 0; c < 2; ++c) field.setPair(c, {0, 31});
+        const Ref<Comp> comp(AllocComp(0));
+        ComputeVector(comp.get(), char(stepX), char(stepY), u16(w), u16(h), &field, short(x0), short(y0),
+                      nullptr);
+        ASSERT_TRUE(comp->bmpBits == 1 && comp->bmpRowBytes == ComputeBmpLineBytes(w, 1));
+        ASSERT_EQ(shown(*comp), drawn(w, h, grid)) << type << ' ' << stepX << ' ' << stepY;
+    }
+}
+
+TEST(Vector, LengthsFollowTheBoundAndTheTable) {
+    const Tables tables;
+    const Ref<Comp> comp(AllocComp(1));
+    Image* field = comp->images;
+    ConstructImages(field, 1, 16, 32, 2, DataFloat);
+    SetImageType(field, MajorVector);
+    float* u = reinterpret_cast<float*>(field->data);
+    // Upper cell: (-2, 0) and (-6, 0) by turns, without one value that is none. Lower cell: (0, 8).
+    for (int i = 0; i < 1024; ++i) u[i] = i < 256 ? (i % 2 ? -2.0f : -6.0f) : i >= 768 ? 8.0f : 0.0f;
+    u[2] = std::numeric_limits<float>::infinity(), u[3] = std::numeric_limits<float>::quiet_NaN();
+    const auto expect = [&](int upper, int lower, const u8* lut = nullptr) {
+        ComputeVector(comp.get(), 1, 1, 16, 32, field, 0, 0, lut);
+        EXPECT_EQ(shown(*comp), drawn(16, 32, {upper, 0, 0, lower}));
+    };
+    expect(-16, 31);  // the bound is infinite: the longest mean, 8, takes its place
+    u[2] = -6;
+    field->state = 0;
+    expect(-16, 31);
+    EXPECT_TRUE(field->state & StateBoundSet);
+    writePair(GetBound(field), 1, DataFloat, {-31, 5});
+    expect(-4, 8);
+    for (int c = 0; c < 2; ++c) writePair(GetBound(field), c, DataFloat, {0, 0.25});
+    expect(-31, 31);
+    Bytes lut(512, 255);
+    lut[511] = 0;
+    expect(0, 0, lut.data());
+    for (int c = 0; c < 2; ++c) writePair(GetBound(field), c, DataFloat, {0, 16});
+    lut[255] = 51;  // half of the bound: a fifth of the length
+    expect(-31, 6, lut.data());
+    // A cell outside the image, and one without a finite vector, stay empty.
+    ComputeVector(comp.get(), 1, 1, 16, 32, field, 0, 16, nullptr);
+    EXPECT_EQ(shown(*comp), drawn(16, 32, {0, 16, VectorNone, 0}));
+    ComputeVector(comp.get(), 1, 1, 16, 32, field, 0, -16, nullptr);
+    EXPECT_EQ(shown(*comp), drawn(16, 32, {VectorNone, 0, -8, 0}));
+    std::fill_n(u, 512, std::numeric_limits<float>::quiet_NaN());
+    ComputeVector(comp.get(), 1, 1, 16, 32, field, 0, 0, nullptr);
+    EXPECT_EQ(shown(*comp), Bytes(16 * 32));
+}
+
+TEST(Vector, ComponentsShowTheirField) {
+    const Ref<Comp> comp(AllocComp(1));
+    ConstructImages(comp->images, 1, 64, 48, 2, u8(DataInt16) | u8(DataInterleaved));
+    SetImageType(comp->images, MajorVector);
+    short* vectors = reinterpret_cast<short*>(comp->images->data);
+    // To the right and down on the left side, straight down on the right side, less so in each cell's second
+    // row.
+    for (int i = 0; i < 64 * 48; ++i) {
+        vectors[2 * i] = short(i % 64 < 32 ? 310 : 0);
+        vectors[2 * i + 1] = short(i / 64 % 16 == 1 ? 40 : 200);
+    }
+    comp->flagsA = CompBitmapOutOfDate;
+    VectorTermination();
+    comp->ComputeBitmap(0);
+    EXPECT_TRUE(!comp->bitmap && comp->flagsA == 0);
+    VectorInit();
+    VectorInit();
+    comp->info = AllocCompInfo();
+    comp->info->vectorStepX = 1, comp->info->vectorStepY = 16;  // reads no second row
+    comp->ComputeBitmap(0);
+    Grid grid;
+    for (int cell = 0; cell < 12; ++cell) grid.insert(grid.end(), {cell % 4 < 2 ? 31 : 0, 20});
+    EXPECT_EQ(shown(*comp), drawn(64, 48, grid));
+    EXPECT_TRUE(shown(*comp)[28 * 64 + 39]) << "the tip of the first, that starts at (8, 8)";
+
+    CleanupCompInfo(comp->info);
+    comp->dataArea = new SRect{32, 63, 16, 47};
+    comp->flagsA = CompExtentDataArea;
+    // A bitmap that is there keeps its size and depth; what stood in it goes.
+    for (const bool there : {false, true}) {
+        comp->DeleteBitmap();
+        if (there) {
+            comp->bitmap = static_cast<u8*>(std::memset(::operator new(800), 7, 800));
+            comp->bmpWidth = comp->bmpRowBytes = 20, comp->bmpHeight = 40, comp->bmpBits = 8;
+        }
+        comp->ComputeBitmap(0);
+        Bytes expected = drawn(there ? 20 : 32, 32, {0, 19, 0, 19, 0, 19, 0, 19});
+        if (there) {
+            for (u8& pixel : expected) pixel = u8(255 * pixel);
+            expected.resize(800);
+        }
+        EXPECT_EQ(there ? Bytes(comp->bitmap, comp->bitmap + 800) : shown(*comp), expected);
+    }
+    EXPECT_TRUE(comp->info->vectorStepX == 1 && comp->info->vectorStepY == 1);
+    VectorTermination();
+    VectorTermination();
+}
+
+}  // namespace
