@@ -68,15 +68,16 @@ int ConvertBits(Image* dst, Image* src, int direction) {
     assert(dst->data && GetDataType(dst) == DataFloat && GetImageVolume(dst) >= GetImageVolume(src));
     const std::ptrdiff_t step = pzel::planeSteps(*src).pixelStep;
     WithTransform(direction, [&](auto transform) {
-        pzel::withThreePlanes<const bool, const bool>(*src, 0, 0, [&](const auto& a, const auto& b, const auto& c) {
-            for (int y = 0; y < src->height; ++y) {
-                float* out[3];
-                for (int k = 0; k < 3; ++k)
-                    out[k] = reinterpret_cast<float*>(GetImageData(dst, k)) +
-                             std::ptrdiff_t(y) * src->width * step;
-                ConvertRow(a.row(y), b.row(y), c.row(y), out, step, src->width, transform);
-            }
-        });
+        pzel::withThreePlanes<const bool, const bool>(
+            *src, 0, 0, [&](const auto& a, const auto& b, const auto& c) {
+                for (int y = 0; y < src->height; ++y) {
+                    float* out[3];
+                    for (int k = 0; k < 3; ++k)
+                        out[k] = reinterpret_cast<float*>(GetImageData(dst, k)) +
+                                 std::ptrdiff_t(y) * src->width * step;
+                    ConvertRow(a.row(y), b.row(y), c.row(y), out, step, src->width, transform);
+                }
+            });
     });
     return 0;
 }

@@ -77,23 +77,6 @@ TEST_F(ColourTest, BakesWhatIsShown) {
     ExpectBakedAlike(photo, {"--channel", "hsi", "--gamma", "1.5"}, 10);
 }
 
-TEST_F(ColourTest, BakesEachFrameWithTheLevelsOfTheFirst) {
-    std::vector<Pixels<std::uint16_t>> frames(3, Pixels<std::uint16_t>(16, 16, 1));
-    for (auto& frame : frames) {
-        for (auto& value : frame.values) value = static_cast<std::uint16_t>(random() % 5000);
-    }
-    WritePicture<std::uint16_t>(Path("stack.tif"), frames);
-    const Outcome run =
-        Render({Path("stack.tif"), "-o", Path("b.png"), "--all", "--bake", "--levels", "9:4000"});
-    ASSERT_EQ(run.status, 0) << run.err;
-    for (const char* frame : {"0", "1", "2"}) {
-        const Shown baked = ReadShown(Path(std::string("b_000") + frame + ".png"));
-        const Shown plain = Picture(Path("stack.tif"), {"--frame", frame, "--levels", "9:4000"});
-        for (std::size_t i = 0; i < plain.values.size(); ++i)
-            ASSERT_NEAR(baked.values[i], plain.values[i], 1);
-    }
-}
-
 TEST_F(ColourTest, ShowsColourByIntensitySaturationAndHue) {
     const std::vector<std::string> full = {"--channel", "hsi", "--levels", "full"};
     ExpectAlike(PictureSample("color.png"), {}, {"--channel", "hsi"}, 2);
@@ -117,25 +100,6 @@ TEST_F(ColourTest, ShowsColourByIntensitySaturationAndHue) {
     }
     EXPECT_LT(coloured, 0.05 * static_cast<double>(intensity.values.size()));
     EXPECT_NE(Picture(photo, full), pale);
-}
-
-TEST_F(ColourTest, ShowsEachOfTheThreeAsGrey) {
-    Pixels<std::uint16_t> colours(40, 30, 3);
-    for (auto& value : colours.values) value = static_cast<std::uint16_t>(random());
-    WritePicture<std::uint16_t>(Path("colours.tif"), {colours});
-    const auto shown = [&](const char* channel) {
-        return Picture(Path("colours.tif"), {"--channel", channel, "--levels", "full"});
-    };
-    const Shown intensity = shown("intensity"), saturation = shown("saturation"), hue = shown("hue");
-    for (std::size_t i = 0; i < intensity.values.size(); ++i) {
-        const double r = colours.values[3 * i], g = colours.values[3 * i + 1], b = colours.values[3 * i + 2];
-        const double sum = r + g + b;
-        double angle = std::atan2(std::sqrt(3.0) * (g - b), 2 * r - g - b) / (2 * std::numbers::pi);
-        if (angle < 0) angle += 1;
-        EXPECT_NEAR(intensity.values[i], sum / 3 / 257, 0.51);
-        EXPECT_NEAR(saturation.values[i], 255 * (1 - 3 * std::min({r, g, b}) / sum), 0.51);
-        EXPECT_NEAR(hue.values[i], 255 * angle, 0.6);
-    }
 }
 
 TEST_F(ColourTest, VisitsRangesInOrderAndTellsPixels) {

@@ -125,24 +125,6 @@ TEST(CheckBound, RepairsEmptyAndInvertedPairsOnly) {
     }
 }
 
-TEST(BoundArray, FloatsCarryTheSignOfTheChannel) {
-    for (int round = 0; round < 7 * 3; ++round) {
-        TestImage image({2, 2, 3, 2 + round % 7, true, round / 7});
-        float min = -1, max = -1;
-        GetBound(&image, &min, &max, 0);
-        EXPECT_EQ(image.state, StateBoundSet | StateBoundDefault);
-        for (int c = 0; c < 3; ++c) {
-            AnyType black{}, white{};
-            black.uint32 = 0x90909090u, white.uint32 = 0xA0A0A0A0u;
-            SetBound(&image, black, white, c);
-            GetBound(&image, &min, &max, c);
-            EXPECT_EQ(min, float(readElement(&black, image.trueType(c))));
-            EXPECT_EQ(max, float(readElement(&white, image.trueType(c))));
-            EXPECT_EQ(GetScale(&image, c), max - min);
-        }
-    }
-}
-
 TEST(BoundArray, SectionsAndFlagsForEveryChannelCount) {
     for (int round = 0; round < 255 * 8 * 4; ++round) {
         const int channels = 1 + round % 255, type = 1 + round / 255 % 8, sub = round / 255 / 8;

@@ -55,21 +55,6 @@ TEST(Comp, AnnouncesRealChangesOnce) {
     EXPECT_EQ(comp->x, -1);
 }
 
-TEST(Comp, OpacityIsStoredInSteps) {
-    auto comp = newComp();
-    for (int step = 128; step >= 0; --step) {
-        comp->SetOpacity(static_cast<float>(step) / 128.0f);
-        EXPECT_EQ(comp->transparency, 128 - step);
-        EXPECT_EQ(comp->GetOpacity(), static_cast<float>(step) / 128.0f);
-    }
-    // Beyond: truncated to 64 bits, then to a byte.
-    const std::pair<float, int> odd[] = {{0.999f, 0}, {-1.5f, 64}, {NAN, 0}, {-INFINITY, 255}, {INFINITY, 0}};
-    for (const auto& [opacity, stored] : odd) {
-        comp->SetOpacity(opacity);
-        EXPECT_EQ(comp->transparency, stored);
-    }
-}
-
 TEST(Comp, CallsObserversInOrderAndNotAfterTheyLeft) {
     Recorder a, b, c;
     std::string order;

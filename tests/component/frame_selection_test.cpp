@@ -56,25 +56,6 @@ TEST(FrameSelection, StepsAndPlaybackFollowTheListOfFrames) {
     }
 }
 
-TEST(FrameSelection, FramesOutsideAndOverlappingRanges) {
-    Movie movie;
-    movie.SetMovieLength(20);
-    movie.AddFrameRange({2, 4});
-    movie.AddFrameRange({7, 8});
-    movie.SetCurrentFrame(5);
-    EXPECT_EQ(movie.GetNextFrame(), 2u);
-    EXPECT_EQ(movie.GetPreviousFrame(), 8u);
-    movie.AddFrameRange({3, 9});  // the first range in the list counts
-    movie.SetCurrentFrame(4);
-    EXPECT_EQ(movie.GetNextFrame(), 7u);
-    // Firsts compare as unsigned, lasts as signed from 0 on; 32 bits count.
-    movie.ClearFrameRanges();
-    movie.AddFrameRange({0x1FFFFFFFE, -1});
-    EXPECT_EQ(movie.GetFrameRanges().back(), (Movie::FrameRange{-2, -1}));
-    EXPECT_EQ(movie.GetFirstFrame(), 19u);
-    EXPECT_EQ(movie.GetLastFrame(), 0u);
-}
-
 /// The snapping as plain loops; none where they run too long to wait for.
 std::optional<std::uint32_t> snapped(Movie& movie) {
     auto c = static_cast<std::uint32_t>(movie.GetCurrentFrame());

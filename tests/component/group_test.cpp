@@ -99,14 +99,4 @@ TEST_F(GroupTest, ReplacedChildrenKeepTheirPlace) {
     EXPECT_TRUE(movie.IsChildActive(group[3]) && movie.GetChildAt(254) == group[1]);
 }
 
-TEST_F(GroupTest, InputAndOutputActOnOneComponent) {
-    EXPECT_FALSE(GetIOComponent(nullptr) || GetIOComponent(&movie));
-    AddComponentGroup(&movie, group, 2);
-    group[1]->MakeActive();
-    EXPECT_EQ(GetIOComponent(&movie), group[1]);
-    movie.MakeActive();
-    EXPECT_EQ(GetIOComponent(&movie), group[0]);
-    EXPECT_EQ(GetIOComponent(group[3]), group[3]);
-}
-
 }  // namespace

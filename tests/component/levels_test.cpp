@@ -88,18 +88,4 @@ TEST(Levels, KeepTheOtherPicturesInStep) {
     EXPECT_EQ(own[1], 1);
 }
 
-TEST(Levels, WhereThereAreNone) {
-    auto bits = newComp(1, 1, DataBit), one = newComp(), two = newComp();
-    EXPECT_EQ(levelsOf(*bits, 0), Pair(0, 1));
-    EXPECT_EQ(levelsOf(*Ref<Comp>(AllocComp(0)), 0), undefined);
-    Movie movie;
-    movie.AddChild(one.get());
-    movie.SetBlackWhite(0, {1, 2});
-    EXPECT_EQ(levelsOf(movie, 0), Pair(1, 2));
-    movie.AddChild(two.get());
-    movie.SetBlackWhite(0, {3, 4});
-    EXPECT_EQ(levelsOf(movie, 0), undefined);
-    EXPECT_EQ(levelsOf(*one, 0), Pair(1, 2));
-}
-
 }  // namespace

@@ -73,67 +73,6 @@ TEST(Movie, RefusesThe256thChild) {
     EXPECT_EQ(comp->refCount, 1 + 255 + 2);
 }
 
-TEST(Movie, SpeaksForOneChildButNotForTwo) {
-    Movie movie;
-    auto comp = newComp(1, 3, DataUInt16, SubYuv), film = newComp();
-    film->frameCount = 2;
-    movie.AddChild(comp.get());
-    IComponent& m = movie;
-    const auto set = [&](float opacity, bool visible, int place, Zel::Remapper* remapper) {
-        m.SetOpacity(opacity);
-        m.SetVisible(visible);
-        m.SetLocation(place, place);
-        m.SetStartFrame(static_cast<unsigned long>(place));
-        m.SetRemapper(remapper);
-        return m.AddScene("s", "d", 0, nullptr);
-    };
-    using Answers = std::tuple<int, int, int, int, int, bool, float, const void*, unsigned long, bool>;
-    const auto answers = [&] {
-        return Answers(m.GetCompType(), m.GetCompMType(), m.GetCompSType(), m.GetDataType(),
-                       m.GetNumbChannels(), m.IsVisible(), m.GetOpacity(), m.GetRemapper(), m.GetStartFrame(),
-                       m.IsMovie());
-    };
-    EXPECT_TRUE(set(0.25f, false, 9, new Tone(1)));
-    const Answers own(1, 0, 1, DataUInt16, 3, false, 0.25f, comp->remapper, 9, false);
-    EXPECT_EQ(answers(), own);
-    movie.AddChild(film.get());
-    EXPECT_FALSE(set(1.0f, true, 1, nullptr) || m.RemoveScene(0));
-    EXPECT_EQ(answers(), Answers(0xFE00, 0xFE00, 0xF0, 0, 0, true, 1.0f, nullptr, 0, true));
-    movie.RemoveChild(film.get());
-    EXPECT_EQ(answers(), own);
-    EXPECT_EQ(comp->x, 9);
-}
-
-TEST(Movie, LengthAndCurrentFrame) {
-    Recorder r;
-    Movie movie;
-    auto a = newComp(), b = newComp();
-    a->frameCount = b->frameCount = 10;
-    b->startFrame = 5;
-    for (Comp* comp : {a.get(), b.get()}) movie.AddChild(comp);
-    r.names = {{-1, '?'}};
-    r.name('m', &movie);
-    r.name('a', a.get());
-    r.name('b', b.get());
-    movie.AttachObserver_All(&r);
-    a->frameCount = 20;
-    EXPECT_EQ(b->CheckMovieLength(false), 20u);
-    EXPECT_EQ(b->GetMovieLength(), 15u);
-    b->SetMovieLength(0);
-    EXPECT_FALSE(movie.SetCurrentFrame(15) || movie.SetCurrentFrame(0));
-    EXPECT_TRUE(b->SetCurrentFrame(3));
-    EXPECT_FALSE(b->SetCurrentFrame(3));
-    movie.SendFrameChangedEvent();
-    EXPECT_EQ(r.take(), "m12 b12 m12(8) a12(4294967295) b12(4294967295) ");
-    // Unlike a component, a movie calls all who were attached at the start.
-    Recorder last;
-    r.onEvent = [&](int) { movie.DetachObserver(&last); };
-    last.name('m', &movie);
-    movie.AttachObserver(&last);
-    for (int i = 1; i < 3; ++i) movie.NotifyObserver(99, i);
-    EXPECT_EQ(last.take(), "m99(1) ");
-}
-
 /// `made` gives the next name of a family each time: the text and consecutive numbers.
 void expectNumbered(const std::string& text, const std::function<std::string()>& made) {
     const std::string first = made(), second = made();

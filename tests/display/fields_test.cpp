@@ -77,24 +77,6 @@ TEST(SplitImage, UndoesWeaving) {
     }
 }
 
-TEST(SplitImage, TakesItsOwnImageAndLeavesFieldsAloneWhereThereIsNothing) {
-    const Ref<Comp> frame(AllocComp(1));
-    Image& image = *frame->images;
-    Image odd{};
-    SplitImage(frame.get(), &image, &odd, 0, nullptr);
-    EXPECT_FALSE(image.data || odd.data);
-    ConstructImages(&image, 1, 1, 5, 1, DataUInt8);
-    for (u8 i = 0; i < 5; ++i) image.data[i] = i;
-    SRect outside{1, 4, 0, 4};
-    SplitImage(frame.get(), &image, &odd, 0, &outside);
-    SplitImage(frame.get(), &image, &odd, 2, nullptr);
-    EXPECT_TRUE(image.height == 5 && !odd.data);
-    SplitImage(frame.get(), &image, nullptr, 0, nullptr);
-    SplitImage(frame.get(), nullptr, &odd, 0, nullptr);
-    EXPECT_TRUE(image.height == 3 && image.data[1] == 2 && odd.height == 1 && odd.data[0] == 2);
-    CleanupImage(&odd);
-}
-
 TEST(MaskToBoundary, MarksUpperAndLeftEdges) {
     Random random(62);
     for (int round = 0; round < 300; ++round) {

@@ -109,20 +109,6 @@ TEST(Pipeline, ShowsTheDataAreaOfTheImage) {
     }
 }
 
-TEST(Pipeline, MakesNoBitmapWhereNothingCanBeShown) {
-    Random random(32);
-    for (const Shape& shape : {Shape{4, 4, 1, 2, true, MajorNoBitmap},
-                               {4, 4, 1, 2, true, MajorVector},
-                               {4, 4, 1, 2, true, 0x700},
-                               {4, 4, 2, 2}}) {
-        const Owned comp(newComp(random, shape));
-        comp->ComputeBitmap(0);
-        EXPECT_TRUE(!comp->bitmap && !comp->GetShownBitmap().pixels) << shape.imageType;
-    }
-    EXPECT_TRUE(ComputeBmpLineBytes(33, 1) == 8 && ComputeBmpLineBytes(5, 8) == 8 &&
-                ComputeBmpLineBytes(5, 24) == 16 && !ComputeBmpLineBytes(9, 16));
-}
-
 TEST(Pipeline, BoundariesKeepTheirBits) {
     Random random(33);
     for (int round = 0; round < 200; ++round) {

@@ -169,45 +169,6 @@ TEST(Vector, FieldsOfEveryTypeAndLayoutAreSampledBySteps) {
     }
 }
 
-TEST(Vector, LengthsFollowTheBoundAndTheTable) {
-    const Tables tables;
-    const Ref<Comp> comp(AllocComp(1));
-    Image* field = comp->images;
-    ConstructImages(field, 1, 16, 32, 2, DataFloat);
-    SetImageType(field, MajorVector);
-    float* u = reinterpret_cast<float*>(field->data);
-    // Upper cell: (-2, 0) and (-6, 0) by turns, without one value that is none. Lower cell: (0, 8).
-    for (int i = 0; i < 1024; ++i) u[i] = i < 256 ? (i % 2 ? -2.0f : -6.0f) : i >= 768 ? 8.0f : 0.0f;
-    u[2] = std::numeric_limits<float>::infinity(), u[3] = std::numeric_limits<float>::quiet_NaN();
-    const auto expect = [&](int upper, int lower, const u8* lut = nullptr) {
-        ComputeVector(comp.get(), 1, 1, 16, 32, field, 0, 0, lut);
-        EXPECT_EQ(shown(*comp), drawn(16, 32, {upper, 0, 0, lower}));
-    };
-    expect(-16, 31);  // the bound is infinite: the longest mean, 8, takes its place
-    u[2] = -6;
-    field->state = 0;
-    expect(-16, 31);
-    EXPECT_TRUE(field->state & StateBoundSet);
-    writePair(GetBound(field), 1, DataFloat, {-31, 5});
-    expect(-4, 8);
-    for (int c = 0; c < 2; ++c) writePair(GetBound(field), c, DataFloat, {0, 0.25});
-    expect(-31, 31);
-    Bytes lut(512, 255);
-    lut[511] = 0;
-    expect(0, 0, lut.data());
-    for (int c = 0; c < 2; ++c) writePair(GetBound(field), c, DataFloat, {0, 16});
-    lut[255] = 51;  // half of the bound: a fifth of the length
-    expect(-31, 6, lut.data());
-    // A cell outside the image, and one without a finite vector, stay empty.
-    ComputeVector(comp.get(), 1, 1, 16, 32, field, 0, 16, nullptr);
-    EXPECT_EQ(shown(*comp), drawn(16, 32, {0, 16, VectorNone, 0}));
-    ComputeVector(comp.get(), 1, 1, 16, 32, field, 0, -16, nullptr);
-    EXPECT_EQ(shown(*comp), drawn(16, 32, {VectorNone, 0, -8, 0}));
-    std::fill_n(u, 512, std::numeric_limits<float>::quiet_NaN());
-    ComputeVector(comp.get(), 1, 1, 16, 32, field, 0, 0, nullptr);
-    EXPECT_EQ(shown(*comp), Bytes(16 * 32));
-}
-
 TEST(Vector, ComponentsShowTheirField) {
     const Ref<Comp> comp(AllocComp(1));
     ConstructImages(comp->images, 1, 64, 48, 2, u8(DataInt16) | u8(DataInterleaved));

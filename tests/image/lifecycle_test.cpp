@@ -127,31 +127,4 @@ TEST(Lifecycle, ShapesTheRecordCannotHoldThrowAndLeaveNoData) {
     EXPECT_THROW(ConstructImages(like.get(), 1, 65535, 2, 1, DataFloat), std::bad_array_new_length);
 }
 
-TEST(Attachment, IsOwnedByItsImageAndCheckedForNull) {
-    const Owned image(AllocImage());
-    EXPECT_EQ(GetImageAttachment(image.get()), nullptr);
-    SetImageAttachment(image.get(), newAttachment(4));
-    SetImageAttachment(image.get(), newAttachment(2));
-    Attachment* attachment = GetImageAttachment(image.get());
-    char bytes[] = "abcd", *buffer = static_cast<char*>(attachment->buffer);
-    buffer[1] = 'z';
-    attachment->size = 1;
-    SetAttachmentData(attachment, bytes);
-    EXPECT_TRUE(buffer[0] == 'a' && buffer[1] == 'z' && attachment->kind == 77);
-    const auto message = [](auto action) -> std::string {
-        try {
-            action();
-        } catch (const std::invalid_argument& error) {
-            return error.what();
-        }
-        return "";
-    };
-    EXPECT_EQ(message([] { GetImageAttachment(nullptr); }), "Image cannot be NULL");
-    EXPECT_EQ(message([&] { SetImageAttachment(nullptr, attachment); }), "Image cannot be NULL");
-    EXPECT_EQ(message([&] { SetAttachmentData(attachment, nullptr); }), "Arguments cannot be NULL");
-    EXPECT_EQ(message([&] { SetAttachmentData(nullptr, bytes); }), "Arguments cannot be NULL");
-    SetImageAttachment(image.get(), nullptr);
-    EXPECT_EQ(image->attachment, nullptr);
-}
-
 }  // namespace

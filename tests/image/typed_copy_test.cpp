@@ -228,22 +228,4 @@ TEST(TypedCopy, ColourModelsLookAlike) {
     }
 }
 
-TEST(TypedCopy, ColourModelsKeepToTheClippedRectangle) {
-    Random random(15);
-    for (int round = 0; round < 100; ++round) {
-        const int to = 1 - round % 2;
-        TestImage src({9, 8, 3, DataUInt16, random.coin(), 1 - to}), whole({9, 8, 3, DataUInt16, true, to});
-        const Shape shape{12, 7, 3, DataUInt16, random.coin(), to};
-        TestImage dst(shape), expected(shape);
-        for (TestImage* image : {&src, &dst, &whole, &expected}) SetDefaultBound(image);
-        src.randomise(random);
-        copy(src, whole, {0, 0, 0, 0, 9, 8});
-        const Rect r = randomRect(random, 9);
-        copySlowly(whole, expected, r);
-        copy(src, dst, r);
-        ASSERT_TRUE(dst.pixels.intact());
-        ASSERT_EQ(dst.pixels.bytes(), expected.pixels.bytes()) << round;
-    }
-}
-
 }  // namespace

@@ -63,32 +63,4 @@ TEST(Name, SplitsStemAndExtension) {
     }
 }
 
-TEST(Name, ShowsALogicalName) {
-    Name name;
-    const std::string untitled = name.GetLogicalName();
-    EXPECT_NE(untitled, Name().GetLogicalName());
-    name.SetName("H:\\cells.tif");
-    EXPECT_EQ(name.GetLogicalName(), "cells");
-    name.SetLogicalName("Cells, day 2");
-    name.SetName("");
-    EXPECT_EQ(name.GetLogicalName(), "Cells, day 2");
-    name.SetLogicalName("");
-    EXPECT_EQ(name.GetLogicalName(), untitled);
-}
-
-TEST(Name, CountsFromTheStart) {
-    EXPECT_EQ(fresh.unknown, 0);
-    EXPECT_EQ(fresh.first.GetID(), 1);
-    EXPECT_EQ(fresh.untitled + fresh.untitled1, "UntitledUntitled_1");
-    const auto& files = Name::GetTemporaryFilenames();
-    EXPECT_EQ(fresh.temporary + files.front(), "\\~ZLQ1.tmp\\~ZLQ1.tmp");
-    for (const char* folder : {"C:\\work", "C:\\work\\", "C:\\work\\\\\\"}) {
-        Name::SetWorkingFolder(folder);
-        const std::string expected = "C:\\work\\~ZLQ" + std::to_string(files.size() + 1) + ".tmp";
-        EXPECT_EQ(Name::GenerateTemporaryFilename(), expected);
-        EXPECT_EQ(files.back(), expected);
-        EXPECT_EQ(Name::GetIDFromPath("C:\\work\\"), 0);
-    }
-}
-
 }  // namespace

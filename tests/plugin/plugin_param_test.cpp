@@ -105,33 +105,6 @@ TEST(PluginParam, FindsNamesByKeys) {
     }
 }
 
-TEST(PluginParam, KeepsNumbersWithinTheirLimits) {
-    PluginParam list(4);
-    list.AddIntParam("int", 99, -5, 5);
-    list.AddBoolParam("bool", true);
-    list.AddIntParam("free", 99, 5, 5);
-    list.AddFloatParam("float", -1.0f, 0.5f, 2.5f);
-    const auto after = [&](int i, auto given) {
-        list.ChangeParameter(list.name(i), i == 3 ? ParamFloat : ParamInt, given);
-        return i == 3 ? list.value(i).float32 : static_cast<double>(list.value(i).int32);
-    };
-    const int low = -6;
-    const float three = 3.0f, nan = std::nanf("");
-    EXPECT_EQ(list.value(0).int32, 5);
-    EXPECT_EQ(list.value(3).float32, 0.5f);
-    EXPECT_EQ(list.value(2).int32, 99);
-    EXPECT_EQ(list.maximum(1).uint8, 1);
-    EXPECT_EQ(after(0, &low), -5);
-    EXPECT_EQ(after(0, " 3 pixels"), 3);
-    EXPECT_EQ(after(1, &low), 0);
-    EXPECT_EQ(after(2, &low), -6);
-    EXPECT_EQ(after(2, "-99999999999"), std::numeric_limits<int>::min());
-    EXPECT_EQ(after(3, &three), 2.5);
-    EXPECT_EQ(after(3, &nan), 0.5);
-    EXPECT_EQ(after(3, "1.25e0"), 1.25);
-    EXPECT_EQ(after(3, "1e300"), 2.5);
-}
-
 TEST(PluginParam, ChoosesEntriesAndRefusesTheRest) {
     PluginParam list(1);
     list.AddStrListParam("s", texts, 3, 99);
