@@ -73,7 +73,8 @@ TEST_F(ColourTest, BakesWhatIsShown) {
     ExpectBakedAlike(PictureSample("color.png"), {"--channel", "hsi", "--levels", "0:200,0:128,200:30"});
     ExpectBakedAlike(Photograph<std::int8_t>("signed.tif", 0.45),
                      {"--channel", "hsi", "--levels", "100:200,0:128,full"});
-    // The display's table has 512 steps, steep ones near black, and a pure colour is three times its intensity.
+    // The display's table has 512 steps, steep ones near black, and a pure colour is three times its
+    // intensity.
     ExpectBakedAlike(photo, {"--channel", "hsi", "--gamma", "1.5"}, 10);
 }
 
