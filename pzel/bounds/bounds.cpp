@@ -183,6 +183,24 @@ float GetHSIFullScale(unsigned char dataType) {
     }
 }
 
+int CompareBounds(Image* a, Image* b) {
+    if (!a->bound && !b->bound) return 1;
+    if (!a->bound || !b->bound || a->channels != b->channels) return 0;
+    bool equal = true, comparable = false;
+    pzel::visitDisplayElement(GetDataType(a), [&]<class A>() {
+        pzel::visitDisplayElement(GetDataType(b), [&]<class B>() {
+            comparable = true;
+            for (int c = 0; c < a->channels; ++c) {
+                const Pair<A>& pairA = boundEntry<A>(a->bound, c);
+                const Pair<B>& pairB = boundEntry<B>(b->bound, c);
+                equal =
+                    equal && float(pairA.low) == float(pairB.low) && float(pairA.high) == float(pairB.high);
+            }
+        });
+    });
+    return comparable && equal;
+}
+
 namespace pzel {
 
 unsigned char* CloneBoundArray(const unsigned char* bound) {

@@ -79,6 +79,11 @@ PZEL_API void SwitchBoundType(Image* image, unsigned char from, unsigned char to
 /// The full scale of saturation and hue: 65535 for 16-bit types, 1 for float, 255 for every other.
 PZEL_API float GetHSIFullScale(unsigned char dataType);
 
+/// 1 when the data bounds of two images are equal in value, channel by channel, whatever their element types;
+/// 1 also when neither has a bound array. 0 for different channel counts, where only one has a bound array,
+/// and for 32-bit integers. Creates no bound array.
+PZEL_API int CompareBounds(Image* a, Image* b);
+
 /// Copies the bound array of `src` to `dst`. Equal element types copy all sections; different ones convert
 /// the data bound, repeat it as the spatial bound and derive the HSI bound of a 3-channel colour image.
 /// Different sub types give `dst` its default bound instead; a `dst` of sub type SubNotSet takes the sub type

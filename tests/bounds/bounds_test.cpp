@@ -246,4 +246,24 @@ TEST(SwitchBoundType, KeepsRangesOnTheWayThroughIntensity) {
     }
 }
 
+TEST(CompareBounds, ComparesValuesAcrossTypesAndCreatesNothing) {
+    for (int a = DataBit; a <= DataFloat; ++a) {
+        for (int b = DataBit; b <= DataFloat; ++b) {
+            TestImage left({2, 2, 2, a}), right({2, 2, 2, b}), wider({2, 2, 3, b});
+            EXPECT_EQ(CompareBounds(&left, &right), 1);
+            EXPECT_TRUE(!left.bound && !right.bound);
+            left.setPair(1, {3, 100});
+            EXPECT_EQ(CompareBounds(&left, &right), left.bound ? 0 : 1) << "only one has a bound";
+            right.setPair(1, {3, 100});
+            wider.setPair(1, {3, 100});
+            const bool comparable = a != DataUInt32 && a != DataInt32 && b != DataUInt32 && b != DataInt32;
+            if (!left.bound || !right.bound) continue;
+            EXPECT_EQ(CompareBounds(&left, &right), comparable) << a << ' ' << b;
+            EXPECT_EQ(CompareBounds(&left, &wider), 0);
+            right.setPair(1, {3, 101});
+            EXPECT_EQ(CompareBounds(&left, &right), 0);
+        }
+    }
+}
+
 }  // namespace
