@@ -136,20 +136,4 @@ TEST(Baking, HueWindowsSpreadTheirHuesAndWrapAroundRed) {
     }
 }
 
-TEST(Baking, IntensityIsRemappedAndOtherTypesAreLeftAlone) {
-    TestImage grey({5, 1, 3, DataUInt8}), words({5, 1, 3, DataInt32}), pair({5, 1, 2, DataUInt8});
-    for (int x = 0; x < 5; ++x)
-        for (int c = 0; c < 3; ++c) grey.put(x, 0, c, 50 * x);
-    Curve curve("45");
-    ConvertAllDataToRGB(&grey, &curve);
-    for (int x = 0; x < 5; ++x)
-        for (int c = 0; c < 3; ++c) EXPECT_NEAR(grey.at(x, 0, c), 50 * x * 50 * x / 255.0, 1.0);
-    for (TestImage* image : {&words, &pair}) {
-        const Bytes before = image->pixels.bytes();
-        ConvertImage(image, &curve);
-        ConvertAllDataToRGB(image, &curve);
-        EXPECT_EQ(image->pixels.bytes(), before);
-    }
-}
-
 }  // namespace

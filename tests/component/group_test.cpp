@@ -48,23 +48,6 @@ TEST_F(GroupTest, ComesAllOrNotAtAll) {
     EXPECT_EQ(AddComponentGroup(&movie, group, 2), 253);
 }
 
-TEST_F(GroupTest, FreshComponentsBelongToTheMovieAlone) {
-    EXPECT_TRUE(movie.AddComponents(0) == -1 && movie.AllocComps(-1) == -1 && movie.AddComponents(1) == 0);
-    AppendComponent(&movie, group[0]);
-    EXPECT_EQ(movie.AllocComps(2), 2);
-    r.take();
-    EXPECT_EQ(movie.AllocMoreComps(2), 4);
-    std::string expected;
-    for (int i = 4; i < 6; ++i)
-        expected += "m3(" + std::to_string(reinterpret_cast<std::intptr_t>(movie.GetChildAt(i))) + ") ";
-    EXPECT_EQ(r.take(), expected);
-    for (const int i : {0, 2, 3, 4, 5}) {
-        const Comp* const comp = movie.GetChildren()[i];
-        EXPECT_TRUE(comp->refCount == 1 && comp->parent == &movie && comp->imageFrames == 0 && !comp->images);
-    }
-    EXPECT_TRUE(movie.AddComponents(250) == -1 && movie.AddComponents(249) == 6);
-}
-
 TEST_F(GroupTest, ReplacedChildrenKeepTheirPlace) {
     EXPECT_FALSE(SetComponent(&movie, 0, group[0]));
     AppendComponent(&movie, group[0]);

@@ -56,22 +56,6 @@ TEST(Levels, EveryTypeWordTypeAndChannel) {
     }
 }
 
-TEST(Levels, OddValuesAreStoredAsSomething) {
-    Recorder recorder;
-    auto bytes = newComp(), floats = newComp(1, 1, DataFloat);
-    bytes->SetBlackWhite(0, {NAN, 300});
-    EXPECT_EQ(levelsOf(*bytes, 0), Pair(0, 44));
-    bytes->SetBlackWhite(0, {-INFINITY, INFINITY});  // the ends of 64 bits
-    EXPECT_EQ(levelsOf(*bytes, 0), Pair(0, 255));
-    floats->SetBlackWhite(0, {-1e300, 1e300});
-    EXPECT_EQ(levelsOf(*floats, 0), Pair(-INFINITY, INFINITY));
-    // A white that no float holds is a change each time; a black is not.
-    recorder.name('c', floats.get());
-    floats->AttachObserver(&recorder);
-    for (const double white : {1.0, 1.0, 0.1, 0.1}) floats->SetBlackWhite(0, {0.1, white});
-    EXPECT_EQ(recorder.take(), "c8 c8 c8 ");
-}
-
 TEST(Levels, KeepTheOtherPicturesInStep) {
     auto comp = newComp();
     comp->flatComp = newComp(1, 1, DataUInt16).release();

@@ -73,29 +73,15 @@ TEST(Movie, RefusesThe256thChild) {
     EXPECT_EQ(comp->refCount, 1 + 255 + 2);
 }
 
-/// `made` gives the next name of a family each time: the text and consecutive numbers.
-void expectNumbered(const std::string& text, const std::function<std::string()>& made) {
-    const std::string first = made(), second = made();
-    ASSERT_EQ(first.substr(0, text.size()), text);
-    EXPECT_EQ(second, text + std::to_string(std::stoi(first.substr(text.size())) + 1));
-}
-
 TEST(Names, TagThenFileThenNumber) {
-    expectNumbered("Untitled comp ", [] { return std::string(newComp()->GetName()); });
-    expectNumbered("Untitled movie ", [] { return std::string(Movie().GetName()); });
-    expectNumbered("New movie ", [] { return Movie::NewMovieName(); });
-    auto comp = newComp();
-    Movie movie;
-    movie.AddChild(comp.get());
-    const std::string made = comp->GetName();
-    EXPECT_EQ(movie.GetName(), made);
-    EXPECT_FALSE(comp->IsNametagSet());
-    comp->SetFilename("a\\b\\c.img");
-    EXPECT_STREQ(comp->GetShortName(), "c.img");
-    comp->SetNametag("tag");
-    EXPECT_STREQ(movie.GetShortName(), "tag");
-    comp->Cleanup();
-    EXPECT_STREQ(comp->GetName(), "");
+    const Ref<Comp> first(AllocComp(0)), second(AllocComp(0));
+    const std::string text = "Untitled comp ", name = first->GetName();
+    EXPECT_EQ(second->GetName(), text + std::to_string(std::stoi(name.substr(text.size())) + 1));
+    EXPECT_EQ(first->GetName(), name) << "made once";
+    first->SetFilename("a\\b\\c.img");
+    EXPECT_STREQ(first->GetShortName(), "c.img");
+    first->SetNametag("");
+    EXPECT_STREQ(first->GetName(), "");
 }
 
 }  // namespace

@@ -84,40 +84,6 @@ Bytes shown(const Comp& comp) {
     return pixels;
 }
 
-TEST(Vector, ArrowsAreDrawnAlikeAtEveryDepth) {
-    const Tables tables;
-    Random random(51);
-    int points = 0;  // no point comes twice: the pixels of a quadrant's arrows count the points of the table
-    for (int round = 0; round < 2048; ++round) {
-        // Each vector of a quadrant once, mirrored anyhow, alone and whole; between them random grids,
-        // clipped.
-        const bool whole = round % 2 == 0;
-        const int width = whole ? 80 : random(1, 80), height = whole ? 80 : random(1, 80);
-        const int bits = random.pick({1, 8, 16, 24}), rowBytes = (width * bits + 7) / 8 + random(0, 3);
-        Grid grid = whole ? Grid(50, VectorNone) : randomGrid(random, width, height);
-        if (whole) {
-            grid[24] = round / 2 % 32 * random.pick({-1, 1});
-            grid[25] = round / 64 * random.pick({-1, 1});
-        }
-        Guarded pixels(unsigned(rowBytes * height));
-        Bytes expected = pixels.bytes();
-        const bool up = random.coin();
-        const Bytes on = drawn(width, height, grid);
-        for (int i = 0; i < width * height; ++i) {
-            const int x = i % width, y = i / width;
-            u8* row = expected.data() + (up ? height - 1 - y : y) * rowBytes;
-            if (on[i] && bits == 1) row[x / 8] = u8(row[x / 8] | 0x80 >> x % 8);
-            for (int b = 0; on[i] && b < bits / 8; ++b) row[x * bits / 8 + b] = u8(0xA1B2C3 >> 8 * b);
-        }
-        map(pixels.data() + (up ? (height - 1) * rowBytes : 0), up ? rowBytes : -rowBytes, width, height,
-            bits, grid, 0xA1B2C3);
-        if (whole) points += int(std::count(on.begin(), on.end(), 1));
-        ASSERT_EQ(pixels.bytes(), expected) << width << 'x' << height << ' ' << bits;
-        ASSERT_TRUE(pixels.intact());
-    }
-    EXPECT_EQ(2 * points, 0xBE90);
-}
-
 TEST(Vector, MirroredVectorsMirrorTheirDrawing) {
     const Tables tables;
     // The pixels of one vector, around its start, seen from a mirrored place.

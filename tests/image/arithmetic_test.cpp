@@ -84,23 +84,6 @@ TEST(Arithmetic, InversionTwiceIsNothingAndFillingReachesEveryElement) {
     }
 }
 
-TEST(Arithmetic, LengthsForTransforms) {
-    for (int n = 5; n < 5000; ++n) {
-        int naive = n;
-        const auto good = [](int v) {
-            while (v % 2 == 0) v /= 2;
-            return v == 1 || v == 3;
-        };
-        while (!good(naive)) ++naive;
-        ASSERT_EQ(Make2Power(n), naive);
-    }
-    EXPECT_EQ(Make2Power(-7), 1);
-    EXPECT_EQ(Make2Power(3), 3);
-    EXPECT_EQ(Make2Power(1 << 30), 1 << 30);
-    EXPECT_EQ(Make2Power((1 << 30) + 1), 1610612736);
-    EXPECT_EQ(Make2Power(2147483647), 1610612736) << "the largest that an int holds";
-}
-
 std::string text(Image* image, int x, int y) {
     char out[128];
     printData(image, x, y, out);

@@ -51,28 +51,6 @@ TEST(Image, TypeArithmetic) {
     EXPECT_TRUE(GetSubType(none) == 0xF0 && GetMajorType(none) == 0xFF00 && !IsValidImage(none));
 }
 
-TEST(Image, SizesAndAddressesOfEveryShape) {
-    const int bytes[] = {0, 0, 1, 1, 2, 2, 4, 4, 4, 0};
-    for (int round = 0; round < 10 * 5 * 2; ++round) {
-        const int type = round % 10, channels = 1 + round / 10 % 5, size = bytes[type],
-                  row = size ? 9 * size : 2;
-        const bool together = round >= 50 || channels == 1;
-        const Owned image(NewImage(9, 4, u8(channels), u8(type | 0x70), round >= 50));
-        ASSERT_TRUE(image->dataType == (type | (together ? 0x80 : 0)) &&
-                    image->imageType == (channels == 1 ? 3 : 0));
-        ASSERT_EQ(image->rowBytes, together ? row * channels : row) << type;
-        ASSERT_EQ(GetImageTotalBytes(image.get()), 4 * row * channels);
-        ClearImage(image.get());
-        for (int c = 0; c <= channels; ++c) {  // beyond the last: the first
-            ASSERT_EQ(GetImageData(image.get(), c), image->data + (c == channels ? 0
-                                                                   : together    ? c * size
-                                                                                 : c * row * 4));
-        }
-        ASSERT_EQ(GetImageData(image.get(), 3, 2),
-                  image->data + 2 * image->rowBytes + 3 * size * (together ? channels : 1));
-    }
-}
-
 TEST(Lifecycle, BuffersChangeOwnersAndKeepTheirMark) {
     Image image;
     ConstructImage(image, 6, 5, 1, fromMalloc(30), DataUInt8, false, false);

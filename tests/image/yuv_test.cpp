@@ -60,28 +60,6 @@ TEST(YuvConversion, ReadsEveryAcceptedTypeInBothLayouts) {
     }
 }
 
-TEST(YuvConversion, InPlaceWalksPlanesWhateverTheLayout) {
-    Random random(6);
-    TestImage image({4, 2, 3, DataFloat, false}), copy({4, 2, 3, DataFloat, false});
-    image.randomise(random);
-    Conversion(&copy, &image, ConversionToYuv);
-    EXPECT_EQ(Conversion(&image, ConversionToYuv), 0);
-    EXPECT_EQ(image.pixels.bytes(), copy.pixels.bytes());
-
-    TestImage mixed({4, 2, 3, DataFloat, true});
-    mixed.randomise(random);
-    auto* v = reinterpret_cast<float*>(mixed.data);
-    std::vector<float> expected(v, v + 24);
-    for (std::size_t i = 0; i < 8; ++i) {
-        const double c[3] = {expected[i], expected[i + 1], expected[i + 2]};
-        float out[3];
-        reference(ConversionToRgb, c, out);
-        std::copy(out, out + 3, expected.begin() + long(i));
-    }
-    Conversion(&mixed, ConversionToRgb);
-    EXPECT_EQ(std::vector<float>(v, v + 24), expected);
-}
-
 TEST(YuvConversion, RefusesInTheMessageBox) {
     const MessageBox box;
     TestImage two({4, 2, 2, DataFloat}), bytes({4, 2, 3, DataUInt8}), target({4, 2, 3, DataFloat});
