@@ -15,8 +15,7 @@ namespace {
 /// A vector as an arrow of the table and the quadrant that it is mirrored into.
 struct MirroredVector {
     int dx, dy;    // 0 … 31
-    int quadrant;  // 1 … 4: right and down the rows, left, left and up, right and
-                   // up
+    int quadrant;  // 1 right and down the rows, 2 left and down, 3 left and up, 4 right and up
 };
 
 /// How the points of an arrow change in each quadrant.

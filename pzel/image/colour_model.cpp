@@ -55,14 +55,7 @@ void VisitAny(int typeCode, F&& f) {
 /// Equal element types carry the full range over, whatever the bounds; different ones map pair to pair.
 template <class T>
 Pair<T> PairOf(const Image& image, int channel, bool byBounds) {
-    if constexpr (std::is_same_v<T, bool>) {
-        return {false, true};
-    } else {
-        if (byBounds) return copyPair<T>(image, channel);
-        if (std::is_floating_point_v<T> && GetSubType(&image) == SubYuv && channel > 0)
-            return {T(-128), T(127)};
-        return fullRange<T>();
-    }
+    return byBounds ? copyPair<T>(image, channel) : channelRange<T>(image, channel);
 }
 
 template <class T>

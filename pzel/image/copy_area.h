@@ -20,9 +20,24 @@ void convertColourModel(const Image& src, Image& dst, const CopyArea& area);
 /// What becomes of the destination outside the copied rectangle; `mode` as CopyMode says.
 void treatBorder(Image& dst, const CopyArea& area, unsigned short mode);
 
+/// All that a channel can hold: the full range of its element type T; bits (T = bool) hold (0, 1), the colour
+/// differences of float YUV (-128, 127).
+template <class T>
+Pair<T> channelRange(const Image& image, int channel) {
+    if constexpr (std::is_same_v<T, bool>) {
+        return {false, true};
+    } else {
+        const bool difference = GetSubType(&image) == SubYuv && channel > 0;
+        if (std::is_floating_point_v<T> && difference) return {T(-128), T(127)};
+        return fullRange<T>();
+    }
+}
+
 /// The pair that a channel's values are read against: its pair of the data bound, or the full range of its
 /// type where the bound was never written. Bits (T = bool) stand for (0, 1).
 template <class T>
 Pair<T> copyPair(const Image& image, int channel);
+template <>
+Pair<bool> copyPair(const Image& image, int channel);
 
 }  // namespace pzel

@@ -19,14 +19,11 @@ template <class T>
 Pair<T> copyPair(const Image& image, int channel) {
     const Pair<T> pair = boundEntry<T>(GetBound(const_cast<Image*>(&image)), channel);
     const bool unset = !(image.state & (StateBoundSet | StateBoundDefault));
-    if (!unset || !(pair == Pair<T>{})) return pair;
-    if constexpr (std::is_floating_point_v<T>)
-        if (GetSubType(&image) == SubYuv && channel > 0) return {-128, 127};
-    return fullRange<T>();
+    return unset && pair == Pair<T>{} ? channelRange<T>(image, channel) : pair;
 }
 template <>
-Pair<bool> copyPair(const Image&, int) {
-    return {false, true};
+Pair<bool> copyPair(const Image& image, int channel) {
+    return channelRange<bool>(image, channel);
 }
 template Pair<std::uint8_t> copyPair(const Image&, int);
 template Pair<std::int8_t> copyPair(const Image&, int);
