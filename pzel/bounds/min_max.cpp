@@ -6,6 +6,7 @@
 #include <cstddef>
 
 #include "pzel/image/element.h"
+#include "pzel/image/instruction_set.h"
 
 using pzel::Pair;
 
@@ -15,29 +16,30 @@ namespace {
 /// vectorises for floats too; NaN compares false and never enters, but a first one stays.
 template <class T>
 Pair<T> MinMax(const T* data, std::size_t count) {
-    // Fewer lanes of floats would be unrolled into scalars before the vectoriser sees them.
-    constexpr std::size_t lanes = 128 / sizeof(T);
-    const T first = data[0];
-    T low[lanes], high[lanes];
-    std::fill_n(low, lanes, first);
-    std::fill_n(high, lanes, first);
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes) {
-        for (std::size_t k = 0; k < lanes; ++k) {
-            const T v = data[i + k];
-            low[k] = v < low[k] ? v : low[k];
-            high[k] = v > high[k] ? v : high[k];
+    Pair<T> result{data[0], data[0]};
+    pzel::onBestSet([=, out = &result](auto) {
+        // Fewer lanes of floats would be unrolled into scalars before the vectoriser sees them.
+        constexpr std::size_t lanes = 256 / sizeof(T);
+        T low[lanes], high[lanes];
+        std::fill_n(low, lanes, data[0]);
+        std::fill_n(high, lanes, data[0]);
+        std::size_t i = 0;
+        for (; i + lanes <= count; i += lanes) {
+            for (std::size_t k = 0; k < lanes; ++k) {
+                const T v = data[i + k];
+                low[k] = v < low[k] ? v : low[k];
+                high[k] = v > high[k] ? v : high[k];
+            }
         }
-    }
-    for (std::size_t k = 0; i < count; ++i, ++k) {
-        low[k] = data[i] < low[k] ? data[i] : low[k];
-        high[k] = data[i] > high[k] ? data[i] : high[k];
-    }
-    Pair<T> result{first, first};
-    for (std::size_t k = 0; k < lanes; ++k) {
-        result.low = low[k] < result.low ? low[k] : result.low;
-        result.high = high[k] > result.high ? high[k] : result.high;
-    }
+        for (std::size_t k = 0; i < count; ++i, ++k) {
+            low[k] = data[i] < low[k] ? data[i] : low[k];
+            high[k] = data[i] > high[k] ? data[i] : high[k];
+        }
+        for (std::size_t k = 0; k < lanes; ++k) {
+            out->low = low[k] < out->low ? low[k] : out->low;
+            out->high = high[k] > out->high ? high[k] : out->high;
+        }
+    });
     return result;
 }
 

@@ -63,8 +63,8 @@ template <class T, class Function>
 struct JointRule {
     HsiLevels<T> levels;
     Function shown;
-    template <class Row>
-    void operator()(const Row& b, const Row& g, const Row& r, int count, BgrBlock& out) const {
+    template <class Set>
+    void operator()(Set, const T* b, const T* g, const T* r, int count, BgrBlock& out) const {
         const auto byte = [](float v) { return std::uint8_t(int(clampUnit(v) * 255.0f + 0.5f)); };
         for (int i = 0; i < count; ++i) {
             const Rgb c =

@@ -6,7 +6,8 @@
 //   TableDirect  the full range of 8 or unsigned 16 bits through a table, without arithmetic
 //   Guarded      any levels and table whose scale is no usable number
 //
-// ruleKind chooses, withRule constructs. All arithmetic is in single precision; a value that is not a number
+// ruleKind chooses, withPlainRule constructs; fast_rules.h has faster forms of some, and those of 8-bit data
+// are rare here. All arithmetic is in single precision; a value that is not a number
 // counts as black.
 #pragma once
 
@@ -27,15 +28,21 @@ constexpr int kLastEntry = kTableEntries - 1;
 template <class T>
 struct Scaled {
     Scaled(Pair<T> levels, float top)
-        : black(levels.low), white(levels.high), scale(top / float(white - black)) {}
+        : Scaled(levels.low, levels.high, top / float(levels.high - levels.low)) {}
+    Scaled(T low, T high, float factor) : black(low), white(high), scale(factor) {}
     /// 0 … top, linearly from black to white.
     float operator()(T v) const {
         v = v > black ? v : black;  // in this order NaN becomes black
         v = v < white ? v : white;
-        return float(v - black) * scale;
+        return float(Distance(v - black)) * scale;
     }
     T black, white;
     float scale;
+
+  private:
+    // In the element's own width, which keeps vectors narrow.
+    using Distance = typename std::conditional_t<std::is_floating_point_v<T>, std::type_identity<T>,
+                                                 std::make_unsigned<T>>::type;
 };
 
 /// 8-bit data at full range are their own bytes.
@@ -47,17 +54,21 @@ struct Identity {
 
 template <class T>
 struct Linear {
+    static constexpr bool isRare = sizeof(T) == 1;
     Linear(Pair<T> levels, const unsigned char*) : scaled(levels, 255.0f) {}
+    explicit Linear(const Scaled<T>& values) : scaled(values) {}
     std::uint8_t operator()(T v) const { return std::uint8_t(int(scaled(v) + 0.5f)); }
     Scaled<T> scaled;
 };
 
 template <class T>
 struct Table {
+    static constexpr bool isRare = sizeof(T) == 1;
+    using Index = std::uint16_t;
     Table(Pair<T> levels, const unsigned char* lut) : scaled(levels, float(kLastEntry)), table(lut) {}
-    std::uint8_t operator()(T v) const {
-        return v >= scaled.white ? table[kLastEntry] : table[int(scaled(v))];
-    }
+    Index index(T v) const { return Index(v >= scaled.white ? kLastEntry : int(scaled(v))); }
+    const unsigned char* entries() const { return table; }
+    std::uint8_t operator()(T v) const { return table[index(v)]; }
     Scaled<T> scaled;
     const unsigned char* table;
 };
@@ -65,15 +76,20 @@ struct Table {
 /// Reads other entries than Table would, deliberately: 255 gives entry 510, 65535 entry 511.
 template <class T>
 struct TableDirect {
+    static constexpr bool isRare = sizeof(T) == 1;
     static_assert(std::is_unsigned_v<T>);
+    using Index = std::uint16_t;
     TableDirect(Pair<T>, const unsigned char* lut) : table(lut) {}
-    std::uint8_t operator()(T v) const { return sizeof(T) == 1 ? table[2 * v] : table[v >> 7]; }
+    Index index(T v) const { return Index(sizeof(T) == 1 ? 2 * v : v >> 7); }
+    const unsigned char* entries() const { return table; }
+    std::uint8_t operator()(T v) const { return table[index(v)]; }
     const unsigned char* table;
 };
 
 /// Equal, inverted or immense levels: the comparisons decide first, and no conversion overflows.
 template <class T>
 struct Guarded {
+    static constexpr bool isRare = true;
     Guarded(Pair<T> levels, const unsigned char* lut)
         : black(levels.low), white(levels.high), table(lut), range(float(white) - float(black)) {}
     std::uint8_t operator()(T v) const {
@@ -107,9 +123,9 @@ RuleKind ruleKind(Pair<T> levels, const unsigned char* lut) {
     return full && sizeof(T) == 1 ? RuleKind::Identity : RuleKind::Linear;
 }
 
-/// Calls f with the rule of a channel; every rule is constructed from (levels, table).
+/// Calls f with the rule of a channel as it stands above; every one is constructed from (levels, table).
 template <class T, class F>
-void withRule(Pair<T> levels, const unsigned char* lut, F&& f) {
+void withPlainRule(Pair<T> levels, const unsigned char* lut, F&& f) {
     switch (ruleKind(levels, lut)) {
         case RuleKind::Identity:
             if constexpr (sizeof(T) == 1) f(Identity<T>(levels, lut));

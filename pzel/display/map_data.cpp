@@ -8,6 +8,7 @@
 
 #include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
+#include "pzel/display/fast_rules.h"
 #include "pzel/display/joint_rule.h"
 #include "pzel/display/level_rules.h"
 #include "pzel/display/pixel_rows.h"
@@ -53,36 +54,38 @@ void MapChannel(const Job& job, int channel) {
     });
 }
 
-/// Three channels by their own levels. Equal levels without a table see interleaved rows as samples of one
-/// channel; rules of one kind run in one pass, others channel by channel.
+/// Three channels by their own levels. Interleaved rows by linear rules are rows of samples, those of equal
+/// levels of one channel; rules of one kind run in one pass, others channel by channel.
 template <class T>
 void MapColour(const Job& job) {
-    const Pair<T> blue = job.levels<T>(0), green = job.levels<T>(1), red = job.levels<T>(2);
-    withRule(blue, job.lut, [&](const auto& first) {
-        using Rule = std::decay_t<decltype(first)>;
-        if (!job.lut && blue == green && blue == red && IsInterleaved(job.image)) {
-            const auto* start = reinterpret_cast<const T*>(GetImageData(job.image, job.x, job.y));
-            const ContiguousRows<const T> in{start, job.image->rowBytes};
-            mapRows(in, job.out, 3 * job.width, job.height, first);
-            return;
-        }
-        const RuleKind kind = ruleKind(blue, job.lut);
-        if (kind == ruleKind(green, job.lut) && kind == ruleKind(red, job.lut)) {
-            const ByChannel<Rule> rule{first, Rule(green, job.table(1)), Rule(red, job.table(2))};
-            withThreePlanes<const T, const T>(*job.image, job.x, job.y,
-                                              [&](const auto& a, const auto& b, const auto& c) {
-                                                  mapPixelRows(a, b, c, job.out, job.width, job.height, rule);
-                                              });
-            return;
-        }
-        for (int c = 0; c < 3; ++c) {
-            const StridedRows<std::uint8_t, 3> out{{job.out.origin + c, job.out.rowStep}, 3};
-            withRule(job.levels<T>(c), job.table(c), [&](const auto& rule) {
-                withRows<const T>(*job.image, c, job.x, job.y,
-                                  [&](const auto& in) { mapRows(in, out, job.width, job.height, rule); });
-            });
-        }
-    });
+    const Pair<T> levels[] = {job.levels<T>(0), job.levels<T>(1), job.levels<T>(2)};
+    const auto* start = reinterpret_cast<const T*>(GetImageData(job.image, job.x, job.y));
+    const ContiguousRows<const T> samples{start, job.image->rowBytes};
+    const bool interleaved = IsInterleaved(job.image);
+    if (interleaved && !job.lut && levels[0] == levels[1] && levels[0] == levels[2]) {
+        withRule(levels[0], job.lut,
+                 [&](const auto& rule) { mapRows(samples, job.out, 3 * job.width, job.height, rule); });
+        return;
+    }
+    const bool inOnePass =
+        withThreeRules(levels, job.lut, [&]<class Rule>(const Rule& b, const Rule& g, const Rule& r) {
+            if constexpr (hasLanes<Rule>) {
+                if (interleaved)
+                    return mapSampleRows(samples, job.out, job.width, job.height, LinearLanes<Rule>(b, g, r));
+            }
+            withThreePlanes<const T, const T>(
+                *job.image, job.x, job.y, [&](const auto& blue, const auto& green, const auto& red) {
+                    mapPixelRows(blue, green, red, job.out, job.width, job.height, ByChannel<Rule>{b, g, r});
+                });
+        });
+    if (inOnePass) return;
+    for (int c = 0; c < 3; ++c) {
+        const StridedRows<std::uint8_t, 3> out{{job.out.origin + c, job.out.rowStep}, 3};
+        withPlainRule(levels[c], job.table(c), [&](const auto& rule) {
+            withRows<const T>(*job.image, c, job.x, job.y,
+                              [&](const auto& in) { mapRows(in, out, job.width, job.height, rule); });
+        });
+    }
 }
 
 template <class Y, class C, class Rule>
@@ -100,13 +103,17 @@ void MapYuv(const Job& job) {
     using C = typename YuvElements<T>::Difference;
     const Pair<Y> levels = job.levels<Y>(0);
     const C highU = job.levels<C>(1).high, highV = job.levels<C>(2).high;
+    if constexpr (std::is_same_v<T, std::uint8_t>) {
+        if (!job.lut && takesShortCuts() && ByteYuv::fits(levels, highU, highV))
+            return MapYuvRows<Y, C>(job, ByteYuv());
+    }
     if (!job.lut) {
         using Difference = LinearDifference<C>;
         MapYuvRows<Y, C>(job, YuvRule<LinearLuminance<Y>, Difference, LinearMatrix>{
                                   {levels, nullptr}, {highU, nullptr}, {highV, nullptr}});
         return;
     }
-    withRule(levels, job.lut, [&](const auto& luminance) {
+    withPlainRule(levels, job.lut, [&](const auto& luminance) {
         using Luminance = std::decay_t<decltype(luminance)>;
         using Difference = TableDifference<C>;
         MapYuvRows<Y, C>(job, YuvRule<Luminance, Difference, TableMatrix>{

@@ -1,11 +1,15 @@
-// The walker for rules that see three channels at once and write blue, green and red.
+// The walkers for rules that see three channels and write blue, green and red.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
+#include <type_traits>
+#include <utility>
 
-#include "pzel/image/image.h"
+#include "pzel/display/fast_rules.h"
+#include "pzel/image/instruction_set.h"
 #include "pzel/image/plane.h"
+#include "pzel/image/shuffle.h"
 
 namespace pzel {
 
@@ -20,36 +24,93 @@ struct BgrBlock {
 /// Each channel by a rule of its own.
 template <class Rule>
 struct ByChannel {
+    static constexpr bool isRare = pzel::isRare<Rule>;
     Rule blue, green, red;
-    template <class Row>
-    void operator()(const Row& b, const Row& g, const Row& r, int count, BgrBlock& out) const {
-        for (int i = 0; i < count; ++i) out.blue[i] = blue(b[i]);
-        for (int i = 0; i < count; ++i) out.green[i] = green(g[i]);
-        for (int i = 0; i < count; ++i) out.red[i] = red(r[i]);
+    template <class Set, class T>
+    void operator()(Set set, const T* b, const T* g, const T* r, int count, BgrBlock& out) const {
+        mapLine(set, blue, b, +out.blue, count);
+        mapLine(set, green, g, +out.green, count);
+        mapLine(set, red, r, +out.red, count);
     }
 };
 
-/// Runs a pixel rule over a rectangle: rule(a, b, c, count, block) maps up to a block of pixels of one row.
-template <class InA, class InB, class Rule>
-void mapPixelRows(const InA& a, const InB& b, const InB& c, const ContiguousRows<std::uint8_t>& out,
+/// Blocks of three planes: where they stand.
+template <class RowsA, class RowsB>
+class PixelBlocks;
+template <class A, class B>
+class PixelBlocks<ContiguousRows<A>, ContiguousRows<B>> {
+  public:
+    PixelBlocks(const ContiguousRows<A>& a, const ContiguousRows<B>& b, const ContiguousRows<B>& c)
+        : rowsA(a), rowsB(b), rowsC(c) {}
+    template <class Set>
+    void load(Set, int x, int y, int) {
+        first = rowsA.row(y) + x;
+        second = rowsB.row(y) + x;
+        third = rowsC.row(y) + x;
+    }
+    A* first;
+    B *second, *third;
+
+  private:
+    ContiguousRows<A> rowsA;
+    ContiguousRows<B> rowsB, rowsC;
+};
+
+/// Blocks of interleaved pixels: gathered into planes.
+template <class A, class B>
+class PixelBlocks<StridedRows<A, 3>, StridedRows<B, 3>> {
+  public:
+    PixelBlocks(const StridedRows<A, 3>& a, const StridedRows<B, 3>&, const StridedRows<B, 3>&) : rows(a) {}
+    template <class Set>
+    void load(Set set, int x, int y, int count) {
+        const A* pixels = &rows.row(y)[x];
+        deinterleave(set, pixels, first, second, third, count);
+    }
+    std::remove_const_t<A> first[kPixelBlock];
+    std::remove_const_t<B> second[kPixelBlock], third[kPixelBlock];
+
+  private:
+    StridedRows<A, 3> rows;
+};
+
+/// Runs a pixel rule over a rectangle: rule(set, a, b, c, count, block) maps up to a block of pixels.
+template <class RowsA, class RowsB, class Rule>
+void mapPixelRows(const RowsA& a, const RowsB& b, const RowsB& c, const ContiguousRows<std::uint8_t>& out,
                   int width, int height, const Rule& rule) {
-    const Rule local = rule;
-    BgrBlock block;
-    for (int y = 0; y < height; ++y) {
-        const auto rowA = a.row(y);
-        const auto rowB = b.row(y);
-        const auto rowC = c.row(y);
-        for (int x = 0; x < width; x += kPixelBlock) {
-            const int count = std::min(kPixelBlock, width - x);
-            local(rowA + x, rowB + x, rowC + x, count, block);
-            std::uint8_t* bytes = out.row(y) + 3 * x;
-            for (int i = 0; i < count; ++i) {
-                bytes[3 * i] = block.blue[i];
-                bytes[3 * i + 1] = block.green[i];
-                bytes[3 * i + 2] = block.red[i];
+    const auto loop = [=](auto set) {
+        const Rule local = rule;
+        PixelBlocks<RowsA, RowsB> in(a, b, c);
+        BgrBlock block;
+        for (int y = 0; y < height; ++y) {
+            for (int x = 0; x < width; x += kPixelBlock) {
+                const int count = std::min(kPixelBlock, width - x);
+                in.load(set, x, y, count);
+                local(set, std::as_const(in).first, in.second, in.third, count, block);
+                interleave(set, block.blue, block.green, block.red, out.row(y) + 3 * x, count);
             }
         }
-    }
+    };
+    if constexpr (isRare<Rule>)
+        loop(SetConstant<InstructionSet::Baseline>());
+    else
+        onBestSet(loop);
+}
+
+/// Runs the rules of three channels over interleaved pixels, as samples of rows three times as wide.
+template <class T, class Rule>
+void mapSampleRows(const ContiguousRows<const T>& in, const ContiguousRows<std::uint8_t>& out, int width,
+                   int height, const LinearLanes<Rule>& rule) {
+    onBestSet([=](auto) {
+        const LinearLanes<Rule> local = rule;
+        for (int y = 0; y < height; ++y) {
+            const T* from = in.row(y);
+            std::uint8_t* to = out.row(y);
+            int left = 3 * width;
+            for (; left >= kLanePeriod; left -= kLanePeriod, from += kLanePeriod, to += kLanePeriod)
+                for (int k = 0; k < kLanePeriod; ++k) to[k] = local(from[k], k);
+            for (int k = 0; k < left; ++k) to[k] = local(from[k], k);
+        }
+    });
 }
 
 }  // namespace pzel

@@ -99,10 +99,11 @@ struct TableMatrix {
 /// A pixel rule made of the three channels' rules and a matrix.
 template <class LuminanceRule, class DifferenceRule, class Matrix>
 struct YuvRule {
+    static constexpr bool isRare = pzel::isRare<LuminanceRule>;
     LuminanceRule luminance;
     DifferenceRule first, second;
-    template <class RowY, class RowC>
-    void operator()(const RowY& rowY, const RowC& rowU, const RowC& rowV, int count, BgrBlock& out) const {
+    template <class Set, class Y, class C>
+    void operator()(Set, const Y* rowY, const C* rowU, const C* rowV, int count, BgrBlock& out) const {
         float y[kPixelBlock], u[kPixelBlock], v[kPixelBlock];
         for (int i = 0; i < count; ++i) y[i] = luminance(rowY[i]);
         for (int i = 0; i < count; ++i) u[i] = first(rowU[i]);
@@ -110,6 +111,48 @@ struct YuvRule {
         for (int i = 0; i < count; ++i) out.blue[i] = Matrix::blue(y[i], u[i]);
         for (int i = 0; i < count; ++i) out.green[i] = Matrix::green(y[i], u[i], v[i]);
         for (int i = 0; i < count; ++i) out.red[i] = Matrix::red(y[i], v[i]);
+    }
+};
+
+/// What 8-bit pixels of standard levels (luminance 0 … 255, differences up to 127) become by the linear way,
+/// with the same bytes in half the bits: luminance is then its own value, and whatever blue and red add to it
+/// counts in whole steps. The 16-bit products have six bits behind the point, which all 255 differences get
+/// by with; green, of two products, does not and stays a float.
+struct ByteYuv {
+    static bool fits(Pair<std::uint8_t> levels, std::int8_t highU, std::int8_t highV) {
+        return levels == fullRange<std::uint8_t>() && highU == kFullDifference && highV == kFullDifference;
+    }
+    template <class Set>
+    void operator()(Set, const std::uint8_t* y, const std::int8_t* u, const std::int8_t* v, int count,
+                    BgrBlock& out) const {
+        for (int i = 0; i < count; ++i) out.blue[i] = plus(y[i], times(u[i], kBlue));
+        for (int i = 0; i < count; ++i) {
+            const float exact = float(y[i]) - 0.34437f * difference(u[i]) - 0.714407f * difference(v[i]);
+            out.green[i] = plus(0, std::int16_t(int(exact)));
+        }
+        for (int i = 0; i < count; ++i) out.red[i] = plus(y[i], times(v[i], kRed));
+    }
+
+  private:
+    static constexpr std::int8_t kFullDifference = 127;
+    // 1.77304 and 1.402581 times 127.5 / 127, of 16384
+    static constexpr int kBlue = 29164, kRed = 23070;
+
+    static std::int8_t within(std::int8_t v) {
+        return v > -kFullDifference ? v : std::int8_t(-kFullDifference);
+    }
+    static std::int16_t times(std::int8_t v, int factor) {
+        const auto shifted = std::int16_t(within(v) * 256);
+        return std::int16_t(std::int16_t(shifted * factor >> 16) >> 6);
+    }
+    static float difference(std::int8_t v) {
+        return (float(within(v)) + 127.0f) * (127.5f / 127.0f) - 127.5f;
+    }
+    static std::uint8_t plus(std::uint8_t y, std::int16_t more) {
+        auto sum = std::int16_t(y + more);
+        sum = sum > 0 ? sum : std::int16_t(0);
+        sum = sum < 255 ? sum : std::int16_t(255);
+        return std::uint8_t(sum);
     }
 };
 

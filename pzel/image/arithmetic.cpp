@@ -1,9 +1,11 @@
 // Element-wise arithmetic and sums. One loop for each number of operands; the rules are lambdas.
 #include "pzel/image/arithmetic.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
+#include "pzel/image/instruction_set.h"
 #include "pzel/image/lifecycle.h"
 
 namespace {
@@ -18,12 +20,16 @@ float* Plane(Image* image, int channel) {
 
 template <class Rule>
 void Transform(float* a, std::size_t n, Rule rule) {
-    for (std::size_t i = 0; i < n; ++i) a[i] = rule(a[i]);
+    pzel::onBestSet([=](auto) {
+        for (std::size_t i = 0; i < n; ++i) a[i] = rule(a[i]);
+    });
 }
 
 template <class Rule>
 void Transform(float* a, const float* b, std::size_t n, Rule rule) {
-    for (std::size_t i = 0; i < n; ++i) a[i] = rule(a[i], b[i]);
+    pzel::onBestSet([=](auto) {
+        for (std::size_t i = 0; i < n; ++i) a[i] = rule(a[i], b[i]);
+    });
 }
 
 template <class Rule>
@@ -45,18 +51,23 @@ void TransformChannel(Image* a, Image* b, int ca, int cb, Rule rule) {
 /// (Knuth's two-sum): about twice the digits of a double, and it vectorises.
 template <class Term>
 long double Sum(std::size_t n, Term term) {
-    constexpr std::size_t lanes = 16;
+    constexpr std::size_t lanes = 64;
     double sum[lanes] = {}, lost[lanes] = {};
-    const auto add = [&](std::size_t k, double value) {
-        const double total = sum[k] + value;
-        const double part = total - sum[k];
-        lost[k] += (sum[k] - (total - part)) + (value - part);
-        sum[k] = total;
-    };
-    std::size_t i = 0;
-    for (; i + lanes <= n; i += lanes)
-        for (std::size_t k = 0; k < lanes; ++k) add(k, term(i + k));
-    for (std::size_t k = 0; i < n; ++i, ++k) add(k, term(i));
+    pzel::onBestSet([=, sums = sum, losses = lost](auto) {
+        double total[lanes] = {}, rest[lanes] = {};
+        const auto add = [&](std::size_t k, double value) {
+            const double next = total[k] + value;
+            const double part = next - total[k];
+            rest[k] += (total[k] - (next - part)) + (value - part);
+            total[k] = next;
+        };
+        std::size_t i = 0;
+        for (; i + lanes <= n; i += lanes)
+            for (std::size_t k = 0; k < lanes; ++k) add(k, term(i + k));
+        for (std::size_t k = 0; i < n; ++i, ++k) add(k, term(i));
+        std::copy_n(total, lanes, sums);
+        std::copy_n(rest, lanes, losses);
+    });
     long double total = 0, rest = 0;
     for (std::size_t k = 0; k < lanes; ++k) {
         const long double next = total + sum[k];

@@ -8,7 +8,9 @@
 #include <type_traits>
 
 #include "pzel/image/image.h"
+#include "pzel/image/instruction_set.h"
 #include "pzel/image/lifecycle.h"
+#include "pzel/image/shuffle.h"
 
 namespace pzel {
 
@@ -128,15 +130,52 @@ void withThreePlanes(const Image& image, int x, int y, F&& f) {
     }
 }
 
+/// A rule that finds its byte in a table: index(v) tells where, entries() is the table. An Index of one byte
+/// is the value itself.
+template <class Rule>
+concept LooksUp = requires(const Rule& rule) {
+    typename Rule::Index;
+    rule.entries();
+};
+
+/// Runs a rule over pixels of one row: out[x] = rule(in[x]).
+template <InstructionSet set, class In, class Out, class Rule>
+void mapLine(SetConstant<set> on, const Rule& rule, In in, Out out, int count) {
+    if constexpr (LooksUp<Rule> && std::is_same_v<Out, std::uint8_t*>) {
+        if constexpr (std::is_same_v<In, const typename Rule::Index*> && sizeof(typename Rule::Index) == 1) {
+            lookUp(on, rule.entries(), in, out, count);
+        } else {
+            // Indices vectorise, look-ups do not everywhere: each has a loop of its own.
+            constexpr int block = 1024;
+            typename Rule::Index index[block];
+            for (int x = 0; x < count; x += block) {
+                const int n = count - x < block ? count - x : block;
+                for (int i = 0; i < n; ++i) index[i] = rule.index(in[x + i]);
+                lookUp(on, rule.entries(), index, out + x, n);
+            }
+        }
+    } else {
+        for (int x = 0; x < count; ++x) out[x] = rule(in[x]);
+    }
+}
+
+/// Rows that stand side by side are worth a copy of their loop for each instruction set.
+template <class Rows>
+constexpr bool isContiguous = false;
+template <class T>
+constexpr bool isContiguous<ContiguousRows<T>> = true;
+
 /// Runs a rule over a rectangle: out[x] = rule(in[x]).
 template <class In, class Out, class Rule>
 void mapRows(const In& in, const Out& out, int width, int height, const Rule& rule) {
-    const Rule local = rule;  // out of reach of the bytes that are written
-    for (int y = 0; y < height; ++y) {
-        const auto source = in.row(y);
-        const auto destination = out.row(y);
-        for (int x = 0; x < width; ++x) destination[x] = local(source[x]);
-    }
+    const auto loop = [=](auto set) {
+        const Rule local = rule;  // out of reach of the bytes that are written
+        for (int y = 0; y < height; ++y) mapLine(set, local, in.row(y), out.row(y), width);
+    };
+    if constexpr (isContiguous<In> && isContiguous<Out> && !isRare<Rule>)
+        onBestSet(loop);
+    else
+        loop(SetConstant<InstructionSet::Baseline>());
 }
 
 }  // namespace pzel

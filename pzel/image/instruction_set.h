@@ -1,0 +1,68 @@
+// The one seam between a loop and the machine: a loop is written once and compiled for several instruction
+// sets, and the best one that the machine has runs. All give the same bytes.
+//
+// A loop that is worth it is handed over whole, as a lambda: onBestSet([=](auto set) { for … }). `set` is the
+// instruction set that this copy is compiled for, as a constant; few loops need to know. Everything that a
+// loop calls is inlined into each copy, so that the copies share no code with the rest of the library.
+#pragma once
+
+#include <type_traits>
+
+#if defined(__x86_64__) && defined(__GNUC__)
+#define PZEL_X86_SETS 1
+#else
+#define PZEL_X86_SETS 0
+#endif
+
+namespace pzel {
+
+/// Instruction sets by rank. `Reference` is what every machine has, without short cuts: where a kernel has a
+/// faster form of its rule, the rule itself runs. All others are compared with it. `Avx512` is that of
+/// processors since about 2020, with byte permutations (VBMI); others with AVX-512 count as `Avx2`.
+enum class InstructionSet { Reference, Baseline, Avx2, Avx512 };
+
+template <InstructionSet set>
+using SetConstant = std::integral_constant<InstructionSet, set>;
+
+/// The best set of this machine, or what the environment variable PZEL_INSTRUCTION_SET asked for when it was
+/// first needed: reference, baseline, avx2 or avx512. One that the machine lacks counts as the best it has.
+InstructionSet instructionSet();
+
+/// Whether kernels may run faster forms of their rules.
+inline bool takesShortCuts() {
+    return instructionSet() != InstructionSet::Reference;
+}
+
+#if PZEL_X86_SETS
+// By value: a copy that nobody else sees needs not be read again after each byte that the loop writes.
+template <class Loop>
+[[gnu::target("arch=x86-64-v3"), gnu::flatten, gnu::noinline]] void onAvx2(Loop loop) {
+    loop(SetConstant<InstructionSet::Avx2>());
+}
+
+template <class Loop>
+[[gnu::target("arch=x86-64-v4,avx512vbmi"), gnu::flatten, gnu::noinline]] void onAvx512(Loop loop) {
+    loop(SetConstant<InstructionSet::Avx512>());
+}
+#endif
+
+/// Runs a loop, compiled for the best instruction set.
+template <class Loop>
+void onBestSet(Loop loop) {
+#if PZEL_X86_SETS
+    switch (instructionSet()) {
+        case InstructionSet::Avx512: return onAvx512(loop);
+        case InstructionSet::Avx2: return onAvx2(loop);
+        default: break;
+    }
+#endif
+    loop(SetConstant<InstructionSet::Baseline>());
+}
+
+/// Rules that few calls use say `isRare`; their loops are compiled once.
+template <class Rule>
+constexpr bool isRare = requires {
+    requires Rule::isRare;
+};
+
+}  // namespace pzel
