@@ -1,0 +1,89 @@
+// The benchmark: every row of the catalogue checked, timed and printed as a table in Markdown.
+//   pzel_bench [--quick] [--filter REGEX]
+#include <benchmark/benchmark.h>
+
+#include <exception>
+#include <iostream>
+#include <iterator>
+#include <opencv2/core/utility.hpp>
+#include <regex>
+#include <string>
+
+#include "bench/runner.h"
+#include "bench/table.h"
+
+namespace {
+
+constexpr bench::Effort kThorough{9, 0.02}, kQuick{3, 0.002};
+
+struct Options {
+    bench::Effort effort = kThorough;
+    std::regex filter{""};
+};
+
+Options optionsOf(int argc, char** argv) {
+    Options options;
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        if (argument == "--quick") {
+            options.effort = kQuick;
+        } else if (argument == "--filter" && i + 1 < argc) {
+            options.filter.assign(argv[++i]);
+        } else {
+            throw std::runtime_error("usage: pzel_bench [--quick] [--filter REGEX]");
+        }
+    }
+    return options;
+}
+
+bench::Catalogue catalogue() {
+    bench::Catalogue rows;
+    bench::addMappingRows(rows);
+    bench::addCopyRows(rows);
+    bench::addArithmeticRows(rows);
+    bench::addColourRows(rows);
+    bench::addOverlayRows(rows);
+    bench::addScalingRows(rows);
+    return rows;
+}
+
+bench::Outcome measure(const bench::Entry& entry, const bench::Effort& effort) {
+    bench::Outcome outcome{entry.name, {}, bench::kNone, {}};
+    for (const int size : entry.sizes) {
+        const bench::Row row = entry.build(size);
+        compareResults(entry.name, row);
+        outcome.figures.push_back(timeRow(row, effort));
+        outcome.copyGoal = row.copyGoal;
+        outcome.peers = row.peers;
+    }
+    for (bench::Peer& peer : outcome.peers) peer.run = nullptr;  // lets go of the pictures
+    return outcome;
+}
+
+void run(const Options& options) {
+    cv::setNumThreads(1);
+    std::string program = "pzel_bench", interleaved = "--benchmark_enable_random_interleaving=true";
+    char* arguments[] = {program.data(), interleaved.data()};
+    int count = int(std::size(arguments));
+    benchmark::Initialize(&count, arguments);
+    std::vector<bench::Outcome> outcomes;
+    for (const bench::Entry& entry : catalogue()) {
+        if (!std::regex_search(entry.name, options.filter)) continue;
+        std::cerr << entry.name << std::endl;
+        outcomes.push_back(measure(entry, options.effort));
+    }
+    bench::printHead(std::cout);
+    bench::printTables(std::cout, outcomes);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        run(optionsOf(argc, argv));
+        return 0;
+    } catch (const std::exception& e) {
+        std::cerr << e.what() << '\n';
+        return 1;
+    }
+}

@@ -1,0 +1,101 @@
+#include "bench/runner.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+#include <limits>
+#include <map>
+#include <memory>
+#include <stdexcept>
+
+namespace bench {
+
+namespace {
+
+/// Keeps the shortest repetition of every contestant, in seconds for one run.
+class Shortest final : public benchmark::BenchmarkReporter {
+  public:
+    bool ReportContext(const Context&) override { return true; }
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs) {
+            if (run.run_type != Run::RT_Iteration) continue;
+            const double seconds = run.cpu_accumulated_time / double(run.iterations);
+            const auto [known, isNew] = times.try_emplace(run.run_name.function_name, seconds);
+            if (!isNew) known->second = std::min(known->second, seconds);
+        }
+    }
+    double of(const std::string& contestant) const { return times.at(contestant); }
+
+  private:
+    std::map<std::string, double> times;
+};
+
+/// A memcpy between two buffers of its own.
+std::function<void()> copyOf(std::size_t bytes) {
+    const auto from = std::make_shared<std::vector<unsigned char>>(bytes, 1);
+    const auto to = std::make_shared<std::vector<unsigned char>>(bytes);
+    return [=] { std::memcpy(to->data(), from->data(), bytes); };
+}
+
+std::string peerName(std::size_t index) {
+    return "peer " + std::to_string(index);
+}
+
+}  // namespace
+
+void compareResults(const std::string& name, const Row& row) {
+    const Result& result = row.result;
+    if (!result.data) return;
+    const auto written = [&](const std::function<void()>& run) {
+        std::memset(result.data, 0xA5, result.bytes);  // whoever writes nothing is found out
+        if (row.restore) row.restore();
+        run();
+        const auto* bytes = static_cast<const unsigned char*>(result.data);
+        return std::vector<unsigned char>(bytes, bytes + result.bytes);
+    };
+    const auto ours = written(row.ours);
+    for (const Peer& peer : row.peers) {
+        const auto theirs = written(peer.run);
+        const double difference = result.difference(ours.data(), theirs.data(), result.bytes);
+        if (difference <= peer.tolerance) continue;
+        throw std::runtime_error(name + ": differs from " + peer.name + " by " + std::to_string(difference) +
+                                 ", more than " + std::to_string(peer.tolerance));
+    }
+}
+
+Figures timeRow(const Row& row, const Effort& effort) {
+    const auto enter = [&](const std::string& name, const std::function<void()>& run) {
+        const auto loop = [&row, run](benchmark::State& state) {
+            for (auto _ : state) {
+                if (row.when == Restore::EveryRun) {
+                    state.PauseTiming();
+                    row.restore();
+                    state.ResumeTiming();
+                }
+                run();
+                benchmark::ClobberMemory();
+            }
+        };
+        // The time of the processor: other programs on the machine then count for less. It is that of all
+        // threads, so that none can help unseen.
+        benchmark::RegisterBenchmark(name.c_str(), loop)
+            ->Repetitions(effort.repetitions)
+            ->MinTime(effort.seconds)
+            ->MeasureProcessCPUTime();
+    };
+    enter("ours", row.ours);
+    for (std::size_t i = 0; i < row.peers.size(); ++i) enter(peerName(i), row.peers[i].run);
+    if (row.copyBytes) enter("memcpy", copyOf(row.copyBytes));
+    Shortest shortest;
+    benchmark::RunSpecifiedBenchmarks(&shortest);
+    benchmark::ClearRegisteredBenchmarks();
+
+    const double ours = shortest.of("ours") / row.units;
+    Figures figures;
+    for (std::size_t i = 0; i < row.peers.size(); ++i)
+        figures.besidePeers.push_back(ours / (shortest.of(peerName(i)) / row.peers[i].units));
+    if (row.copyBytes) figures.besideCopy = shortest.of("ours") / shortest.of("memcpy");
+    return figures;
+}
+
+}  // namespace bench

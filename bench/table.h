@@ -1,0 +1,25 @@
+// The benchmark's output: a table in Markdown, headed by the machine and the definitions.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "bench/runner.h"
+
+namespace bench {
+
+/// An entry of the catalogue with its figures at each of its sizes.
+struct Outcome {
+    std::string name;
+    std::vector<Peer> peers;
+    double copyGoal;
+    std::vector<Figures> figures;
+};
+
+/// Processor, instruction sets, versions of the peers; what a ratio is.
+void printHead(std::ostream& out);
+/// Two tables: entries of two sizes, then those of one.
+void printTables(std::ostream& out, const std::vector<Outcome>& outcomes);
+
+}  // namespace bench
