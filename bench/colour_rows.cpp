@@ -13,7 +13,7 @@ namespace bench {
 namespace {
 
 constexpr float kIntensity = 0.75f, kSaturation = 0.98f, kThird = 1.0f / 3;
-constexpr double kTolerance = 16;  // 8-bit HSV has 256 steps of hue, 43 for each rise from 0 to 255
+constexpr double kTolerance = 12;  // 8-bit HSV has 256 steps of hue, 43 for each rise from 0 to 255
 
 enum class Hue { Kept, Turned };
 

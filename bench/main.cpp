@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr bench::Effort kThorough{9, 0.02}, kQuick{3, 0.002};
+constexpr bench::Effort kThorough{3, 5, 0.02}, kQuick{1, 3, 0.002};
 
 struct Options {
     bench::Effort effort = kThorough;
@@ -47,19 +47,6 @@ bench::Catalogue catalogue() {
     return rows;
 }
 
-bench::Outcome measure(const bench::Entry& entry, const bench::Effort& effort) {
-    bench::Outcome outcome{entry.name, {}, bench::kNone, {}};
-    for (const int size : entry.sizes) {
-        const bench::Row row = entry.build(size);
-        compareResults(entry.name, row);
-        outcome.figures.push_back(timeRow(row, effort));
-        outcome.copyGoal = row.copyGoal;
-        outcome.peers = row.peers;
-    }
-    for (bench::Peer& peer : outcome.peers) peer.run = nullptr;  // lets go of the pictures
-    return outcome;
-}
-
 void run(const Options& options) {
     cv::setNumThreads(1);
     std::string program = "pzel_bench", interleaved = "--benchmark_enable_random_interleaving=true";
@@ -70,7 +57,12 @@ void run(const Options& options) {
     for (const bench::Entry& entry : catalogue()) {
         if (!std::regex_search(entry.name, options.filter)) continue;
         std::cerr << entry.name << std::endl;
-        outcomes.push_back(measure(entry, options.effort));
+        outcomes.push_back({entry.name, {}});
+        for (const int size : entry.sizes) {
+            const bench::Times times = measure(entry, size, options.effort);
+            printTimes(std::cerr, times);
+            outcomes.back().times.push_back(times);
+        }
     }
     bench::printHead(std::cout);
     bench::printTables(std::cout, outcomes);

@@ -1,3 +1,4 @@
+// Making random pictures, and what peers and levels call their element types.
 #include "bench/pictures.h"
 
 #include <cstring>

@@ -2,10 +2,11 @@
 // uses them.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <opencv2/core.hpp>
-#include <span>
 #include <vector>
 
 #include "bench/row.h"

@@ -10,8 +10,8 @@
 #include <cstddef>
 #include <functional>
 #include <limits>
-#include <span>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace bench {

@@ -1,9 +1,12 @@
+// Comparing and timing. Google Benchmark chooses the iterations and shuffles the repetitions of a row; its
+// reporter keeps the best of each contestant.
 #include "bench/runner.h"
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstring>
-#include <limits>
+#include <functional>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -11,6 +14,12 @@
 namespace bench {
 
 namespace {
+
+constexpr const char *kOurs = "ours", *kMemcpy = "memcpy";
+
+std::string peerName(std::size_t index) {
+    return "peer " + std::to_string(index);
+}
 
 /// Keeps the shortest repetition of every contestant, in seconds for one run.
 class Shortest final : public benchmark::BenchmarkReporter {
@@ -24,7 +33,18 @@ class Shortest final : public benchmark::BenchmarkReporter {
             if (!isNew) known->second = std::min(known->second, seconds);
         }
     }
-    double of(const std::string& contestant) const { return times.at(contestant); }
+    Times timesOf(const Row& row, int size) const {
+        Times found{times.at(kOurs) / row.units, {}, {kMemcpy, kNone, kNone}};
+        for (std::size_t i = 0; i < row.peers.size(); ++i) {
+            const Peer& peer = row.peers[i];
+            found.peers.push_back({peer.name, peer.goal.at(size), times.at(peerName(i)) / peer.units});
+        }
+        if (row.copyBytes) {
+            found.copy.seconds = times.at(kMemcpy) / row.units;
+            if (size == kLarge) found.copy.goal = row.copyGoal;
+        }
+        return found;
+    }
 
   private:
     std::map<std::string, double> times;
@@ -37,12 +57,7 @@ std::function<void()> copyOf(std::size_t bytes) {
     return [=] { std::memcpy(to->data(), from->data(), bytes); };
 }
 
-std::string peerName(std::size_t index) {
-    return "peer " + std::to_string(index);
-}
-
-}  // namespace
-
+/// Runs every contestant once and compares what they wrote.
 void compareResults(const std::string& name, const Row& row) {
     const Result& result = row.result;
     if (!result.data) return;
@@ -63,7 +78,7 @@ void compareResults(const std::string& name, const Row& row) {
     }
 }
 
-Figures timeRow(const Row& row, const Effort& effort) {
+void timeRow(const Row& row, const Effort& effort, Shortest& shortest) {
     const auto enter = [&](const std::string& name, const std::function<void()>& run) {
         const auto loop = [&row, run](benchmark::State& state) {
             for (auto _ : state) {
@@ -83,19 +98,27 @@ Figures timeRow(const Row& row, const Effort& effort) {
             ->MinTime(effort.seconds)
             ->MeasureProcessCPUTime();
     };
-    enter("ours", row.ours);
+    enter(kOurs, row.ours);
     for (std::size_t i = 0; i < row.peers.size(); ++i) enter(peerName(i), row.peers[i].run);
-    if (row.copyBytes) enter("memcpy", copyOf(row.copyBytes));
-    Shortest shortest;
+    if (row.copyBytes) enter(kMemcpy, copyOf(row.copyBytes));
     benchmark::RunSpecifiedBenchmarks(&shortest);
     benchmark::ClearRegisteredBenchmarks();
+}
 
-    const double ours = shortest.of("ours") / row.units;
-    Figures figures;
-    for (std::size_t i = 0; i < row.peers.size(); ++i)
-        figures.besidePeers.push_back(ours / (shortest.of(peerName(i)) / row.peers[i].units));
-    if (row.copyBytes) figures.besideCopy = shortest.of("ours") / shortest.of("memcpy");
-    return figures;
+}  // namespace
+
+Times measure(const Entry& entry, int size, const Effort& effort) {
+    Shortest shortest;
+    Times times;
+    Row previous;  // lives on while the next one is built, which so gets other memory
+    for (int i = 0; i < effort.placements; ++i) {
+        const Row row = entry.build(size);
+        if (i == 0) compareResults(entry.name, row);
+        timeRow(row, effort, shortest);
+        times = shortest.timesOf(row, size);
+        previous = row;
+    }
+    return times;
 }
 
 }  // namespace bench

@@ -11,20 +11,26 @@ namespace bench {
 
 /// How long a row is timed.
 struct Effort {
-    int repetitions;
-    double seconds;  ///< each repetition lasts at least so long
+    int placements;   ///< how often the row is built again, in other memory: some pages suit caches badly
+    int repetitions;  ///< in each placement
+    double seconds;   ///< each repetition lasts at least so long
 };
 
-/// What came out for one row at one size.
-struct Figures {
-    std::vector<double> besidePeers;  ///< ours / peer, in the order of the peers
-    double besideCopy = kNone;        ///< ours / memcpy
+/// What came out for one row at one size; times are in seconds for one unit of work.
+struct Times {
+    struct Beside {
+        std::string name;
+        double goal;
+        double seconds;
+    };
+    double ours;
+    std::vector<Beside> peers;
+    Beside copy;  ///< one memcpy beside one run; kNone where there is none
 };
 
-/// Runs every contestant once and compares what they wrote.
-/// @throws std::runtime_error naming the row and the peer that lies farther off than its tolerance
-void compareResults(const std::string& name, const Row& row);
-
-Figures timeRow(const Row& row, const Effort& effort);
+/// Checks and times an entry's row of one size.
+/// @throws std::runtime_error naming the row and the peer whose result lies farther from ours than its
+/// tolerance
+Times measure(const Entry& entry, int size, const Effort& effort);
 
 }  // namespace bench

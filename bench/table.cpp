@@ -1,3 +1,4 @@
+// Markdown that also reads well in a terminal.
 #include "bench/table.h"
 
 #include <libyuv/version.h>
@@ -29,14 +30,11 @@ std::string number(double value) {
     return std::isnan(value) ? "–" : text.str();
 }
 
-std::string goalText(const Goal& goal) {
-    const std::string small = number(goal.small), large = number(goal.large);
-    return small == large ? small : small + " / " + large;
-}
-
-/// Bold where the goal is missed.
-std::string ratio(double value, double goal) {
-    return value > goal ? "**" + number(value) + "**" : number(value);
+/// Time of ours beside another's; bold where the goal is missed. Compares what is printed.
+std::string ratio(const Times& times, const Times::Beside& other) {
+    const double value = times.ours / other.seconds;
+    return std::round(100 * value) > std::round(100 * other.goal) ? "**" + number(value) + "**"
+                                                                  : number(value);
 }
 
 /// The first two columns hold text, the others numbers.
@@ -75,11 +73,14 @@ std::map<std::string, std::string> processor() {
 
 void printHead(std::ostream& out) {
     auto cpu = processor();
+    std::string outerCache;
+    std::ifstream("/sys/devices/system/cpu/cpu0/cache/index3/size") >> outerCache;
     const std::string flags = ' ' + cpu["flags"] + ' ';
     out << "Machine: " << cpu["model name"] << " (family " << cpu["cpu family"] << ", model " << cpu["model"]
         << ';';
     for (const char* set : {"avx2", "avx512bw"})
         out << ' ' << (flags.find(' ' + std::string(set) + ' ') == std::string::npos ? "no " : "") << set;
+    if (!outerCache.empty()) out << "; L3 " << outerCache;
     out << ").";
     if (const char* chosen = std::getenv("PZEL_SIMD")) out << " PZEL_SIMD=" << chosen << '.';
     out << " OpenCV " << CV_VERSION << ", libyuv " << LIBYUV_VERSION << "; one thread.\n\n"
@@ -90,22 +91,36 @@ void printHead(std::ostream& out) {
            "many bytes as it reads.\n\n";
 }
 
+void printTimes(std::ostream& out, const Times& times) {
+    const auto print = [&](const std::string& name, double seconds) {
+        if (std::isnan(seconds)) return;
+        const bool small = seconds < 1e-6;
+        out << "  " << name << ' ' << number(seconds * (small ? 1e9 : 1e6)) << (small ? " ns" : " µs");
+    };
+    print("ours", times.ours);
+    for (const Times::Beside& peer : times.peers) print(peer.name, peer.seconds);
+    print(times.copy.name, times.copy.seconds);
+    out << std::endl;
+}
+
 void printTables(std::ostream& out, const std::vector<Outcome>& outcomes) {
     std::vector<Cells> pairs = {{"row", "peer", "goal", "512²", "4096²", "512² / memcpy", "4096² / memcpy"}};
     std::vector<Cells> singles = {{"row", "beside", "goal", "ratio"}};
-    for (const Outcome& o : outcomes) {
-        for (std::size_t p = 0; p < o.peers.size(); ++p) {
-            const std::string name = p == 0 ? o.name : "";
-            const Peer& peer = o.peers[p];
-            const Figures &small = o.figures.front(), &large = o.figures.back();
-            const std::string atLarge = ratio(large.besidePeers[p], peer.goal.large);
-            if (o.figures.size() == 1) {
-                singles.push_back({name, peer.name, goalText(peer.goal), atLarge});
+    for (const Outcome& outcome : outcomes) {
+        const Times &small = outcome.times.front(), &large = outcome.times.back();
+        for (std::size_t p = 0; p < small.peers.size(); ++p) {
+            const Times::Beside &first = small.peers[p], &second = large.peers[p];
+            const std::string goals[] = {number(first.goal), number(second.goal)};
+            Cells line = {p == 0 ? outcome.name : "", first.name,
+                          goals[0] == goals[1] ? goals[0] : goals[0] + " / " + goals[1], ratio(small, first)};
+            if (outcome.times.size() == 1) {
+                singles.push_back(line);
                 continue;
             }
-            pairs.push_back(
-                {name, peer.name, goalText(peer.goal), ratio(small.besidePeers[p], peer.goal.small), atLarge,
-                 p == 0 ? number(small.besideCopy) : "", p == 0 ? ratio(large.besideCopy, o.copyGoal) : ""});
+            line.push_back(ratio(large, second));
+            line.push_back(p == 0 ? ratio(small, small.copy) : "");
+            line.push_back(p == 0 ? ratio(large, large.copy) : "");
+            pairs.push_back(line);
         }
     }
     for (const auto& lines : {pairs, singles})

@@ -9,16 +9,16 @@
 
 namespace bench {
 
-/// An entry of the catalogue with its figures at each of its sizes.
+/// An entry of the catalogue with its times at each of its sizes.
 struct Outcome {
     std::string name;
-    std::vector<Peer> peers;
-    double copyGoal;
-    std::vector<Figures> figures;
+    std::vector<Times> times;
 };
 
 /// Processor, instruction sets, versions of the peers; what a ratio is.
 void printHead(std::ostream& out);
+/// The times of a row at one size as a line, for whoever watches.
+void printTimes(std::ostream& out, const Times& times);
 /// Two tables: entries of two sizes, then those of one.
 void printTables(std::ostream& out, const std::vector<Outcome>& outcomes);
 
