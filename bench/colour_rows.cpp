@@ -42,7 +42,7 @@ class Tones final : public Zel::Remapper {
 /// What the remapper does to HSV bytes, hue first.
 cv::Mat hsvTable(Hue hue) {
     return tableOf(3, [&](int c, int v) {
-        if (c == 0) return int(byteOf(v + (hue == Hue::Turned ? 256 * double(kThird) : 0.0)));
+        if (c == 0) return hue == Hue::Turned ? (v + 85) % 256 : v;
         return int(byteOf(v * double(c == 1 ? kSaturation : kIntensity)));
     });
 }
