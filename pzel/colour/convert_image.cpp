@@ -1,11 +1,15 @@
 // Baking: per channel, and as hue, saturation and intensity.
 #include "pzel/colour/convert_image.h"
 
+#include <algorithm>
+#include <cmath>
+#include <utility>
 #include <vector>
 
 #include "pzel/bounds/black_white.h"
 #include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
+#include "pzel/colour/colour_block.h"
 #include "pzel/colour/hsi.h"
 #include "pzel/colour/hsi_levels.h"
 #include "pzel/image/convert.h"
@@ -63,46 +67,147 @@ void BakeChannel(Image* image, int channel, const Zel::Remapper* remapper) {
     });
 }
 
-/// Three channels by a function of normalised colours, in place; channel 0 is red here.
-template <class T, class Function>
-void BakeColours(Image* image, const HsiLevels<T>& levels, Function function) {
-    withThreePlanes<T, T>(*image, 0, 0, [&](const auto& reds, const auto& greens, const auto& blues) {
-        for (int y = 0; y < image->height; ++y) {
-            const auto r = reds.row(y), g = greens.row(y), b = blues.row(y);
-            for (int x = 0; x < image->width; ++x) {
-                const Rgb c = function(
-                    Rgb{levels.normalised(0, r[x]), levels.normalised(1, g[x]), levels.normalised(2, b[x])});
-                r[x] = narrowWide<T>(levels.value(0, c.red));
-                g[x] = narrowWide<T>(levels.value(1, c.green));
-                b[x] = narrowWide<T>(levels.value(2, c.blue));
-            }
+/// A remapper's curve for one channel; the identity is none. Where it will be asked often and a level of 256
+/// is all that counts, it is asked beforehand at many places and straight in between; cells over which it
+/// rises by more than a level ask it again.
+class Curve {
+  public:
+    enum class Way { Asked, Sampled };
+
+    /// For values 0 … top.
+    Curve(const Zel::Remapper* source, int ofChannel, float top, Way way)
+        : remapper(source->IsIdentity(ofChannel) ? nullptr : source),
+          channel(ofChannel),
+          perUnit(kCells / top) {
+        if (!remapper || way == Way::Asked) return;
+        cells.resize(kCells + 1);
+        float value = remapper->Remap(0, channel);
+        for (int k = 0; k < kCells; ++k) {
+            const float next = remapper->Remap(float(k + 1) / perUnit, channel);
+            const bool steep = !(std::abs(next - value) <= 1 / 255.0f);
+            cells[std::size_t(k)] = {steep ? NAN : value, next - value};
+            value = next;
         }
-    });
+        cells[kCells] = {value, 0};
+    }
+
+    bool isOn() const { return remapper; }
+
+    void apply(float* values, int count) const {
+        if (!remapper) return;
+        float mapped[kPixelBlock];
+        if (cells.empty())
+            std::fill_n(mapped, count, NAN);
+        else
+            onBestSet([=, cell = cells.data(), factor = perUnit, out = +mapped](auto) {
+                std::uint16_t index[kPixelBlock];
+                float part[kPixelBlock];
+                for (int i = 0; i < count; ++i) {
+                    float t = values[i] * factor;
+                    t = t > 0 ? t : 0.0f;
+                    t = t < kCells ? t : float(kCells);
+                    index[i] = std::uint16_t(int(t));
+                    part[i] = t - float(int(t));
+                }
+                for (int i = 0; i < count; ++i) out[i] = cell[index[i]].value + cell[index[i]].rise * part[i];
+            });
+        for (int i = 0; i < count; ++i)
+            values[i] = mapped[i] == mapped[i] ? mapped[i] : remapper->Remap(values[i], channel);
+    }
+
+  private:
+    static constexpr int kCells = 4096;
+    struct Cell {
+        float value;  // at its start; NaN: steep
+        float rise;
+    };
+    const Zel::Remapper* remapper;
+    int channel;
+    float perUnit;
+    std::vector<Cell> cells;
+};
+
+/// Of intensity or saturation: the window first, then the curve.
+struct BakedTone final : Tone {
+    BakedTone(const UnitWindow& values, Curve tone) : window(values), curve(std::move(tone)) {}
+    void apply(float* values, int count) const override {
+        applyWindow(window, values, count);
+        curve.apply(values, count);
+    }
+    UnitWindow window;
+    Curve curve;
+};
+
+/// Of hue: the curve first, within the window's width.
+struct BakedHue final : Tone {
+    BakedHue(const HueWindow& hues, Curve tone) : window(hues), curve(std::move(tone)) {}
+    void apply(float* values, int count) const override {
+        if (curve.isOn()) {
+            const float width = window.width();
+            for (int i = 0; i < count; ++i) values[i] /= width;
+            curve.apply(values, count);
+            for (int i = 0; i < count; ++i) values[i] *= width;
+        }
+        applyWindow(window, values, count);
+    }
+    HueWindow window;
+    Curve curve;
+};
+
+/// Three channels through a change of their normalised colours, in place; channel 0 is red here.
+template <class T, class Change>
+void BakeColours(Image* image, const HsiLevels<T>& levels, const Change& change) {
+    const int width = image->width, height = image->height;
+    withThreePlanes<T, T>(*image, 0, 0,
+                          [&]<class Rows>(const Rows& reds, const Rows& greens, const Rows& blues) {
+                              onBestSet([=, &change](auto set) {
+                                  const HsiLevels<T> local = levels;
+                                  PixelBlocks<Rows, Rows> block(reds, greens, blues);
+                                  ColourBlock c;
+                                  for (int y = 0; y < height; ++y) {
+                                      for (int x = 0; x < width; x += kPixelBlock) {
+                                          const int count = std::min(kPixelBlock, width - x);
+                                          block.load(set, x, y, count);
+                                          for (int i = 0; i < count; ++i)
+                                              c.red[i] = local.normalised(0, block.first[i]);
+                                          for (int i = 0; i < count; ++i)
+                                              c.green[i] = local.normalised(1, block.second[i]);
+                                          for (int i = 0; i < count; ++i)
+                                              c.blue[i] = local.normalised(2, block.third[i]);
+                                          change(c, count);
+                                          for (int i = 0; i < count; ++i)
+                                              block.first[i] = local.value(0, c.red[i]);
+                                          for (int i = 0; i < count; ++i)
+                                              block.second[i] = local.value(1, c.green[i]);
+                                          for (int i = 0; i < count; ++i)
+                                              block.third[i] = local.value(2, c.blue[i]);
+                                          block.store(set, x, y, count);
+                                      }
+                                  }
+                              });
+                          });
 }
 
-/// Windows first, then the remapper; for hue the remapper first, within the window's width.
-struct BakedColour {
-    UnitWindow intensity, saturation;
-    HueWindow hue;
-    const Zel::Remapper *onIntensity, *onSaturation, *onHue;  // null: identity
-
-    static float remapped(const Zel::Remapper* remapper, float v, int channel) {
-        return remapper ? remapper->Remap(v, channel) : v;
-    }
-    float shownIntensity(float v) const { return remapped(onIntensity, intensity(v), 3); }
-    float shownSaturation(float v) const { return remapped(onSaturation, saturation(v), 4); }
-
-    Rgb hueKept(Rgb c) const {
-        return withHueKept(
-            c, [this](float v) { return shownIntensity(v); }, [this](float v) { return shownSaturation(v); });
-    }
-    Rgb hueMoved(Rgb colour) const {
-        Hsi c = toHsi(colour);
-        if (onHue) c.hue = onHue->Remap(c.hue / hue.width(), 5) * hue.width();
-        if (hue.isOn()) c.hue = hue(c.hue);
-        return fromHsi({c.hue, shownSaturation(c.saturation), shownIntensity(c.intensity)});
-    }
-};
+template <class T>
+void BakeJointly(Image* image, const Zel::Remapper* remapper) {
+    // Sampling asks as often as some thousand pixels do.
+    constexpr std::uint32_t enough = 1 << 16;
+    const bool sampled = sizeof(T) == 1 && takesShortCuts() && GetImageSize(image) >= enough;
+    const auto way = sampled ? Curve::Way::Sampled : Curve::Way::Asked;
+    const HsiLevels<T> levels(image);
+    const BakedTone intensity(levels.intensity(), Curve(remapper, 3, 1, way));
+    const BakedTone saturation(levels.saturation(), Curve(remapper, 4, 1, way));
+    const bool windowed = levels.hueLow() != levels.hueHigh();
+    const HueWindow window(levels.hueLow(), levels.hueHigh(), windowed && !remapper->IsIdentity(5));
+    if (!window.isOn())
+        return BakeColours(image, levels, [&](ColourBlock& c, int count) {
+            changeColours(c, count, intensity, saturation);
+        });
+    const BakedHue hue(window, Curve(remapper, 5, kTwoPi / window.width(), way));
+    BakeColours(image, levels, [&](ColourBlock& c, int count) {
+        changeColours(c, count, intensity, saturation, hue, Greys::Follow);
+    });
+}
 
 }  // namespace
 
@@ -121,19 +226,5 @@ void ConvertImage(Image* image, Zel::Remapper* remapper) {
 
 void ConvertAllDataToRGB(Image* image, Zel::Remapper* remapper) {
     if (!image->data || image->channels < 3) return;
-    const auto unlessIdentity = [&](int channel) {
-        return remapper->IsIdentity(channel) ? nullptr : remapper;
-    };
-    pzel::visitDisplayElement(GetDataType(image), [&]<class T>() {
-        const pzel::HsiLevels<T> levels(image);
-        const bool windowed = levels.hueLow() != levels.hueHigh();
-        const Zel::Remapper* onHue = windowed ? unlessIdentity(5) : nullptr;
-        const pzel::BakedColour colour{
-            levels.intensity(), levels.saturation(), {levels.hueLow(), levels.hueHigh(), onHue != nullptr},
-            unlessIdentity(3),  unlessIdentity(4),   onHue};
-        if (colour.hue.isOn())
-            pzel::BakeColours(image, levels, [&](pzel::Rgb c) { return colour.hueMoved(c); });
-        else
-            pzel::BakeColours(image, levels, [&](pzel::Rgb c) { return colour.hueKept(c); });
-    });
+    pzel::visitDisplayElement(GetDataType(image), [&]<class T>() { pzel::BakeJointly<T>(image, remapper); });
 }

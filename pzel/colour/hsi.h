@@ -5,9 +5,6 @@
 // minus the smallest over the mean, hue the angle around the grey axis, from red over green to blue.
 #pragma once
 
-#include <algorithm>
-#include <cmath>
-
 namespace pzel {
 
 constexpr float kTwoPi = 6.2831855f;
@@ -29,40 +26,88 @@ inline float clampUnit(float v) {
     return v > 0 ? (v < 1 ? v : 1.0f) : 0.0f;
 }
 
+/// The angle of a direction, 0 … 2π, as std::atan2 gives it, within 4e-7; 0 for no direction. Without a
+/// branch or a call, for loops that vectorise. The polynomial is 4.4.49 of Abramowitz and Stegun's Handbook.
+inline float angleOf(float y, float x) {
+    const float ax = x < 0 ? -x : x, ay = y < 0 ? -y : y;
+    const float low = ax < ay ? ax : ay, high = ax < ay ? ay : ax;
+    const float t = high > 0 ? low / high : 0.0f, s = t * t;
+    float a = 0.0028662257f * s - 0.0161657367f;
+    a = a * s + 0.0429096138f;
+    a = a * s - 0.0752896400f;
+    a = a * s + 0.1065626393f;
+    a = a * s - 0.1420889944f;
+    a = a * s + 0.1999355085f;
+    a = a * s - 0.3333314528f;
+    a = a * s * t + t;
+    a = ay > ax ? 1.5707964f - a : a;
+    a = x < 0 ? 3.1415927f - a : a;
+    return y < 0 ? kTwoPi - a : a;
+}
+
+/// The cosine of an angle of at most 2.2 both ways, within 2e-7: its Taylor series.
+inline float cosine(float x) {
+    const float s = x * x;
+    float c = -1 / 87178291200.0f * s + 1 / 479001600.0f;
+    c = c * s - 1 / 3628800.0f;
+    c = c * s + 1 / 40320.0f;
+    c = c * s - 1 / 720.0f;
+    c = c * s + 1 / 24.0f;
+    c = c * s - 0.5f;
+    return c * s + 1;
+}
+
+inline float smallestOf(Rgb c) {
+    const float s = c.red < c.green ? c.red : c.green;
+    return s < c.blue ? s : c.blue;
+}
+
+inline float intensityOf(Rgb c) {
+    return (c.red + c.green + c.blue) * 0.33333334f;
+}
+
 inline Hsi toHsi(Rgb c) {
-    const float i = (c.red + c.green + c.blue) * 0.33333334f;
-    if (i == 0) return {0, 0, 0};
-    const float s = 1 - std::min({c.red, c.green, c.blue}) / i;
+    const float i = intensityOf(c);
+    const float s = i > 0 ? 1 - smallestOf(c) / i : 0.0f;
     const float d = (c.red - c.green) * (c.red - c.green) + (c.red - c.blue) * (c.green - c.blue);
-    if (d == 0) return {0, s, i};
-    const float h = std::atan2(1.7320508f * (c.green - c.blue), 2 * c.red - c.green - c.blue);
-    return {h < 0 ? h + kTwoPi : h, s, i};
+    const float h = angleOf(1.7320508f * (c.green - c.blue), 2 * c.red - c.green - c.blue);
+    return {d != 0 ? h : 0.0f, s, i};
 }
 
 inline Rgb fromHsi(Hsi c) {
-    float h = c.hue;
-    int sector = 0;
-    if (h >= kThirdSector) {
-        sector = 2;
-        h -= kThirdSector;
-    } else if (h >= kSecondSector) {
-        sector = 1;
-        h -= kSecondSector;
-    }
+    const bool second = c.hue >= kSecondSector, third = c.hue >= kThirdSector;
+    const float h = c.hue - (third ? kThirdSector : second ? kSecondSector : 0.0f);
     const float a = c.saturation * c.intensity;
-    const float x = a * std::cos(h) / std::cos(kSixth - h);
+    const float x = a * cosine(h) / cosine(kSixth - h);
     const float low = clampUnit(c.intensity - a);
     const float high = clampUnit(c.intensity + x);
     const float middle = clampUnit(a + c.intensity - x);
-    if (sector == 0) return {high, middle, low};
-    if (sector == 1) return {low, high, middle};
-    return {middle, low, high};
+    return {third    ? middle
+            : second ? low
+                     : high,
+            third    ? low
+            : second ? high
+                     : middle,
+            third    ? high
+            : second ? middle
+                     : low};
+}
+
+/// A colour with intensity `shown`, of saturation `saturation` and the same hue: every component is the
+/// intensity plus its scaled distance from it, without trigonometry.
+inline Rgb withHueKept(Rgb c, float shown, float saturation) {
+    const float i = intensityOf(c);
+    const float spread = i - smallestOf(c);  // its own saturation * intensity
+    const float k = spread > 0 ? saturation * shown / spread : 0.0f;
+    return {clampUnit(shown + (c.red - i) * k), clampUnit(shown + (c.green - i) * k),
+            clampUnit(shown + (c.blue - i) * k)};
 }
 
 /// A window on intensity or saturation: 0 below, 1 above, linear between.
 struct UnitWindow {
     UnitWindow(float lowEnd, float highEnd)
         : low(lowEnd), high(highEnd), inverse(highEnd > lowEnd ? 1 / (highEnd - lowEnd) : 0) {}
+    bool isOn() const { return low != 0 || high != 1; }
     float operator()(float v) const { return v < low ? 0.0f : v > high ? 1.0f : (v - low) * inverse; }
     float low, high, inverse;
 };
@@ -83,11 +128,11 @@ class HueWindow {
     /// The angle between both ends, 0 … 2π.
     float width() const { return to - from; }
     float operator()(float h) const {
-        if (h < from) h += kTwoPi;
-        if (h > to) h = to;
+        h = h < from ? h + kTwoPi : h;
+        h = h > to ? to : h;
         h = (h - from) * stretch + centre;
-        if (h < 0) return h + kTwoPi;
-        return h >= kTwoPi ? h - kTwoPi : h;
+        const float past = h >= kTwoPi ? h - kTwoPi : h;
+        return h < 0 ? h + kTwoPi : past;
     }
 
   private:
@@ -95,17 +140,5 @@ class HueWindow {
     float from, to;
     float centre, stretch;
 };
-
-/// A colour with other intensity and saturation and the same hue: every component is the intensity plus its
-/// scaled distance from it, without trigonometry. `intensity` and `saturation` map 0 … 1 to 0 … 1.
-template <class Intensity, class Saturation>
-Rgb withHueKept(Rgb c, const Intensity& intensity, const Saturation& saturation) {
-    const float i = (c.red + c.green + c.blue) * 0.33333334f;
-    const float shown = intensity(i);
-    const float spread = i - std::min({c.red, c.green, c.blue});  // saturation * intensity
-    const float k = spread > 0 ? saturation(spread / i) * shown / spread : 0.0f;
-    return {clampUnit(shown + (c.red - i) * k), clampUnit(shown + (c.green - i) * k),
-            clampUnit(shown + (c.blue - i) * k)};
-}
 
 }  // namespace pzel

@@ -45,8 +45,12 @@ class HsiLevels {
 
     /// A value of channel c as 0 … 1 of its spatial range.
     float normalised(int c, T value) const { return clampUnit((float(value) - low[c]) * inverse[c]); }
-    /// The value that stands for a fraction of the spatial range of channel c.
-    float value(int c, float fraction) const { return fraction * range[c] + low[c]; }
+    /// The value that stands for a fraction, 0 … 1, of the spatial range of channel c; integers truncated.
+    T value(int c, float fraction) const {
+        const float v = fraction * range[c] + low[c];
+        if constexpr (std::is_floating_point_v<T>) return v;
+        return T(int(v));
+    }
 
   private:
     /// HSI pairs of integer types are stored unsigned.

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 
+#include "pzel/colour/colour_block.h"
 #include "pzel/colour/hsi.h"
 #include "pzel/colour/hsi_levels.h"
 #include "pzel/display/level_rules.h"
@@ -17,62 +18,74 @@ inline bool mapsToItself(const unsigned char* table) {
     return true;
 }
 
-/// What happens to a normalised colour on its way to the screen: windows, then tables for intensity,
-/// saturation and hue. Tables that map to themselves are left out: values keep more digits than a table has
-/// entries.
+/// A window, then a table that maps 0 … 1; null: none.
+template <class Window>
+class ShownTone final : public Tone {
+  public:
+    ShownTone(const Window& values, float top, const unsigned char* lut)
+        : window(values), unit(top), table(lut) {}
+    bool isOn() const { return window.isOn() || table; }
+    void apply(float* values, int count) const override {
+        applyWindow(window, values, count);
+        if (!table) return;
+        onBestSet([count, values, top = unit, entries = table](auto set) {
+            std::uint16_t index[kPixelBlock];
+            std::uint8_t found[kPixelBlock];
+            for (int i = 0; i < count; ++i)
+                index[i] = std::uint16_t(int(clampUnit(values[i] / top) * float(kLastEntry)));
+            lookUp(set, entries, index, found, count);
+            for (int i = 0; i < count; ++i) values[i] = float(found[i]) / 255.0f * top;
+        });
+    }
+
+  private:
+    Window window;
+    float unit;  // what the table takes for 1
+    const unsigned char* table;
+};
+
+/// What happens to a normalised colour on its way to the screen. Tables that map to themselves are left out:
+/// values keep more digits than a table has entries.
 class JointColour {
   public:
     template <class T>
     JointColour(const HsiLevels<T>& levels, const unsigned char* lut)
-        : intensity(levels.intensity()),
-          saturation(levels.saturation()),
-          hue(levels.hueLow(), levels.hueHigh(), false) {
-        for (int k = 0; lut && k < 3; ++k)
-            if (!mapsToItself(lut + k * kTableEntries)) tables[k] = lut + k * kTableEntries;
-    }
+        : intensity(levels.intensity(), 1, tableOf(lut, 0)),
+          saturation(levels.saturation(), 1, tableOf(lut, 1)),
+          hue({levels.hueLow(), levels.hueHigh(), false}, kTwoPi, tableOf(lut, 2)) {}
 
-    bool keepsHue() const { return !tables[2] && !hue.isOn(); }
-
-    Rgb kept(Rgb c) const {
-        return withHueKept(
-            c, [this](float v) { return looked(intensity(v), 0); },
-            [this](float v) { return looked(saturation(v), 1); });
-    }
-
-    /// Grey stays grey.
-    Rgb moved(Rgb colour) const {
-        Hsi c = toHsi(colour);
-        const float shown = looked(intensity(c.intensity), 0);
-        if (!(c.saturation > 0)) return {shown, shown, shown};
-        if (hue.isOn()) c.hue = hue(c.hue);
-        return fromHsi({looked(c.hue / kTwoPi, 2) * kTwoPi, looked(saturation(c.saturation), 1), shown});
+    void show(ColourBlock& colours, int count) const {
+        if (hue.isOn())
+            changeColours(colours, count, intensity, saturation, hue, Greys::Stay);
+        else
+            changeColours(colours, count, intensity, saturation);
     }
 
   private:
-    float looked(float v, int k) const {
-        return tables[k] ? tables[k][int(clampUnit(v) * float(kLastEntry))] / 255.0f : v;
+    static const unsigned char* tableOf(const unsigned char* lut, int k) {
+        return lut && !mapsToItself(lut + k * kTableEntries) ? lut + k * kTableEntries : nullptr;
     }
-
-    UnitWindow intensity, saturation;
-    HueWindow hue;
-    const unsigned char* tables[3] = {};  // null: none
+    ShownTone<UnitWindow> intensity, saturation;
+    ShownTone<HueWindow> hue;
 };
 
-/// Runs a function from normalised colour to shown colour over a block of pixels; blue is channel 0.
-template <class T, class Function>
+/// Shows a block of pixels by the levels of its colours; blue is channel 0.
+template <class T>
 struct JointRule {
     HsiLevels<T> levels;
-    Function shown;
+    const JointColour& colour;
     template <class Set>
     void operator()(Set, const T* b, const T* g, const T* r, int count, BgrBlock& out) const {
+        const HsiLevels<T> local = levels;
         const auto byte = [](float v) { return std::uint8_t(int(clampUnit(v) * 255.0f + 0.5f)); };
-        for (int i = 0; i < count; ++i) {
-            const Rgb c =
-                shown({levels.normalised(2, r[i]), levels.normalised(1, g[i]), levels.normalised(0, b[i])});
-            out.blue[i] = byte(c.blue);
-            out.green[i] = byte(c.green);
-            out.red[i] = byte(c.red);
-        }
+        ColourBlock c;
+        for (int i = 0; i < count; ++i) c.blue[i] = local.normalised(0, b[i]);
+        for (int i = 0; i < count; ++i) c.green[i] = local.normalised(1, g[i]);
+        for (int i = 0; i < count; ++i) c.red[i] = local.normalised(2, r[i]);
+        colour.show(c, count);
+        for (int i = 0; i < count; ++i) out.blue[i] = byte(c.blue[i]);
+        for (int i = 0; i < count; ++i) out.green[i] = byte(c.green[i]);
+        for (int i = 0; i < count; ++i) out.red[i] = byte(c.red[i]);
     }
 };
 

@@ -126,17 +126,11 @@ template <class T>
 void MapJoint(const Job& job) {
     const HsiLevels<T> levels(job.image);
     const JointColour colour(levels, job.lut);
-    const auto run = [&](auto shown) {
-        const JointRule<T, decltype(shown)> rule{levels, shown};
-        withThreePlanes<const T, const T>(*job.image, job.x, job.y,
-                                          [&](const auto& b, const auto& g, const auto& r) {
-                                              mapPixelRows(b, g, r, job.out, job.width, job.height, rule);
-                                          });
-    };
-    if (colour.keepsHue())
-        run([colour](Rgb c) { return colour.kept(c); });
-    else
-        run([colour](Rgb c) { return colour.moved(c); });
+    const JointRule<T> rule{levels, colour};
+    withThreePlanes<const T, const T>(
+        *job.image, job.x, job.y, [&](const auto& blue, const auto& green, const auto& red) {
+            mapPixelRows(blue, green, red, job.out, job.width, job.height, rule);
+        });
 }
 
 /// Levels of hue and the like know the sign of 8-bit data, which the others do not.

@@ -8,15 +8,13 @@
 
 #include "pzel/display/fast_rules.h"
 #include "pzel/image/instruction_set.h"
+#include "pzel/image/pixel_blocks.h"
 #include "pzel/image/plane.h"
 #include "pzel/image/shuffle.h"
 
 namespace pzel {
 
-/// Pixels are mapped in blocks of one byte plane for each channel and interleaved on the way out: every loop
-/// is simple enough to vectorise, and the block stays in the nearest cache.
-constexpr int kPixelBlock = 512;
-
+/// What a pixel rule writes, until it is interleaved.
 struct BgrBlock {
     std::uint8_t blue[kPixelBlock], green[kPixelBlock], red[kPixelBlock];
 };
@@ -32,45 +30,6 @@ struct ByChannel {
         mapLine(set, green, g, +out.green, count);
         mapLine(set, red, r, +out.red, count);
     }
-};
-
-/// Blocks of three planes: where they stand.
-template <class RowsA, class RowsB>
-class PixelBlocks;
-template <class A, class B>
-class PixelBlocks<ContiguousRows<A>, ContiguousRows<B>> {
-  public:
-    PixelBlocks(const ContiguousRows<A>& a, const ContiguousRows<B>& b, const ContiguousRows<B>& c)
-        : rowsA(a), rowsB(b), rowsC(c) {}
-    template <class Set>
-    void load(Set, int x, int y, int) {
-        first = rowsA.row(y) + x;
-        second = rowsB.row(y) + x;
-        third = rowsC.row(y) + x;
-    }
-    A* first;
-    B *second, *third;
-
-  private:
-    ContiguousRows<A> rowsA;
-    ContiguousRows<B> rowsB, rowsC;
-};
-
-/// Blocks of interleaved pixels: gathered into planes.
-template <class A, class B>
-class PixelBlocks<StridedRows<A, 3>, StridedRows<B, 3>> {
-  public:
-    PixelBlocks(const StridedRows<A, 3>& a, const StridedRows<B, 3>&, const StridedRows<B, 3>&) : rows(a) {}
-    template <class Set>
-    void load(Set set, int x, int y, int count) {
-        const A* pixels = &rows.row(y)[x];
-        deinterleave(set, pixels, first, second, third, count);
-    }
-    std::remove_const_t<A> first[kPixelBlock];
-    std::remove_const_t<B> second[kPixelBlock], third[kPixelBlock];
-
-  private:
-    StridedRows<A, 3> rows;
 };
 
 /// Runs a pixel rule over a rectangle: rule(set, a, b, c, count, block) maps up to a block of pixels.

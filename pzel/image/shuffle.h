@@ -70,12 +70,11 @@ Bytes32 splitChannel(Bytes32 part0, Bytes32 part1, Bytes32 part2) {
 #endif
 
 /// Three planes into pixels: out[3 i + c] = plane c at i.
-template <InstructionSet set>
-void interleave(SetConstant<set>, const std::uint8_t* a, const std::uint8_t* b, const std::uint8_t* c,
-                std::uint8_t* out, int count) {
+template <InstructionSet set, class T>
+void interleave(SetConstant<set>, const T* a, const T* b, const T* c, T* out, int count) {
     int i = 0;
 #if PZEL_X86_SETS
-    if constexpr (permutesBytes<set>) {
+    if constexpr (permutesBytes<set> && sizeof(T) == 1) {
         for (; i + 32 <= count; i += 32) {
             const auto x = loadVector<Bytes32>(a + i), y = loadVector<Bytes32>(b + i),
                        z = loadVector<Bytes32>(c + i);

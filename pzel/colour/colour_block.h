@@ -1,0 +1,41 @@
+// Intensity, saturation and hue of many colours at once: for the display of HSI levels and for baking them
+// into data, so that both change colours alike. The formulas are in hsi.h.
+#pragma once
+
+#include "pzel/image/pixel_blocks.h"
+
+namespace pzel {
+
+/// Colours normalised to 0 … 1, a block of pixels at a time.
+struct ColourBlock {
+    float red[kPixelBlock], green[kPixelBlock], blue[kPixelBlock];
+};
+
+/// What happens to intensities and saturations (0 … 1) or hues (0 … 2π): a window, a curve.
+class Tone {
+  public:
+    virtual ~Tone() = default;
+    /// Changes `count` values, at most kPixelBlock, in place.
+    virtual void apply(float* values, int count) const = 0;
+};
+
+/// Whether a tone that gives grey some saturation makes it red.
+enum class Greys { Stay, Follow };
+
+/// Changes intensity and saturation; hue stays, and so does grey.
+void changeColours(ColourBlock& colours, int count, const Tone& intensity, const Tone& saturation);
+
+/// Changes all three.
+void changeColours(ColourBlock& colours, int count, const Tone& intensity, const Tone& saturation,
+                   const Tone& hue, Greys greys);
+
+/// Puts values through a window in place; one that is not on leaves them alone.
+template <class Window>
+void applyWindow(const Window& window, float* values, int count) {
+    if (!window.isOn()) return;
+    onBestSet([=](auto) {
+        for (int i = 0; i < count; ++i) values[i] = window(values[i]);
+    });
+}
+
+}  // namespace pzel
