@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -67,6 +68,19 @@ void BakeChannel(Image* image, int channel, const Zel::Remapper* remapper) {
     });
 }
 
+/// A piece of a sampled curve.
+struct Cell {
+    float value;  // at its start; NaN: too steep
+    float rise;   // over the whole cell
+};
+
+/// picked[i] = cells[index[i]]. One by one, on its own: put into vectors, this takes twice as long.
+[[gnu::noinline, gnu::optimize("no-tree-vectorize")]] void pickCells(const Cell* cells,
+                                                                     const std::uint16_t* index, Cell* picked,
+                                                                     int count) {
+    for (int i = 0; i < count; ++i) std::memcpy(&picked[i], &cells[index[i]], sizeof(Cell));
+}
+
 /// A remapper's curve for one channel; the identity is none. Where it will be asked often and a level of 256
 /// is all that counts, it is asked beforehand at many places and straight in between; cells over which it
 /// rises by more than a level ask it again.
@@ -95,32 +109,39 @@ class Curve {
 
     void apply(float* values, int count) const {
         if (!remapper) return;
-        float mapped[kPixelBlock];
-        if (cells.empty())
-            std::fill_n(mapped, count, NAN);
-        else
-            onBestSet([=, cell = cells.data(), factor = perUnit, out = +mapped](auto) {
-                std::uint16_t index[kPixelBlock];
-                float part[kPixelBlock];
-                for (int i = 0; i < count; ++i) {
-                    float t = values[i] * factor;
-                    t = t > 0 ? t : 0.0f;
-                    t = t < kCells ? t : float(kCells);
-                    index[i] = std::uint16_t(int(t));
-                    part[i] = t - float(int(t));
-                }
-                for (int i = 0; i < count; ++i) out[i] = cell[index[i]].value + cell[index[i]].rise * part[i];
-            });
+        if (cells.empty()) {
+            for (int i = 0; i < count; ++i) values[i] = remapper->Remap(values[i], channel);
+            return;
+        }
+        float given[kPixelBlock];
+        int steep = 0;
+        onBestSet([=, this, asked = +given, found = &steep](auto) {
+            std::uint16_t index[kPixelBlock] = {};
+            float part[kPixelBlock];
+            Cell cell[kPixelBlock];
+            for (int i = 0; i < count; ++i) {
+                asked[i] = values[i];
+                float t = values[i] * perUnit;
+                t = t > 0 ? t : 0.0f;
+                t = t < kCells ? t : float(kCells);
+                index[i] = std::uint16_t(int(t));
+                part[i] = t - float(int(t));
+            }
+            pickCells(cells.data(), index, cell, count);
+            int without = 0;
+            for (int i = 0; i < count; ++i) {
+                values[i] = cell[i].value + cell[i].rise * part[i];
+                without += values[i] != values[i];
+            }
+            *found = without;
+        });
+        if (steep == 0) return;
         for (int i = 0; i < count; ++i)
-            values[i] = mapped[i] == mapped[i] ? mapped[i] : remapper->Remap(values[i], channel);
+            if (values[i] != values[i]) values[i] = remapper->Remap(given[i], channel);
     }
 
   private:
-    static constexpr int kCells = 4096;
-    struct Cell {
-        float value;  // at its start; NaN: steep
-        float rise;
-    };
+    static constexpr int kCells = 2048;
     const Zel::Remapper* remapper;
     int channel;
     float perUnit;

@@ -28,13 +28,18 @@ class ShownTone final : public Tone {
     void apply(float* values, int count) const override {
         applyWindow(window, values, count);
         if (!table) return;
-        onBestSet([count, values, top = unit, entries = table](auto set) {
+        const float there = kLastEntry / unit, back = unit / 255;
+        onBestSet([=, entries = table](auto set) {
             std::uint16_t index[kPixelBlock];
             std::uint8_t found[kPixelBlock];
-            for (int i = 0; i < count; ++i)
-                index[i] = std::uint16_t(int(clampUnit(values[i] / top) * float(kLastEntry)));
+            for (int i = 0; i < count; ++i) {
+                float t = values[i] * there;
+                t = t > 0 ? t : 0.0f;
+                t = t < kLastEntry ? t : float(kLastEntry);
+                index[i] = std::uint16_t(int(t));
+            }
             lookUp(set, entries, index, found, count);
-            for (int i = 0; i < count; ++i) values[i] = float(found[i]) / 255.0f * top;
+            for (int i = 0; i < count; ++i) values[i] = float(found[i]) * back;
         });
     }
 

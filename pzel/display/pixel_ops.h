@@ -10,6 +10,7 @@
 
 #include "pzel/display/draw.h"
 #include "pzel/display/zoomed_rows.h"
+#include "pzel/image/instruction_set.h"
 
 namespace pzel {
 
@@ -41,8 +42,9 @@ struct BlendPixels {
     void operator()(std::uint8_t* row, int x, const Pixel* line, int count) const {
         std::uint8_t* to = row + std::ptrdiff_t(x) * sizeof(Pixel);
         const auto* from = reinterpret_cast<const std::uint8_t*>(line);
-        const Blend local = blend;
-        for (std::size_t i = 0; i < count * sizeof(Pixel); ++i) to[i] = local(from[i], to[i]);
+        onBestSet([=, local = blend, bytes = count * sizeof(Pixel)](auto) {
+            for (std::size_t i = 0; i < bytes; ++i) to[i] = local(from[i], to[i]);
+        });
     }
 };
 

@@ -79,6 +79,27 @@ long double Sum(std::size_t n, Term term) {
     return total - total == 0 ? total + rest : total;
 }
 
+/// Sums the squares of term(0) … term(n - 1), where nothing cancels: in lanes of double precision, a block at
+/// a time, within 1e-14 of the sum.
+template <class Term>
+long double SumOfSquares(std::size_t n, Term term) {
+    constexpr std::size_t lanes = 64, block = 64 * lanes;
+    long double total = 0;
+    for (std::size_t start = 0; start < n; start += block) {
+        double sum[lanes];
+        pzel::onBestSet([=, end = std::min(start + block, n), sums = +sum](auto) {
+            double part[lanes] = {};
+            std::size_t i = start;
+            for (; i + lanes <= end; i += lanes)
+                for (std::size_t k = 0; k < lanes; ++k) part[k] += term(i + k) * term(i + k);
+            for (std::size_t k = 0; i < end; ++i, ++k) part[k] += term(i) * term(i);
+            std::copy_n(part, lanes, sums);
+        });
+        for (const double part : sum) total += part;
+    }
+    return total;
+}
+
 }  // namespace
 
 void AddImage(Image* a, Image* b) {
@@ -119,7 +140,7 @@ void DivideByImage(Image* a, Image* b, float k) {
 
 float SqureSum(Image* a) {
     const float* x = Floats(a);
-    return float(Sum(GetImageVolume(a), [=](std::size_t i) { return double(x[i]) * x[i]; }));
+    return float(SumOfSquares(GetImageVolume(a), [=](std::size_t i) { return double(x[i]); }));
 }
 
 float MultipSum(Image* a, Image* b) {
@@ -131,10 +152,7 @@ namespace {
 
 long double DifferenceSquares(Image* a, Image* b) {
     const float *x = Floats(a), *y = Floats(b);
-    return Sum(GetImageVolume(a), [=](std::size_t i) {
-        const double d = double(y[i]) - x[i];
-        return d * d;
-    });
+    return SumOfSquares(GetImageVolume(a), [=](std::size_t i) { return double(y[i]) - x[i]; });
 }
 
 }  // namespace

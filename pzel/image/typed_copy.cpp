@@ -120,6 +120,34 @@ struct Scale {
     float low, high, scale;
 };
 
+/// Scale where both ends come out exact: a clamped source value cannot leave the destination pair, and
+/// nothing else is compared.
+template <class S, class D>
+struct EvenScale {
+    /// Whether it stands in for a rule. NaN must give the low end then, as it does here.
+    static bool fits(const Scale<S, D>& rule) {
+        const EvenScale even(rule);
+        const bool naturalNan = !std::is_floating_point_v<S> || rule.to.low >= 0;
+        return naturalNan && !std::is_floating_point_v<D> && rule.from.low < rule.from.high &&
+               rule.to.low < rule.to.high && even(rule.from.low) == rule.to.low &&
+               even(rule.from.high) == rule.to.high;
+    }
+    explicit EvenScale(const Scale<S, D>& rule)
+        : low(rule.from.low), high(rule.from.high), start(float(rule.to.low)), scale(rule.scale) {}
+    D operator()(S v) const {
+        v = v > low ? v : low;
+        v = v < high ? v : high;
+        return D(int((float(v) - float(low)) * scale + start));
+    }
+    S low, high;
+    float start, scale;
+};
+
+/// The conversions that are asked for often enough: into 8 and 16 bits from more.
+template <class S, class D>
+constexpr bool hasEvenScale = std::is_integral_v<D> && !std::is_same_v<D, bool> && !std::is_same_v<S, bool> &&
+                              sizeof(S) > sizeof(D);
+
 /// Into bits: set from the source's high on.
 template <class S>
 struct Scale<S, bool> {
@@ -177,7 +205,12 @@ void ConvertChannels(const Image& src, const Image& dst, const CopyArea& area, i
                 if (method == Method::Shift)
                     return MapChannel<S, D>(src, dst, area, c, Shift<S, D>{from, to});
             }
-            MapChannel<S, D>(src, dst, area, c, Scale<S, D>{from, to});
+            const Scale<S, D> scale{from, to};
+            if constexpr (hasEvenScale<S, D>) {
+                if (takesShortCuts() && EvenScale<S, D>::fits(scale))
+                    return MapChannel<S, D>(src, dst, area, c, EvenScale<S, D>(scale));
+            }
+            MapChannel<S, D>(src, dst, area, c, scale);
         });
     }
 }
@@ -201,6 +234,24 @@ void CopyRows(const unsigned char* src, std::ptrdiff_t srcStep, unsigned char* d
     for (int y = 0; y < rows; ++y) std::memcpy(dst + y * dstStep, src + y * srcStep, bytes);
 }
 
+/// Three channels of equal element types, planar into interleaved or the other way.
+template <class U>
+void ChangeLayout(const Image& src, const Image& dst, const CopyArea& area) {
+    const int width = area.width, height = area.height;
+    withThreePlanes<const U, const U>(src, area.srcX, area.srcY, [&]<class In>(In a, In b, In c) {
+        withThreePlanes<U, U>(dst, area.dstX, area.dstY, [&]<class Out>(Out x, Out y, Out z) {
+            onBestSet([=](auto set) {
+                for (int row = 0; row < height; ++row) {
+                    if constexpr (isContiguous<In> && !isContiguous<Out>)
+                        interleave(set, a.row(row), b.row(row), c.row(row), &x.row(row)[0], width);
+                    else if constexpr (isContiguous<Out> && !isContiguous<In>)
+                        deinterleave(set, &a.row(row)[0], x.row(row), y.row(row), z.row(row), width);
+                }
+            });
+        });
+    });
+}
+
 /// Equal element types: whole rows where channels and layout agree, else channel by channel.
 void CopyElements(const Image& src, const Image& dst, const CopyArea& area, int channels) {
     const std::size_t element = std::size_t(DataBytes(src.dataType));
@@ -218,6 +269,8 @@ void CopyElements(const Image& src, const Image& dst, const CopyArea& area, int 
         return;
     }
     VisitStored(src.dataType, [&]<class U>() {
+        if constexpr (!std::is_same_v<U, bool>)
+            if (src.channels == 3 && dst.channels == 3) return ChangeLayout<U>(src, dst, area);
         for (int c = 0; c < channels; ++c) MapChannel<U, U>(src, dst, area, c, Carry<U, U>{});
     });
 }
