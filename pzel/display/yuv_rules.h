@@ -115,38 +115,40 @@ struct YuvRule {
 };
 
 /// What 8-bit pixels of standard levels (luminance 0 … 255, differences up to 127) become by the linear way,
-/// with the same bytes in half the bits: luminance is then its own value, and whatever blue and red add to it
-/// counts in whole steps. The 16-bit products have six bits behind the point, which all 255 differences get
-/// by with; green, of two products, does not and stays a float.
+/// with the same bytes in integers: luminance is then its own value, and what a difference adds to it counts
+/// in whole steps. Products for blue and red have six bits behind the point, the two for green together 20.
 struct ByteYuv {
     static bool fits(Pair<std::uint8_t> levels, std::int8_t highU, std::int8_t highV) {
-        return levels == fullRange<std::uint8_t>() && highU == kFullDifference && highV == kFullDifference;
+        return levels == fullRange<std::uint8_t>() && highU == kHigh && highV == kHigh;
     }
     template <class Set>
     void operator()(Set, const std::uint8_t* y, const std::int8_t* u, const std::int8_t* v, int count,
                     BgrBlock& out) const {
         for (int i = 0; i < count; ++i) out.blue[i] = plus(y[i], times(u[i], kBlue));
-        for (int i = 0; i < count; ++i) {
-            const float exact = float(y[i]) - 0.34437f * difference(u[i]) - 0.714407f * difference(v[i]);
-            out.green[i] = plus(0, std::int16_t(int(exact)));
-        }
+        std::int16_t green[kPixelBlock];
+        for (int i = 0; i < count; ++i)
+            green[i] = std::int16_t((kGreenRounding - within(u[i]) * kGreenU - within(v[i]) * kGreenV) >> 20);
+        for (int i = 0; i < count; ++i)
+            out.green[i] = plus(y[i], std::int16_t(green[i] - isSteppedDown(y[i], u[i], v[i])));
         for (int i = 0; i < count; ++i) out.red[i] = plus(y[i], times(v[i], kRed));
     }
 
   private:
-    static constexpr std::int8_t kFullDifference = 127;
-    // 1.77304 and 1.402581 times 127.5 / 127, of 16384
+    static constexpr std::int8_t kHigh = 127;
+    // Factors of the linear matrix times 127.5 / 127: 1.77304 and 1.402581 of 2^14, 0.34437 and 0.714407 of
+    // 2^20. The rounding is chosen so that all 2^24 pixels come out right, but those of one pair.
     static constexpr int kBlue = 29164, kRed = 23070;
+    static constexpr int kGreenU = 362520, kGreenV = 752059, kGreenRounding = 40;
 
-    static std::int8_t within(std::int8_t v) {
-        return v > -kFullDifference ? v : std::int8_t(-kFullDifference);
+    /// The one pair of differences that lowers green so close to 16 that its rounding in single precision
+    /// hangs on the luminance.
+    static bool isSteppedDown(std::uint8_t y, std::int8_t u, std::int8_t v) {
+        return (u == -45) & (v == 44) & (std::uint8_t(y - 145) > 95);
     }
+    static std::int8_t within(std::int8_t v) { return v > -kHigh ? v : std::int8_t(-kHigh); }
     static std::int16_t times(std::int8_t v, int factor) {
         const auto shifted = std::int16_t(within(v) * 256);
         return std::int16_t(std::int16_t(shifted * factor >> 16) >> 6);
-    }
-    static float difference(std::int8_t v) {
-        return (float(within(v)) + 127.0f) * (127.5f / 127.0f) - 127.5f;
     }
     static std::uint8_t plus(std::uint8_t y, std::int16_t more) {
         auto sum = std::int16_t(y + more);
