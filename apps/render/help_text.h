@@ -17,10 +17,11 @@ together, and black where none is. OPTIONS are separated by commas:
   hidden              read and checked, but not shown
 All other options are those of the picture, or of the first layer: --levels, --gamma, --invert, --channel, --bake,
 --to-yuv, --field and --pixel speak of the first alone, --per-frame and --layout of all. A layer with one frame is
-shown with every frame of the others. --area counts from the top left of the picture. Arrows: each stands for the
-mean of 16 x 16 pixels; the longest vector (of the first frame) is 31 pixels long.
+shown with every frame of the others. --area counts from the top left of the picture. An arrow stands for the mean
+of 16 x 16 pixels; the largest number of the first frame makes 31 pixels of it.
 
---zoom N enlarges N times from 2 on and shows every N-th pixel from -2 down; lines of outlines stay one pixel wide.
+--zoom N enlarges N times from 2 on and shows every N-th pixel from -2 down; lines that are shrunk stay lines, and
+those of outlines one pixel wide when they are enlarged.
 --fields weaves the rows of two pictures, of which the first has the rows 0, 2, 4 and so on, to a first layer.
 
 Colours, levels and channels are named red,green,blue or y,u,v or intensity,saturation,hue, in this order. Rows and
@@ -51,8 +52,9 @@ stays, the levels told are then those of the new data. --to-yuv turns a colour p
 differences of floats; the luminance has the full range of the file's element type (of floats that of the data),
 the differences half of it both ways, unless --levels says otherwise. The channels are then y, u and v.
 
---pixel tells what the image that is shown of the first layer holds at a pixel, before levels: red green blue, y u v or grey, on one
-line for each frame. What was converted for display, baked or shifted is told as such.
+--pixel tells what the image that is shown of the first layer holds at a pixel of it, before levels: red green
+blue, y u v, grey, x y of a vector, or 1 where a mask is set, on one line for each frame. What was converted for
+display, baked or shifted is told as such.
 
 Values are those that the file stores. What reading changes (rescaled values, expanded palettes, alpha left out,
 floats for what cannot be shown as it is) is told on the line of the first frame, and by --info. Pictures whose low

@@ -235,7 +235,7 @@ void AddFieldOptions(CLI::App& app, FirstLayer& first) {
     auto* fields = app.add_option("--fields", first.fields, "Weave two field pictures to the first layer")
                        ->expected(2)
                        ->allow_extra_args(false)
-                       ->type_name("EVEN ODD");
+                       ->option_text("EVEN ODD Excludes: --field");
     const std::map<std::string, pzel_io::Field> names = {{"even", pzel_io::Field::Even},
                                                          {"odd", pzel_io::Field::Odd}};
     app.add_option("--field", first.field, "Show the even or the odd rows alone, each of them twice")
@@ -274,7 +274,7 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
     app.footer(kFooter);
     app.get_formatter()->column_width(34);
     app.add_option("LAYER", arguments, "A picture, a stack or a video, with @OPTIONS, see below")
-        ->type_name("...");
+        ->type_name("");
     app.add_option("-o,--output", options.output, "The PNG file to write")->type_name("OUT.png");
     AddFrameOptions(app, options.frames);
     AddParsed(app, "--levels", "LEVELS", "data, full, file, LOW:HIGH or PERCENT%, see below", look.levels,
