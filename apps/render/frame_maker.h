@@ -21,8 +21,8 @@ class FrameMaker {
     /// its own.
     pzel_io::OwnedImage Make(std::uint32_t frame);
 
-    /// What the last frame is to be shown with, as the levels are stored; empty for bits and
-    /// vectors.
+    /// What the last frame is to be shown with, as the levels are stored; empty for bits, masks
+    /// and vectors.
     const Levels& WantedLevels() const { return stored; }
     /// What to take off from stored levels for those of the picture.
     int Offset() const { return scale.offset; }

@@ -141,6 +141,7 @@ class LayersTest : public AppTest {
         }
         EXPECT_EQ(arrow.At(7, 8, 1) + arrow.At(40, 8, 1) + arrow.At(20, 2, 1), 0);
         EXPECT_EQ(arrow.At(38, 7, 1) + arrow.At(38, 9, 1), 510) << "the head";
+        EXPECT_EQ(shrunk.At(19, 3, 1), 255) << "the head, which stands in a row that is left out";
     }
 };
 
