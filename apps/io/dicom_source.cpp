@@ -72,7 +72,7 @@ ImageDataType SampleType(const gdcm::PixelFormat& format) {
     }
 }
 
-class DicomSource final : public PictureSource {
+class DicomSource final : public FileSource {
   public:
     explicit DicomSource(const std::filesystem::path& file) {
         info.file = file;

@@ -78,6 +78,23 @@ OwnedImage Converted(const Image& image, ImageDataType type) {
     return copy;
 }
 
+// Bits that are set where the rule holds for a pixel's first value.
+template <class Rule>
+OwnedImage MaskWhere(const Image& image, Rule rule) {
+    OwnedImage mask(NewImage(image.width, image.height, 1, DataBit, false));
+    SetImageType(mask.get(), static_cast<unsigned short>(SubGrey));
+    ClearImage(mask.get());
+    std::size_t x = 0;
+    unsigned char* row = mask->data;
+    ForEachValue(GetDataType(&image), ChannelPlane(image, 0), GetImageSize(&image), [&](auto value) {
+        if (rule(static_cast<double>(value))) row[x / 8] |= static_cast<unsigned char>(0x80 >> x % 8);
+        if (++x < image.width) return;
+        x = 0;
+        row += mask->rowBytes;
+    });
+    return mask;
+}
+
 ImageDataType TypeOfChannel(const Image& image, int channel) {
     const bool signedChroma = GetSubType(&image) == SubYuv;
     return static_cast<ImageDataType>(
@@ -104,6 +121,14 @@ OwnedImage ToBytes(const Image& image) {
         }
     }
     return copy;
+}
+
+OwnedImage RangeMask(const Image& grey, const Window& range) {
+    return MaskWhere(grey, [&](double value) { return value >= range.low && value <= range.high; });
+}
+
+OwnedImage NonZeroMask(const Image& grey) {
+    return MaskWhere(grey, [](double value) { return value != 0; });
 }
 
 int DifferenceOffset(ImageDataType type) {

@@ -1,5 +1,5 @@
-// Copies of an image for what the display cannot show as it is, and the values of an image as numbers. A copy
-// keeps size, layout and colour model; the caller tells the user of it.
+// Copies of an image for what the display cannot show as it is, masks of an image, and its values as numbers.
+// A copy keeps size, layout and colour model; the caller tells the user of it.
 #pragma once
 
 #include <cstring>
@@ -17,6 +17,10 @@ OwnedImage ToFloat(const Image& image);
 OwnedImage ToInt16(const Image& image);
 /// Bits as bytes of 0 and 255.
 OwnedImage ToBytes(const Image& image);
+/// Where the values of a grey picture lie in a range, its ends included, as bits. NaN lies in none.
+OwnedImage RangeMask(const Image& grey, const Window& range);
+/// Where they are not zero, as bits.
+OwnedImage NonZeroMask(const Image& grey);
 /// One colour difference of a luminance picture of 8 or 16 bits as a grey picture: value + DifferenceOffset.
 OwnedImage DifferencePlane(const Image& image, int channel);
 /// What DifferencePlane adds: 128 or 32768.

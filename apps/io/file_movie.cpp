@@ -1,6 +1,7 @@
-// The movie of a file: loads on the event that announces another current frame, whoever moved the movie.
+// The movie of some files: loads on the event that announces another current frame, whoever moved the movie.
 #include "apps/io/file_movie.h"
 
+#include <stdexcept>
 #include <utility>
 
 #include "pzel/bounds/bounds.h"
@@ -23,11 +24,19 @@ void TakeOverBound(Image& image, Image& before) {
 
 }  // namespace
 
-FileMovie::FileMovie(std::uint32_t frames, const std::string& name, FrameLoader frameLoader)
-    : loader(std::move(frameLoader)), movie(new Movie), comp(AllocComp(1)) {
-    comp->SetFilename(name);
-    comp->frameCount = frames;
-    movie->AddChild(comp.get());
+FileMovie::FileMovie(std::vector<Layer> files) : layers(std::move(files)), movie(new Movie) {
+    movie->AllocComps(1);  // the picture
+    const int above = static_cast<int>(layers.size()) - 1;
+    if (above > 0 && movie->AllocMoreComps(above) < 0) throw std::length_error("more than 255 layers");
+    for (std::size_t i = 0; i < layers.size(); ++i) {
+        Comp& comp = *movie->GetChildren()[i];
+        comp.Hold();
+        comps.emplace_back(&comp);
+        comp.images = AllocImages(1, 0);
+        comp.imageFrames = 1;
+        comp.frameCount = layers[i].frames;
+        comp.SetFilename(layers[i].name);
+    }
     movie->CheckMovieLength(true);
     movie->AttachObserver(this);
 }
@@ -52,13 +61,18 @@ void FileMovie::Update(IComponent* source, int event, std::intptr_t) {
 }
 
 void FileMovie::Load(std::uint32_t frame) {
-    const OwnedImage image = loader(frame);
-    Image* record = comp->GetCurrentImage();
+    for (std::size_t i = 0; i < layers.size(); ++i) LoadLayer(layers[i], *comps[i], frame);
+}
+
+void FileMovie::LoadLayer(const Layer& layer, Comp& comp, std::uint32_t frame) {
+    Image* record = comp.GetCurrentImage();
+    if (layer.frames == 1 && record->data) return;
+    const OwnedImage image = layer.load(layer.frames == 1 ? 0 : frame);
     TakeOverBound(*image, *record);
     CleanupImage(record);
     TransferImage(record, image.get());
-    SetCompMSType(comp.get(), GetImageType(record));
-    movie->SetSize(record->width, record->height);
+    SetCompMSType(&comp, GetImageType(record));
+    comp.flagsA |= CompBitmapOutOfDate;
 }
 
 }  // namespace pzel_io

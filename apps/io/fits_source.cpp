@@ -48,7 +48,7 @@ struct Frame {
     long plane;  // from 0
 };
 
-class FitsSource final : public PictureSource {
+class FitsSource final : public FileSource {
   public:
     explicit FitsSource(const std::filesystem::path& file) {
         info.file = file;

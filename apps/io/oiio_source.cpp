@@ -49,9 +49,10 @@ bool SameFrames(const ImageSpec& a, const ImageSpec& b) {
     return a.width == b.width && a.height == b.height && a.nchannels == b.nchannels && a.format == b.format;
 }
 
-class OiioSource final : public PictureSource {
+class OiioSource final : public FileSource {
   public:
-    OiioSource(const std::filesystem::path& file, const std::string& format) : readerName(format) {
+    OiioSource(const std::filesystem::path& file, const std::string& format, Purpose readFor)
+        : readerName(format), purpose(readFor) {
         info.file = file;
         info.format = format;
         input = Open();
@@ -146,8 +147,13 @@ class OiioSource final : public PictureSource {
         return channel == spec.alpha_channel || spec.channel_name(channel) == "A";
     }
 
+    bool HasAlpha() const {
+        const bool pair = purpose == Purpose::Vectors && spec.nchannels == 2;
+        return spec.nchannels > 1 && !pair && IsAlpha(spec.nchannels - 1);
+    }
+
     void ChooseChannels() {
-        const int alpha = spec.nchannels > 1 && IsAlpha(spec.nchannels - 1) ? 1 : 0;
+        const int alpha = HasAlpha() ? 1 : 0;
         const int rest = spec.nchannels - alpha;
         info.channels = std::min(rest, kColourChannels);
         info.model = rest == 1 ? SubGrey : SubColour;
@@ -244,6 +250,7 @@ class OiioSource final : public PictureSource {
     }
 
     std::string readerName;
+    Purpose purpose;
     std::unique_ptr<ImageInput> input;
     ImageSpec spec;              // of the first image
     std::vector<int> subimages;  // frame number to image number
@@ -252,8 +259,9 @@ class OiioSource final : public PictureSource {
 
 }  // namespace
 
-std::unique_ptr<PictureSource> OpenOiio(const std::filesystem::path& file, const std::string& format) {
-    return std::make_unique<OiioSource>(file, format);
+std::unique_ptr<PictureSource> OpenOiio(const std::filesystem::path& file, const std::string& format,
+                                        Purpose purpose) {
+    return std::make_unique<OiioSource>(file, format, purpose);
 }
 
 }  // namespace pzel_io

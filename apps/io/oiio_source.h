@@ -11,6 +11,7 @@
 namespace pzel_io {
 
 /// `format` is the reader's name of the format.
-std::unique_ptr<PictureSource> OpenOiio(const std::filesystem::path& file, const std::string& format);
+std::unique_ptr<PictureSource> OpenOiio(const std::filesystem::path& file, const std::string& format,
+                                        Purpose purpose);
 
 }  // namespace pzel_io

@@ -77,7 +77,7 @@ void PictureSource::Fail(const std::string& reason) const {
     throw FileError(info.file, reason);
 }
 
-void PictureSource::CheckSize() const {
+void FileSource::CheckSize() const {
     if (info.width < 1 || info.height < 1) Fail("holds no pixels");
     const std::string size = std::to_string(info.width) + " x " + std::to_string(info.height) + " pixels";
     if (info.width > kLargestSide || info.height > kLargestSide) {
@@ -92,7 +92,7 @@ void PictureSource::CheckSize() const {
     }
 }
 
-OwnedImage PictureSource::Read(std::uint32_t frame, Layout layout) {
+OwnedImage FileSource::Read(std::uint32_t frame, Layout layout) {
     if (frame >= info.frames) {
         Fail("has no frame " + std::to_string(frame) + "; its frames are 0 to " +
              std::to_string(info.frames - 1));
@@ -114,7 +114,7 @@ OwnedImage PictureSource::Read(std::uint32_t frame, Layout layout) {
     return image;
 }
 
-std::unique_ptr<PictureSource> OpenPicture(const std::filesystem::path& file) {
+std::unique_ptr<PictureSource> OpenPicture(const std::filesystem::path& file, Purpose purpose) {
     const FileKind kind = SniffFile(file);
     try {
         switch (kind.reader) {
@@ -123,7 +123,7 @@ std::unique_ptr<PictureSource> OpenPicture(const std::filesystem::path& file) {
             case Reader::Video: return OpenVideo(file);
             case Reader::Oiio: break;
         }
-        return OpenOiio(file, kind.format);
+        return OpenOiio(file, kind.format, purpose);
     } catch (const std::bad_alloc&) {
         throw FileError(file, "does not fit into memory");
     }

@@ -4,10 +4,11 @@
 //   picture.h       this seam: what a file tells of itself, and the source of its frames
 //   file_kind.h     which reader a file belongs to, by its content
 //   *_source.h      the four readers; dicom_pixels.h the decoding of one of them
+//   fields.h        pictures woven from two others, or taken from every second row of one
 //   quiet_errors.h  silence for the decoding libraries' own messages
 //   display_copy.h  copies of a frame for what the display cannot show as it is
 //   colour_copy.h   copies of a colour frame in other colour models
-//   file_movie.h    a file as a movie that holds one frame at a time
+//   file_movie.h    files as the layers of a movie that holds one frame of each at a time
 //   png_writer.h    the way back: a shown bitmap as a file
 #pragma once
 
@@ -66,7 +67,7 @@ struct PictureInfo {
 /// first.
 using RawPixels = std::vector<unsigned char>;
 
-/// An open file. Not for several threads at a time.
+/// Where frames come from: an open file, or others that it is made of. Not for several threads at a time.
 class PictureSource {
   public:
     virtual ~PictureSource() = default;
@@ -76,22 +77,35 @@ class PictureSource {
     const PictureInfo& Info() const { return info; }
     /// Reads a frame, counted from 0, into a new record. Colour is stored blue first.
     /// @throws FileError for a frame that is not there, a damaged file, or rows too long for a record
-    OwnedImage Read(std::uint32_t frame, Layout layout);
+    virtual OwnedImage Read(std::uint32_t frame, Layout layout) = 0;
 
   protected:
     PictureSource() = default;
-    /// Exactly the bytes of one frame, or a FileError.
-    virtual RawPixels ReadPixels(std::uint32_t frame) = 0;
     [[noreturn]] void Fail(const std::string& reason) const;
-    /// Refuses sizes that no record can hold, in any layout. Readers call it before they allocate pixels.
-    void CheckSize() const;
 
     PictureInfo info;
 };
 
+/// What the readers share: their pixels become records here.
+class FileSource : public PictureSource {
+  public:
+    OwnedImage Read(std::uint32_t frame, Layout layout) override;
+
+  protected:
+    /// Exactly the bytes of one frame, or a FileError.
+    virtual RawPixels ReadPixels(std::uint32_t frame) = 0;
+    /// Refuses sizes that no record can hold, in any layout. Readers call it before they allocate pixels.
+    void CheckSize() const;
+};
+
+/// What a file is read for. Of a file with two channels a picture takes what is not alpha, a vector field
+/// both.
+enum class Purpose { Picture, Vectors };
+
 /// Opens a file with the reader that its content asks for.
 /// @throws FileError for a file that is missing, empty, damaged or of no known format
-std::unique_ptr<PictureSource> OpenPicture(const std::filesystem::path& file);
+std::unique_ptr<PictureSource> OpenPicture(const std::filesystem::path& file,
+                                           Purpose purpose = Purpose::Picture);
 
 /// Bytes of one element of a type as files store it; 0 for bits.
 std::size_t ElementBytes(ImageDataType type);

@@ -36,7 +36,7 @@ struct ScalerCloser {
     void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
 };
 
-class VideoSource final : public PictureSource {
+class VideoSource final : public FileSource {
   public:
     explicit VideoSource(const std::filesystem::path& file) {
         av_log_set_level(AV_LOG_QUIET);  // what matters is reported in one line

@@ -3,6 +3,7 @@
 #include "frame_maker.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "apps/io/colour_copy.h"
 #include "apps/io/display_copy.h"
@@ -24,8 +25,8 @@ bool IsDifference(Channel channel) {
     return channel == Channel::U || channel == Channel::V;
 }
 
-bool IsBend(const Options& options, const PictureInfo& info) {
-    return options.gamma != 1 || options.invert != info.lowIsWhite;
+bool IsBend(const Layer& layer, const PictureInfo& info) {
+    return layer.look.gamma != 1 || layer.look.invert != info.lowIsWhite;
 }
 
 std::string IsA(const PictureInfo& info) {
@@ -40,9 +41,9 @@ void CheckHsi(const PictureInfo& info) {
     }
 }
 
-void CheckChannel(const Options& options, const PictureInfo& info) {
+void CheckChannel(const Layer& layer, const PictureInfo& info) {
     const bool colour = info.model == SubColour && info.channels == 3;
-    switch (options.channel) {
+    switch (layer.look.channel) {
         case Channel::All: break;
         case Channel::Red:
         case Channel::Green:
@@ -52,7 +53,7 @@ void CheckChannel(const Options& options, const PictureInfo& info) {
         case Channel::Y:
         case Channel::U:
         case Channel::V:
-            if (info.model != SubYuv && !options.toYuv)
+            if (info.model != SubYuv && !layer.look.toYuv)
                 throw FileError(info.file, "has no y, u and v" + IsA(info));
             break;
         case Channel::Intensity:
@@ -63,30 +64,36 @@ void CheckChannel(const Options& options, const PictureInfo& info) {
             CheckHsi(info);
             break;
     }
-    if (options.toYuv && !colour) throw FileError(info.file, "is no colour picture (--to-yuv)" + IsA(info));
+    if (layer.look.toYuv && !colour)
+        throw FileError(info.file, "is no colour picture (--to-yuv)" + IsA(info));
 }
 
-void CheckPlace(bool inside, const char* what, const PictureInfo& info) {
-    if (inside) return;
-    throw FileError(info.file, std::string(what) + " beyond the picture of " + std::to_string(info.width) +
-                                   " x " + std::to_string(info.height) + " pixels");
+// Set pixels are bits, or bytes that are not zero, or whatever a threshold says of a grey picture.
+void CheckMask(const Layer& layer, const PictureInfo& info) {
+    const std::string type = TypeName(info.type);
+    if (info.channels != 1) throw FileError(info.file, "is no mask" + IsA(info));
+    if (layer.threshold && info.type == DataBit)
+        throw FileError(info.file, "is a picture of bits, which needs no threshold");
+    if (!layer.threshold && info.type != DataBit && info.type != DataUInt8 && info.type != DataInt8)
+        throw FileError(info.file,
+                        "values of " + type + " are no mask; threshold=LOW:HIGH makes one of them");
 }
 
-void CheckOptions(const Options& options, const PictureInfo& info) {
-    CheckChannel(options, info);
-    if (options.area) {
-        CheckPlace(options.area->right < info.width && options.area->bottom < info.height, "the area goes",
-                   info);
-    }
-    if (options.pixel) {
-        CheckPlace(options.pixel->x < info.width && options.pixel->y < info.height, "the pixel is", info);
-    }
-    if (info.type == DataBit && !options.levels.empty())
+void CheckOverlay(const Layer& layer, const PictureInfo& info) {
+    if (layer.role != Role::Vectors) return CheckMask(layer, info);
+    if (info.channels != 2)
+        throw FileError(info.file,
+                        "a vector field has 2 channels, this has " + std::to_string(info.channels));
+}
+
+void CheckOptions(const Layer& layer, const PictureInfo& info) {
+    CheckChannel(layer, info);
+    if (info.type == DataBit && !layer.look.levels.empty())
         throw FileError(info.file, "a picture of bits has no levels");
-    if (!options.bake) return;
+    if (!layer.look.bake) return;
     if (info.type == DataBit) throw FileError(info.file, "a picture of bits has nothing to bake");
     // On its way through a table the display gives a y,u,v picture a red of its own, which no data can show.
-    if (info.model == SubYuv && options.channel == Channel::All && IsBend(options, info))
+    if (info.model == SubYuv && layer.look.channel == Channel::All && IsBend(layer, info))
         throw FileError(info.file, "gamma and inversion cannot be baked into a y,u,v picture as it is shown");
 }
 
@@ -118,18 +125,34 @@ Levels FileRanges(const PictureInfo& info) {
 
 }  // namespace
 
-FrameMaker::FrameMaker(const Options& wishes, pzel_io::PictureSource& file) : options(wishes), source(file) {
-    CheckOptions(options, source.Info());
+FrameMaker::FrameMaker(const Layer& wishes, pzel_io::PictureSource& file) : layer(wishes), source(file) {
+    if (layer.IsOverlay()) {
+        CheckOverlay(layer, source.Info());
+    } else {
+        CheckOptions(layer, source.Info());
+    }
 }
 
 OwnedImage FrameMaker::Make(std::uint32_t frame) {
     const PictureInfo& info = source.Info();
-    if (options.perFrame) colourRange.reset();
+    if (layer.IsOverlay()) return AsOverlay(source.Read(frame, layer.look.layout));
+    if (layer.look.perFrame) colourRange.reset();
     scale = {0, FileRanges(info), info.window, false};
-    OwnedImage image = ForDisplay(InModel(source.Read(frame, options.layout)));
+    OwnedImage image = ForDisplay(InModel(source.Read(frame, layer.look.layout)));
     stored.clear();
     if (GetDataType(image.get()) != DataBit) ChooseFor(image);
-    if (options.bake) NoteBaking();
+    if (layer.look.bake) NoteBaking();
+    return image;
+}
+
+// Bits for masks and for what outlines are made of; vectors as they are, with the length of the longest one
+// of the first frame for all, unless each frame chooses its own.
+OwnedImage FrameMaker::AsOverlay(OwnedImage image) {
+    if (layer.threshold) return pzel_io::RangeMask(*image, *layer.threshold);
+    if (layer.role != Role::Vectors)
+        return GetDataType(image.get()) == DataBit ? std::move(image) : pzel_io::NonZeroMask(*image);
+    SetMajorType(image.get(), MajorVector);
+    if (std::exchange(isFirst, false) || layer.look.perFrame) ComputeVctBound(image.get());
     return image;
 }
 
@@ -151,9 +174,9 @@ const pzel_io::Window& FrameMaker::ColourRange(const Image& image) {
 }
 
 OwnedImage FrameMaker::InModel(OwnedImage image) {
-    if (options.toYuv) return AsYuv(*image);
-    if (IsHsiPlane(options.channel)) return AsHsiPlane(*image);
-    if (options.channel == Channel::Hsi) PrepareJoint(*image);
+    if (layer.look.toYuv) return AsYuv(*image);
+    if (IsHsiPlane(layer.look.channel)) return AsHsiPlane(*image);
+    if (layer.look.channel == Channel::Hsi) PrepareJoint(*image);
     return image;
 }
 
@@ -167,7 +190,7 @@ OwnedImage FrameMaker::AsYuv(const Image& image) {
 }
 
 OwnedImage FrameMaker::AsHsiPlane(const Image& image) {
-    const pzel_io::HsiValue value = ValueOf(options.channel);
+    const pzel_io::HsiValue value = ValueOf(layer.look.channel);
     const pzel_io::Window range = ColourRange(image);
     const pzel_io::Window full = pzel_io::HsiPlaneRange(GetDataType(&image), value, range);
     scale = {0, {full}, std::nullopt, false};
@@ -187,7 +210,7 @@ void FrameMaker::PrepareJoint(Image& image) {
 OwnedImage FrameMaker::ForDisplay(OwnedImage image) {
     const ImageDataType type = GetDataType(static_cast<const Image*>(image.get()));
     const std::string name = TypeName(type);
-    if (type == DataBit && (options.area || IsBend(options, source.Info()))) {
+    if (type == DataBit && (layer.area || IsBend(layer, source.Info()))) {
         Note("bits to uint8 of 0 and 255, for display");
         return pzel_io::ToBytes(*image);
     }
@@ -195,16 +218,16 @@ OwnedImage FrameMaker::ForDisplay(OwnedImage image) {
         Note(name + " to float, for display");
         return pzel_io::ToFloat(*image);
     }
-    if (IsDifference(options.channel) && type != DataFloat) {
-        const int channel = options.channel == Channel::U ? kU : kV;
+    if (IsDifference(layer.look.channel) && type != DataFloat) {
+        const int channel = layer.look.channel == Channel::U ? kU : kV;
         const int offset = pzel_io::DifferenceOffset(type);
         scale = {offset, {FullRange(SubYuv, type, channel)}, source.Info().window, false};
-        Note(std::string(options.channel == Channel::U ? "u" : "v") + " plus " + std::to_string(offset) +
+        Note(std::string(layer.look.channel == Channel::U ? "u" : "v") + " plus " + std::to_string(offset) +
              ", for display");
         return pzel_io::DifferencePlane(*image, channel);
     }
     // The joint display alone knows the sign of 8-bit values.
-    if (type == DataInt8 && GetSubType(image.get()) != SubYuv && options.channel != Channel::Hsi) {
+    if (type == DataInt8 && GetSubType(image.get()) != SubYuv && layer.look.channel != Channel::Hsi) {
         Note("int8 to int16, for display");
         return pzel_io::ToInt16(*image);
     }
@@ -213,13 +236,13 @@ OwnedImage FrameMaker::ForDisplay(OwnedImage image) {
 
 void FrameMaker::ChooseFor(OwnedImage& image) {
     const std::filesystem::path& file = source.Info().file;
-    const bool joint = options.channel == Channel::Hsi;
-    if (options.perFrame || !shared) {
+    const bool joint = layer.look.channel == Channel::Hsi;
+    if (layer.look.perFrame || !shared) {
         // A converted picture has a full scale of its own.
-        const bool full = options.toYuv && options.levels.empty();
-        shared = joint  ? ChooseJointLevels(options.levels, file, *image)
+        const bool full = layer.look.toYuv && layer.look.levels.empty();
+        shared = joint  ? ChooseJointLevels(layer.look.levels, file, *image)
                  : full ? scale.full
-                        : ChooseLevels(options.levels, file, *image, scale);
+                        : ChooseLevels(layer.look.levels, file, *image, scale);
     }
     if (!joint && NeedsFloat(*shared, *image, scale.offset)) {
         Note(std::string(TypeName(static_cast<ImageDataType>(GetDataType(image.get())))) +
@@ -231,8 +254,8 @@ void FrameMaker::ChooseFor(OwnedImage& image) {
 
 void FrameMaker::NoteBaking() {
     std::string line = "levels " + LevelsText(stored, scale.offset);
-    if (options.gamma != 1) line += ", gamma " + pzel_io::NumberText(options.gamma);
-    if (options.invert != source.Info().lowIsWhite) line += ", inversion";
+    if (layer.look.gamma != 1) line += ", gamma " + pzel_io::NumberText(layer.look.gamma);
+    if (layer.look.invert != source.Info().lowIsWhite) line += ", inversion";
     Note(line + " baked into the data");
 }
 

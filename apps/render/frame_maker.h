@@ -1,5 +1,5 @@
-// From a file's frame to the image that is shown: colour model, channel, conversions for the display; and the
-// levels that it is to be shown with.
+// From a file's frame to the image that a layer shows: colour model, channel, mask, conversions for the
+// display; and the levels that it is to be shown with.
 #pragma once
 
 #include <cstdint>
@@ -8,20 +8,21 @@
 #include <vector>
 
 #include "apps/io/picture.h"
+#include "layer.h"
 #include "levels.h"
-#include "options.h"
 
 class FrameMaker {
   public:
     /// Both must live as long as this.
-    /// @throws pzel_io::FileError for options that do not fit the picture
-    FrameMaker(const Options& options, pzel_io::PictureSource& source);
+    /// @throws pzel_io::FileError where the layer asks for what the picture has not
+    FrameMaker(const Layer& layer, pzel_io::PictureSource& source);
 
     /// Reads a frame and prepares it. The first one made fixes the levels of the others, unless each chooses
     /// its own.
     pzel_io::OwnedImage Make(std::uint32_t frame);
 
-    /// What the last frame is to be shown with, as the levels are stored; empty for bits.
+    /// What the last frame is to be shown with, as the levels are stored; empty for bits, masks
+    /// and vectors.
     const Levels& WantedLevels() const { return stored; }
     /// What to take off from stored levels for those of the picture.
     int Offset() const { return scale.offset; }
@@ -29,6 +30,7 @@ class FrameMaker {
     std::vector<std::string> Conversions() const;
 
   private:
+    pzel_io::OwnedImage AsOverlay(pzel_io::OwnedImage image);
     pzel_io::OwnedImage InModel(pzel_io::OwnedImage image);
     pzel_io::OwnedImage AsYuv(const Image& image);
     pzel_io::OwnedImage AsHsiPlane(const Image& image);
@@ -39,11 +41,12 @@ class FrameMaker {
     void NoteBaking();
     void Note(const std::string& line);
 
-    const Options& options;
+    const Layer& layer;
     pzel_io::PictureSource& source;
     std::vector<std::string> notes;
     std::optional<pzel_io::Window> colourRange;  // what counts as no and as full red, green and blue
     std::optional<Levels> shared;
     Levels stored;
     ValueScale scale;
+    bool isFirst = true;
 };

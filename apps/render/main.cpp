@@ -14,7 +14,7 @@ int main(int argc, char** argv) {
         std::cerr << "pzel-render: " << error.what() << std::endl;
         return 1;
     } catch (const std::exception& error) {
-        std::cerr << "pzel-render: " << options->input << ": " << error.what() << std::endl;
+        std::cerr << "pzel-render: " << options->layers[0].file << ": " << error.what() << std::endl;
         return 1;
     }
     return 0;

@@ -10,72 +10,12 @@
 #include <map>
 #include <sstream>
 
+#include "help_text.h"
+
 namespace {
 
 constexpr int kWrongOptions = 2;
 constexpr double kMostGamma = 100;
-
-constexpr const char* kFooter = R"(
-Colours, levels and channels are named red,green,blue or y,u,v or intensity,saturation,hue, in this order. Rows and
-columns, like frames, count from 0, from the top left.
-
-Levels are the values shown as black and as white:
-  data      the range of the data; 8-bit data always have their full range
-  full      everything that the file's element type can hold
-  file      the window that the file itself asks for
-  LOW:HIGH  these values
-  PERCENT%  so that this percentage of the pixels is clipped at each end
-One setting serves all channels together (of a y,u,v picture its luminance; u and v keep the computed bound). Three,
-separated by commas, serve one each; of u and v the upper value counts, both ways from 0. Integers take the nearest
-integer levels; levels that the type cannot hold make the picture a float picture, for display. Without --levels
-the file's window is taken where there is one, else data. The levels of a stack or a video are those of the first
-rendered frame, so that it does not flicker, unless --per-frame is given.
-
-Of colour pictures of 8 bits, 16 bits or floats, --channel intensity, saturation or hue shows one of these as grey,
-over the whole range of the element type (of floats: intensity in data values, saturation 0 to 1, hue 0 to 2 pi).
---channel hsi shows colour with levels of intensity, saturation and hue instead of red, green and blue: full, or
-three of full and LOW:HIGH. They count 0 to 255 of 8 bits, 0 to 65535 of 16 bits (intensity from the lowest value
-on, also of signed types), of floats 0 to 1 for saturation, 0 to 6.2831 for hue and data values for intensity (where
-some are negative: from the lowest on). The intensity between its levels is spread from black to white, saturation
-alike, hues around the circle; hues may run over 0 (200:30). Without --levels the intensity has the data's range.
-
---bake puts what levels, --gamma and --invert do into the data and shows these with their full range: the picture
-stays, the levels told are then those of the new data. --to-yuv turns a colour picture into luminance and colour
-differences of floats; the luminance has the full range of the file's element type (of floats that of the data),
-the differences half of it both ways, unless --levels says otherwise. The channels are then y, u and v.
-
---pixel tells what the image that is shown holds at a pixel, before levels: red green blue, y u v or grey, on one
-line for each frame. What was converted for display, baked or shifted is told as such.
-
-Values are those that the file stores. What reading changes (rescaled values, expanded palettes, alpha left out,
-floats for what cannot be shown as it is) is told on the line of the first frame, and by --info. Pictures whose low
-values stand for white (MONOCHROME1) keep their values and are shown inverted; --invert then shows them as stored.
-
-Outputs: one picture goes to OUT.png itself. With --frames, --ranges or --all each frame goes to a file of its own,
-with its number before the ending: OUT_0007.png. Bit pictures are written as grey of 0 and 255.
-
-On standard output there is one line for each frame: the input, frame, element type, channels, size, levels, depth
-of the bitmap, milliseconds spent on mapping pixels, and the output.
-
-Exit status: 0, 1 for a file that cannot be read, shown or written (with one line that says why), 2 for wrong
-options.
-
-Examples:
-  pzel-render CT.dcm -o ct.png                               the file's own window
-  pzel-render CT.dcm -o bone.png --levels 300:1500 --gamma 1.4
-  pzel-render galaxy.fits -o galaxy.png --levels 0.5%
-  pzel-render photo.jpg -o red.png --channel red --area 100,50,299,249
-  pzel-render photo.png -o warm.png --levels 0:220,0:255,20:255
-  pzel-render stack.tif -o frame.png --frames 10-19 --per-frame
-  pzel-render film.mp4 -o film.png --all
-  pzel-render film.mp4 -o part.png --ranges 20-24,3,7-8
-  pzel-render photo.jpg -o hue.png --channel hue
-  pzel-render photo.jpg -o vivid.png --channel hsi --levels full,0:128,full
-  pzel-render photo.jpg -o baked.png --levels 10:220 --gamma 1.3 --bake
-  pzel-render photo.jpg -o v.png --to-yuv --channel v
-  pzel-render CT.dcm --pixel 64,30
-  pzel-render scan.dcm --info
-)";
 
 // A whole number from the whole of a text.
 std::optional<std::uint32_t> WholeNumber(const std::string& text) {
@@ -172,14 +112,21 @@ CLI::Option* AddParsed(CLI::App& app, const std::string& name, const std::string
         ->type_name(form);
 }
 
+// What the command line says of its first layer.
+struct FirstLayer {
+    Look look;
+    std::vector<std::string> fields;  // the files of the even and the odd rows
+    std::optional<pzel_io::Field> field;
+};
+
 // Hues run round a circle: a range of them may go over 0.
-void CheckLevels(const Options& options) {
+void CheckLevels(const Look& look) {
     constexpr std::size_t kHue = 2;
-    const bool joint = options.channel == Channel::Hsi;
-    const std::size_t count = options.levels.size();
+    const bool joint = look.channel == Channel::Hsi;
+    const std::size_t count = look.levels.size();
     const auto given = LevelSpec::Kind::Given;
     for (std::size_t i = 0; i < count; ++i) {
-        const LevelSpec& level = options.levels[i];
+        const LevelSpec& level = look.levels[i];
         const bool round = joint && i == kHue && level.low != level.high;
         if (level.kind == given && level.low >= level.high && !round) {
             throw CLI::ValidationError("--levels", "'" + pzel_io::NumberText(level.low) + ":" +
@@ -193,17 +140,62 @@ void CheckLevels(const Options& options) {
     }
 }
 
-void CheckModel(const Options& options) {
-    if (!options.toYuv) return;
-    if (options.channel != Channel::All && options.channel != Channel::Y && options.channel != Channel::U &&
-        options.channel != Channel::V) {
+void CheckModel(const Look& look) {
+    if (!look.toYuv) return;
+    if (look.channel != Channel::All && look.channel != Channel::Y && look.channel != Channel::U &&
+        look.channel != Channel::V) {
         throw CLI::ValidationError("--to-yuv", "has the channels all, y, u and v alone");
     }
 }
 
-void CheckTogether(const Options& options) {
-    CheckLevels(options);
-    CheckModel(options);
+// A first layer that is no picture has no use for what the command line says of pictures.
+void CheckFirst(const Layer& first, const Look& look) {
+    if (!first.look.levels.empty() && !look.levels.empty())
+        throw CLI::ValidationError("--levels", "'" + first.argument + "' has levels already");
+    if (!first.IsOverlay()) return;
+    const bool given = !look.levels.empty() || look.channel != Channel::All || look.gamma != 1 ||
+                       look.invert || look.bake || look.toYuv;
+    if (given) {
+        throw CLI::ValidationError("'" + first.argument + "'",
+                                   std::string("the first layer is shown as '") + RoleName(first.role) +
+                                       "', without levels, gamma, inversion, channels and models");
+    }
+}
+
+// The layers of the command line, the first with the options that are its.
+void SetLayers(Options& options, const std::vector<std::string>& arguments, const FirstLayer& first) {
+    constexpr std::size_t kMostLayers = 255;
+    if (!first.fields.empty()) {
+        Layer woven;
+        woven.argument = woven.file = first.fields[0];
+        woven.oddField = first.fields[1];
+        options.layers.push_back(woven);
+    }
+    try {
+        for (const std::string& argument : arguments) options.layers.push_back(ParseLayer(argument));
+    } catch (const std::invalid_argument& error) {
+        throw CLI::ValidationError("LAYER", error.what());
+    }
+    if (options.layers.empty()) throw CLI::RequiredError("LAYER");
+    if (options.layers.size() > kMostLayers)
+        throw CLI::ValidationError("LAYER", std::to_string(options.layers.size()) + " are more than 255");
+    CheckLevels(first.look);
+    CheckModel(first.look);
+    CheckFirst(options.layers[0], first.look);
+    std::vector<LevelSpec> own = options.layers[0].look.levels;
+    options.layers[0].look = first.look;
+    if (!own.empty()) options.layers[0].look.levels = std::move(own);
+    options.layers[0].field = first.field;
+    for (Layer& layer : options.layers) {
+        layer.look.perFrame = first.look.perFrame;
+        layer.look.layout = first.look.layout;
+    }
+    if (std::all_of(options.layers.begin(), options.layers.end(),
+                    [](const Layer& layer) { return layer.hidden; }))
+        throw CLI::ValidationError("LAYER", "nothing is left to see where all are hidden");
+}
+
+void CheckOutput(const Options& options) {
     if (options.info || (options.pixel && options.output.empty())) return;
     if (options.output.empty()) throw CLI::RequiredError("-o OUT.png");
     if (!options.output.ends_with(".png")) {
@@ -229,6 +221,29 @@ void AddFrameOptions(CLI::App& app, FrameSelection& frames) {
     ranges->excludes(all);
 }
 
+// Enlarging from 2 on, shrinking from -2 down.
+int ParseZoom(const std::string& text) {
+    int zoom = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, zoom);
+    if (error != std::errc() || stop != end || zoom < -127 || zoom > 127)
+        throw CLI::ValidationError("--zoom", "'" + text + "' is not a whole number of -127 to 127");
+    return zoom;
+}
+
+void AddFieldOptions(CLI::App& app, FirstLayer& first) {
+    auto* fields = app.add_option("--fields", first.fields, "Weave two field pictures to the first layer")
+                       ->expected(2)
+                       ->allow_extra_args(false)
+                       ->option_text("EVEN ODD Excludes: --field");
+    const std::map<std::string, pzel_io::Field> names = {{"even", pzel_io::Field::Even},
+                                                         {"odd", pzel_io::Field::Odd}};
+    app.add_option("--field", first.field, "Show the even or the odd rows alone, each of them twice")
+        ->transform(CLI::CheckedTransformer(names).description(""))
+        ->type_name("FIELD")
+        ->excludes(fields);
+}
+
 void AddChannelOption(CLI::App& app, Channel& channel) {
     const std::map<std::string, Channel> channels = {{"all", Channel::All},
                                                      {"red", Channel::Red},
@@ -251,17 +266,22 @@ void AddChannelOption(CLI::App& app, Channel& channel) {
 
 std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
     Options options;
-    CLI::App app("Renders a picture, or frames of a stack or a video, to PNG files.", "pzel-render");
+    FirstLayer first;
+    Look& look = first.look;
+    std::vector<std::string> arguments;
+    CLI::App app("Renders a picture, or frames of a stack or a video, or several as layers, to PNG files.",
+                 "pzel-render");
     app.footer(kFooter);
     app.get_formatter()->column_width(34);
-    app.add_option("IN", options.input, "A picture, a stack or a video")->required()->type_name("");
+    app.add_option("LAYER", arguments, "A picture, a stack or a video, with @OPTIONS, see below")
+        ->type_name("");
     app.add_option("-o,--output", options.output, "The PNG file to write")->type_name("OUT.png");
     AddFrameOptions(app, options.frames);
-    AddParsed(app, "--levels", "LEVELS", "data, full, file, LOW:HIGH or PERCENT%, see below", options.levels,
+    AddParsed(app, "--levels", "LEVELS", "data, full, file, LOW:HIGH or PERCENT%, see below", look.levels,
               ParseLevels);
-    app.add_flag("--per-frame", options.perFrame, "Choose levels for each frame on its own");
-    AddChannelOption(app, options.channel);
-    app.add_option("--gamma", options.gamma, "Brighten (above 1) or darken (below 1) the middle")
+    app.add_flag("--per-frame", look.perFrame, "Choose levels for each frame on its own");
+    AddChannelOption(app, look.channel);
+    app.add_option("--gamma", look.gamma, "Brighten (above 1) or darken (below 1) the middle")
         ->check(CLI::Validator(
             [](const std::string& text) {
                 const double gamma = std::atof(text.c_str());
@@ -269,16 +289,19 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
             },
             ""))
         ->type_name("G");
-    app.add_flag("--invert", options.invert,
+    app.add_flag("--invert", look.invert,
                  "Show low values white (of y,u,v: the luminance; of hsi: the intensity)");
-    auto* bake = app.add_flag("--bake", options.bake, "Put levels and curve into the data, and show these");
-    app.add_flag("--to-yuv", options.toYuv, "Show a colour picture as y, u, v")->excludes(bake);
+    auto* bake = app.add_flag("--bake", look.bake, "Put levels and curve into the data, and show these");
+    app.add_flag("--to-yuv", look.toYuv, "Show a colour picture as y, u, v")->excludes(bake);
     AddParsed(app, "--pixel", "X,Y", "Tell the values of a pixel; -o may be left out", options.pixel,
               ParsePixel);
+    AddParsed(app, "--zoom", "N", "Enlarge N times (2 to 127), or shrink (-2 to -127)", options.zoom,
+              ParseZoom);
+    AddFieldOptions(app, first);
     AddParsed(app, "--area", "L,T,R,B", "Show only columns L to R of rows T to B", options.area, ParseArea);
     const std::map<std::string, pzel_io::Layout> layouts = {{"planar", pzel_io::Layout::Planar},
                                                             {"interleaved", pzel_io::Layout::Interleaved}};
-    app.add_option("--layout", options.layout,
+    app.add_option("--layout", look.layout,
                    "How pixels are kept: planar or interleaved (default); shows alike")
         ->transform(CLI::CheckedTransformer(layouts).description(""))
         ->type_name("LAYOUT");
@@ -286,12 +309,13 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
     app.add_flag("-q,--quiet", options.quiet, "No lines about the pictures that are written");
     try {
         app.parse(argc, argv);
-        CheckTogether(options);
+        SetLayers(options, arguments, first);
+        CheckOutput(options);
     } catch (const CLI::Success& success) {
         exitStatus = app.exit(success);
         return {};
     } catch (const CLI::ParseError& error) {
-        std::cerr << "pzel-render: " << error.what() << "\nUsage: pzel-render IN -o OUT.png [OPTIONS]\n"
+        std::cerr << "pzel-render: " << error.what() << "\nUsage: pzel-render LAYER... -o OUT.png [OPTIONS]\n"
                   << "       pzel-render --help tells more\n";
         exitStatus = kWrongOptions;
         return {};

@@ -6,31 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "apps/io/picture.h"
-#include "levels.h"
-
-/// Which channel is shown.
-enum class Channel {
-    All,
-    Red,
-    Green,
-    Blue,
-    Y,
-    U,
-    V,
-    Intensity,
-    Saturation,
-    Hue,
-    Hsi  ///< all, with levels of intensity, saturation and hue
-};
-
-/// Columns and rows to show, inclusive on all four sides.
-struct Area {
-    int left;
-    int top;
-    int right;
-    int bottom;
-};
+#include "layer.h"
 
 struct Pixel {
     int x;
@@ -50,19 +26,12 @@ struct FrameSelection {
 };
 
 struct Options {
-    std::string input;
-    std::string output;  ///< empty: no picture is written
+    std::vector<Layer> layers;  ///< 1 or more, the first one lowest
+    std::string output;         ///< empty: no picture is written
     FrameSelection frames;
-    std::vector<LevelSpec> levels;  ///< empty: not given
-    bool perFrame = false;
-    Channel channel = Channel::All;
-    double gamma = 1;
-    bool invert = false;
-    std::optional<Area> area;
-    std::optional<Pixel> pixel;
-    bool bake = false;
-    bool toYuv = false;
-    pzel_io::Layout layout = pzel_io::Layout::Interleaved;
+    std::optional<Area> area;    ///< of the picture of all layers
+    std::optional<Pixel> pixel;  ///< of the first layer
+    int zoom = 1;
     bool info = false;
     bool quiet = false;
 };

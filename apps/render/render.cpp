@@ -1,16 +1,26 @@
-// The road of a frame: file, image record, component, bitmap, PNG file. Reading and preparing are left to the
-// frame maker, showing to the view.
+// The road of a frame: files, image records, components, bitmap, PNG file. Reading and preparing are left to
+// the frame makers, showing to the views, putting together to the composition.
 #include "render.h"
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
+#include <deque>
 #include <iostream>
+#include <limits>
+#include <set>
+#include <utility>
 
 #include "apps/io/file_movie.h"
 #include "apps/io/png_writer.h"
-#include "frame_maker.h"
+#include "composition.h"
 #include "info.h"
+#include "opened_layer.h"
+#include "pzel/component/group.h"
+#include "pzel/display/vector.h"
+#include "pzel/image/arithmetic.h"
 #include "view.h"
 
 namespace {
@@ -20,6 +30,7 @@ using pzel_io::FileMovie;
 using pzel_io::PictureInfo;
 
 constexpr std::size_t kFewestDigits = 4;  // of a frame number in a file name
+constexpr std::size_t kPixelTextBytes = 128;
 
 std::filesystem::path NumberedName(const std::filesystem::path& output, std::uint32_t frame) {
     std::string number = std::to_string(frame);
@@ -53,96 +64,251 @@ class Progress {
 
 class Rendering {
   public:
-    Rendering(const Options& wishes, pzel_io::PictureSource& file)
-        : options(wishes), info(file.Info()), maker(wishes, file), ranges(wishes.frames.ranges) {
-        if (ranges.empty()) ranges = {{0, info.frames - 1}};
+    explicit Rendering(const Options& wishes) : options(wishes), ranges(wishes.frames.ranges) {
+        for (const Layer& layer : options.layers)
+            frames = std::max(frames, layers.emplace_back(layer).Info().frames);
+        CheckPlaces();
+        for (OpenedLayer& opened : layers) opened.Prepare();
+        CheckFrames();
+    }
+
+    void PrintInfo() {
+        for (OpenedLayer& opened : layers) {
+            if (&opened != &layers[0]) std::cout << "\n";
+            const std::uint32_t frame = opened.Info().frames == 1 ? 0 : ranges[0].first;
+            const pzel_io::OwnedImage image = opened.Make(frame);
+            ::PrintInfo(std::cout, opened.Info(), opened.Maker(), *image);
+        }
+    }
+
+    void RenderFrames() {
+        const ArrowTables tables;
+        std::vector<FileMovie::Layer> files;
+        for (OpenedLayer& opened : layers) {
+            files.push_back({opened.Info().file.string(), opened.Info().frames,
+                             [&opened](std::uint32_t frame) { return opened.Make(frame); }});
+        }
+        FileMovie file(std::move(files));
+        Movie& movie = file.GetMovie();
+        std::deque<View> views;
+        for (std::size_t i = 0; i < layers.size(); ++i)
+            views.emplace_back(file, i, layers[i].Maker(), layers[i].Info(), layers[i].layer, options.zoom);
+        Composition composition(movie, shown, options.zoom);
+        for (const FrameRange& range : ranges) movie.AddFrameRange({range.first, range.last});
+        const Progress progress(static_cast<std::uint32_t>(movie.GetRangesLength()));
+        std::uint32_t done = 0;
+        for (FrameIterator frame = movie.GetFrameIterator(); !frame.Done(); ++frame) {
+            progress.Show(done++);
+            const auto number = static_cast<std::uint32_t>(*frame);
+            file.GoTo(number);
+            for (View& view : views) view.Show();
+            const Picture picture = MakePicture(views, composition);
+            const std::filesystem::path output = Write(picture, number);
+            progress.Hide();
+            if (!options.quiet && !options.output.empty())
+                PrintLine(views, picture, number, done == 1, output);
+            if (options.pixel) PrintPixel(file, number);
+        }
+    }
+
+  private:
+    struct Picture {
+        ShownBitmap bitmap;
+        double milliseconds;
+    };
+
+    // The tables that arrows are drawn from.
+    struct ArrowTables {
+        ArrowTables() { VectorInit(); }
+        ~ArrowTables() { VectorTermination(); }
+        ArrowTables(const ArrowTables&) = delete;
+        ArrowTables& operator=(const ArrowTables&) = delete;
+    };
+
+    const PictureInfo& First() const { return layers[0].Info(); }
+
+    // What a composition is called where it is wrong itself: its output, if there is one.
+    std::filesystem::path NameOfPicture() const {
+        return layers.size() == 1 || options.output.empty() ? First().file.string() : options.output;
+    }
+
+    // A picture as it is needs no composing.
+    bool IsPlain() const {
+        const Layer& layer = layers[0].layer;
+        return layers.size() == 1 && !layer.IsOverlay() && layer.opacity == 1 && IsOneToOne();
+    }
+    bool IsOneToOne() const { return options.zoom > -2 && options.zoom < 2; }
+
+    // The rectangle of all that is visible, and what is asked for of it.
+    void CheckPlaces() {
+        std::optional<Area> all;
+        for (const OpenedLayer& opened : layers) {
+            if (opened.layer.hidden) continue;
+            const Area place = PlaceOf(opened.layer, opened.Info());
+            all = all ? UnionOf(*all, place) : place;
+        }
+        shown = *all;
+        if (options.area) {
+            CheckInside(options.area->right, options.area->bottom, shown, "the area goes", NameOfPicture());
+            shown = {all->left + options.area->left, all->top + options.area->top,
+                     all->left + options.area->right, all->top + options.area->bottom};
+            for (OpenedLayer& opened : layers) ShowPart(opened);
+        }
+        if (options.pixel)
+            CheckInside(options.pixel->x, options.pixel->y, PlaceOf(layers[0].layer, First()), "the pixel is",
+                        First().file);
+        if (IsPlain()) return;
+        for (const OpenedLayer& opened : layers) CheckReach(opened);
+        const std::string objection = Composition::Objection(shown, options.zoom);
+        if (!objection.empty()) throw FileError(NameOfPicture(), objection);
+    }
+
+    // The movie counts its columns and rows in 16 bits.
+    static void CheckReach(const OpenedLayer& opened) {
+        using Limits = std::numeric_limits<std::int16_t>;
+        const Area place = ShownPlace(opened);
+        if (place.right <= Limits::max() && place.bottom <= Limits::max()) return;
+        throw FileError(opened.Info().file, "would reach beyond column or row 32767 of the picture");
+    }
+
+    // Where a layer stands with the part of it that is shown.
+    static Area ShownPlace(const OpenedLayer& opened) {
+        const Layer& layer = opened.layer;
+        if (!layer.area) return PlaceOf(layer, opened.Info());
+        const Area& part = *layer.area;
+        return {layer.x + part.left, layer.y + part.top, layer.x + part.right, layer.y + part.bottom};
+    }
+
+    static void CheckInside(int x, int y, const Area& place, const char* what,
+                            const std::filesystem::path& name) {
+        if (x < WidthOf(place) && y < HeightOf(place)) return;
+        throw FileError(name, std::string(what) + " beyond the picture of " + std::to_string(WidthOf(place)) +
+                                  " x " + std::to_string(HeightOf(place)) + " pixels");
+    }
+
+    // Of a picture only the part is mapped that is asked for. Bits are taken whole, and converted where a
+    // part of them is all there is to see.
+    void ShowPart(OpenedLayer& opened) const {
+        const bool bits = opened.Info().type == DataBit;
+        if (opened.layer.IsOverlay() || (bits && layers.size() > 1)) return;
+        const Area place = PlaceOf(opened.layer, opened.Info());
+        const auto part = SharedPart(place, shown);
+        if (!part) return;
+        opened.layer.area = {part->left - place.left, part->top - place.top, part->right - place.left,
+                             part->bottom - place.top};
+    }
+
+    // Layers of one frame are shown with every frame of the others.
+    void CheckFrames() {
+        if (ranges.empty()) ranges = {{0, frames - 1}};
         for (const FrameRange& range : ranges) {
-            if (range.last >= info.frames) {
+            for (const OpenedLayer& opened : layers) {
+                const PictureInfo& info = opened.Info();
+                if (range.last < info.frames || (info.frames == 1 && frames > 1)) continue;
                 throw FileError(info.file, "has no frame " + std::to_string(range.last) +
                                                "; its frames are 0 to " + std::to_string(info.frames - 1));
             }
         }
     }
 
-    void PrintInfo() {
-        const pzel_io::OwnedImage image = maker.Make(ranges[0].first);
-        ::PrintInfo(std::cout, info, maker, *image);
+    Picture MakePicture(const std::deque<View>& views, Composition& composition) const {
+        if (IsPlain()) return {views[0].Bitmap(), views[0].Milliseconds()};
+        using Clock = std::chrono::steady_clock;
+        const Clock::time_point start = Clock::now();
+        const ShownBitmap& bitmap = composition.Draw();
+        std::chrono::duration<double, std::milli> spent = Clock::now() - start;
+        for (const View& view : views) spent += decltype(spent)(view.Milliseconds());
+        return {bitmap, spent.count()};
     }
 
-    void RenderFrames() {
-        CheckOutput();
-        FileMovie file(info.frames, info.file.string(),
-                       [this](std::uint32_t frame) { return maker.Make(frame); });
-        View view(file, maker, info, options);
-        Movie& movie = file.GetMovie();
-        for (const FrameRange& range : ranges) movie.AddFrameRange({range.first, range.last});
-        const Progress progress(static_cast<std::uint32_t>(movie.GetRangesLength()));
-        std::uint32_t done = 0;
-        for (FrameIterator frame = movie.GetFrameIterator(); !frame.Done(); ++frame) {
-            progress.Show(done++);
-            RenderFrame(view, static_cast<std::uint32_t>(*frame), done == 1, progress);
-        }
+    std::filesystem::path Write(const Picture& picture, std::uint32_t frame) const {
+        if (options.output.empty()) return {};
+        const std::filesystem::path output = options.frames.numbered ? NumberedName(options.output, frame)
+                                                                     : std::filesystem::path(options.output);
+        CheckOutput(output);
+        pzel_io::WritePng(output, picture.bitmap);
+        return output;
     }
 
-  private:
-    // The input must outlive a slip of the pen.
-    void CheckOutput() const {
+    // The inputs must outlive a slip of the pen.
+    void CheckOutput(const std::filesystem::path& output) const {
         std::error_code ignored;
-        if (std::filesystem::equivalent(options.input, options.output, ignored)) {
-            throw FileError(options.output, "is the input itself");
+        for (const OpenedLayer& opened : layers) {
+            for (const std::string& input : {opened.layer.file, opened.layer.oddField}) {
+                if (std::filesystem::equivalent(input, output, ignored))
+                    throw FileError(output, layers.size() > 1 ? "is an input itself" : "is the input itself");
+            }
         }
     }
 
-    void RenderFrame(View& view, std::uint32_t frame, bool first, const Progress& progress) {
-        view.Show(frame);
-        std::filesystem::path output = options.output;
-        if (!options.output.empty()) {
-            if (options.frames.numbered) output = NumberedName(output, frame);
-            pzel_io::WritePng(output, view.Bitmap());
-        }
-        progress.Hide();
-        if (!options.quiet && !options.output.empty()) PrintLine(view, frame, first, output);
-        if (options.pixel) PrintPixel(view, frame);
-    }
-
-    std::string NameOf(std::uint32_t frame) const {
+    static std::string NameOf(const PictureInfo& info, std::uint32_t frame) {
         const std::string name = info.file.string();
         if (info.frames == 1) return name;
         return name + " frame " + std::to_string(frame) + " of " + std::to_string(info.frames);
     }
 
-    void PrintLine(const View& view, std::uint32_t frame, bool first, const std::filesystem::path& output) {
-        char spent[32];
-        std::snprintf(spent, sizeof spent, "%.3f", view.Milliseconds());
-        const ShownBitmap& bitmap = view.Bitmap();
-        std::cout << NameOf(frame) << ": " << pzel_io::TypeName(info.type) << " x " << info.channels << " "
-                  << pzel_io::ModelName(info.model) << ", " << info.width << " x " << info.height
-                  << ", levels " << view.Levels() << ", " << bitmap.width << " x " << bitmap.height
-                  << " bitmap of " << bitmap.bits << (bitmap.bits == 1 ? " bit" : " bits") << " in " << spent
-                  << " ms -> " << output.string();
-        if (first) {
-            for (const std::string& line : maker.Conversions()) std::cout << "; " << line;
+    static void PrintLayer(const OpenedLayer& opened, const View& view, std::uint32_t frame) {
+        const PictureInfo& info = opened.Info();
+        const Layer& layer = opened.layer;
+        std::cout << NameOf(info, frame) << ": " << pzel_io::TypeName(info.type) << " x " << info.channels
+                  << " " << pzel_io::ModelName(info.model) << ", " << info.width << " x " << info.height
+                  << ", " << view.Text();
+        if (layer.opacity != 1) std::cout << ", opacity " << pzel_io::NumberText(layer.opacity);
+        if (layer.x != 0 || layer.y != 0) std::cout << ", at " << layer.x << "," << layer.y;
+        if (layer.hidden) std::cout << ", hidden";
+    }
+
+    void PrintLine(const std::deque<View>& views, const Picture& picture, std::uint32_t frame, bool first,
+                   const std::filesystem::path& output) const {
+        for (std::size_t i = 0; i < layers.size(); ++i) {
+            if (i > 0) std::cout << " + ";
+            PrintLayer(layers[i], views[i], frame);
         }
+        char spent[32];
+        std::snprintf(spent, sizeof spent, "%.3f", picture.milliseconds);
+        const ShownBitmap& bitmap = picture.bitmap;
+        std::cout << ", " << bitmap.width << " x " << bitmap.height << " bitmap of " << bitmap.bits
+                  << (bitmap.bits == 1 ? " bit" : " bits");
+        if (!IsOneToOne()) std::cout << " at zoom " << options.zoom;
+        std::cout << " in " << spent << " ms -> " << output.string();
+        if (first) PrintConversions();
         std::cout << std::endl;
     }
 
-    void PrintPixel(const View& view, std::uint32_t frame) const {
+    // Of a file that serves several layers once.
+    void PrintConversions() const {
+        std::set<std::string> told;
+        for (const OpenedLayer& opened : layers) {
+            for (std::string line : opened.Maker().Conversions()) {
+                if (layers.size() > 1) line = opened.Info().file.string() + ": " + line;
+                if (told.insert(line).second) std::cout << "; " << line;
+            }
+        }
+    }
+
+    // Of the file whose component input and output act on, which is the first one.
+    void PrintPixel(FileMovie& file, std::uint32_t frame) const {
         const Pixel at = *options.pixel;
-        std::cout << NameOf(frame) << ": pixel " << at.x << "," << at.y << ": " << view.PixelText(at.x, at.y)
-                  << std::endl;
+        const int layer = GetIOComponent(&file.GetMovie())->GetIndex();
+        Image& image = *file.Picture(static_cast<std::size_t>(layer)).GetCurrentImage();
+        // The text counts the bits of a byte from the right, pictures from the left.
+        constexpr int kOtherEnd = 7;
+        char text[kPixelTextBytes];
+        printData(&image, GetDataType(&image) == DataBit ? at.x ^ kOtherEnd : at.x, at.y, text);
+        std::cout << NameOf(First(), frame) << ": pixel " << at.x << "," << at.y << ": " << text << std::endl;
     }
 
     const Options& options;
-    const PictureInfo& info;
-    FrameMaker maker;
+    std::deque<OpenedLayer> layers;  // which stay where they are
     std::vector<FrameRange> ranges;
+    std::uint32_t frames = 1;  // of the longest layer
+    Area shown{};              // in the movie's columns and rows
 };
 
 }  // namespace
 
 void Run(const Options& options) {
-    const auto source = pzel_io::OpenPicture(options.input);
-    Rendering rendering(options, *source);
+    Rendering rendering(options);
     if (options.info) {
         rendering.PrintInfo();
     } else {

@@ -3,21 +3,20 @@
 // the right one. The levels of a frame that came with those of the one before are not set again.
 #include "view.h"
 
-#include <limits>
-#include <utility>
+#include <cstring>
 
 #include "apps/io/colour_copy.h"
 #include "pzel/bounds/bounds.h"
 #include "pzel/colour/convert_image.h"
+#include "pzel/component/group.h"
 #include "pzel/display/bitmap.h"
-#include "pzel/image/arithmetic.h"
+#include "pzel/display/boundary.h"
+#include "pzel/image/lifecycle.h"
 #include "tone_curve.h"
 
 namespace {
 
 using pzel_io::FileError;
-
-constexpr std::size_t kPixelTextBytes = 128;
 
 unsigned short ChannelMode(Channel channel) {
     switch (channel) {
@@ -49,66 +48,112 @@ void BakeChannels(Image& image, ToneCurve& curve) {
     ConvertImage(&image, &curve);
 }
 
+// Drawn lines as a boundary's upper edges.
+pzel_io::OwnedImage AsBoundary(const ShownBitmap& drawn) {
+    const auto width = static_cast<unsigned short>(drawn.width);
+    pzel_io::OwnedImage boundary(
+        NewImage(width, static_cast<unsigned short>(drawn.height), 2, DataBit, true));
+    SetImageType(boundary.get(), MajorBoundary);
+    ClearImage(boundary.get());
+    for (std::ptrdiff_t y = 0; y < drawn.height; ++y)
+        std::memcpy(boundary->data + y * boundary->rowBytes, drawn.pixels + y * drawn.rowBytes,
+                    static_cast<std::size_t>(boundary->rowBytes / 2));
+    return boundary;
+}
+
 }  // namespace
 
-View::View(pzel_io::FileMovie& frames, const FrameMaker& frameMaker, const pzel_io::PictureInfo& picture,
-           const Options& wishes)
-    : movie(frames), maker(frameMaker), info(picture), options(wishes), comp(frames.Picture()) {
-    movie.GetMovie().AttachObserver_All(this);
+View::View(pzel_io::FileMovie& frames, std::size_t index, const FrameMaker& frameMaker,
+           const pzel_io::PictureInfo& picture, const Layer& wishes, int zoom)
+    : movie(frames),
+      place(index),
+      maker(frameMaker),
+      info(picture),
+      layer(wishes),
+      comp(frames.Picture(index)),
+      hasLines(wishes.role == Role::Boundary || (wishes.role == Role::Vectors && zoom < -1)) {
+    comp.AttachObserver(this);
 }
 
 View::~View() {
-    movie.GetMovie().DetachObserver_All(this);
+    comp.DetachObserver(this);
 }
 
-void View::Show(std::uint32_t frame) {
-    movie.GoTo(frame);
-    if (std::exchange(frameArrived, false)) ShowArrived();
-    if (!drawn.pixels) throw FileError(info.file, "frame " + std::to_string(frame) + " gives no bitmap");
-}
-
-std::string View::Levels() const {
-    return LevelsText(GetLevels(comp), maker.Offset());
-}
-
-std::string View::PixelText(int x, int y) const {
-    Image& image = *comp.GetCurrentImage();
-    // The text counts the bits of a byte from the right, pictures from the left.
-    constexpr int kOtherEnd = 7;
-    char text[kPixelTextBytes];
-    printData(&image, GetDataType(&image) == DataBit ? x ^ kOtherEnd : x, y, text);
-    return text;
-}
-
-void View::Update(IComponent* source, int event, std::intptr_t) {
-    switch (event) {
-        case EventCurrentFrame: frameArrived |= source->IsMovieObj(); break;
-        case EventBlackWhite:
-        case EventRemapper: TakePicture(); break;
-        default: break;
+void View::Show() {
+    spent = {};
+    if (comp.flagsA & CompBitmapOutOfDate) {
+        if (!isSetUp) SetUp();
+        layer.IsOverlay() ? ShowOverlay() : ShowPicture();
     }
+    if (!drawn.pixels)
+        throw FileError(info.file,
+                        "frame " + std::to_string(movie.GetMovie().GetCurrentFrame()) + " gives no bitmap");
+}
+
+std::string View::Text() const {
+    if (!layer.IsOverlay()) return "levels " + LevelsText(GetLevels(comp), maker.Offset());
+    std::string text = RoleName(layer.role);
+    if (layer.threshold)
+        text += " of " + pzel_io::NumberText(layer.threshold->low) + ":" +
+                pzel_io::NumberText(layer.threshold->high);
+    if (layer.role == Role::Vectors) {
+        float low = 0;
+        float longest = 0;
+        GetBound(comp.GetCurrentImage(), &low, &longest, 0);
+        text += " of up to " + pzel_io::NumberText(static_cast<double>(longest));
+    }
+    return text + " in " + ColourName(layer.colour);
+}
+
+void View::Update(IComponent*, int event, std::intptr_t) {
+    if (event == EventBlackWhite || event == EventRemapper) TakePicture();
 }
 
 // What the first bitmap must know.
 void View::SetUp() {
-    comp.flagsA |= ChannelMode(options.channel);
-    if (options.area) {
-        const Area& area = *options.area;
+    comp.flagsA |= ChannelMode(layer.look.channel);
+    if (layer.area) {
+        const Area& area = *layer.area;
         comp.dataArea =
             new SRect{static_cast<std::int16_t>(area.left), static_cast<std::int16_t>(area.right),
                       static_cast<std::int16_t>(area.top), static_cast<std::int16_t>(area.bottom)};
         comp.flagsA |= CompExtentDataArea;
     }
+    if (hasLines) PlaceLines();
+    Comp& shown = hasLines ? *lines : comp;
+    shown.x = static_cast<std::int16_t>(layer.x);
+    shown.y = static_cast<std::int16_t>(layer.y);
+    shown.SetOpacity(static_cast<float>(layer.opacity));
+    shown.SetVisible(!layer.hidden);
+    if (layer.IsOverlay()) shown.overlayColour = static_cast<std::uint8_t>(layer.colour);
     CheckBitmap();
     isSetUp = true;
+}
+
+// The movie has lines where the file has a mask, or arrows of which a shrinking zoom would leave dots.
+void View::PlaceLines() {
+    lines.reset(AllocComp(1));
+    lines->frameCount = comp.frameCount;
+    SetComponent(&movie.GetMovie(), static_cast<int>(place), lines.get());
+}
+
+void View::DrawLines() {
+    const bool outline = layer.role == Role::Boundary;
+    const pzel_io::OwnedImage drawing = outline ? pzel_io::OwnedImage(MaskToBoundary(comp.GetCurrentImage()))
+                                                : AsBoundary(comp.GetShownBitmap());
+    CleanupImage(lines->GetCurrentImage());
+    TransferImage(lines->GetCurrentImage(), drawing.get());
+    lines->ComputeBitmap(-1);
 }
 
 // Bitmap rows count their bytes in 16 bits.
 void View::CheckBitmap() {
     const int bits = comp.ComputeBmpBits();
-    if (bits == 0)
-        throw FileError(info.file,
-                        "a picture of " + std::to_string(info.channels) + " channels cannot be shown");
+    if (bits == 0) {
+        throw FileError(info.file, "a picture of " + std::to_string(info.channels) +
+                                       " channels cannot be shown" +
+                                       (info.channels == 2 ? "; @vectors shows it as arrows" : ""));
+    }
     unsigned short x, y, width, height;
     comp.GetValidDataArea(x, y, width, height);
     const int rowBytes = (width * bits + 7) / 8;
@@ -119,18 +164,24 @@ void View::CheckBitmap() {
     }
 }
 
-void View::ShowArrived() {
-    if (!isSetUp) SetUp();
-    comp.flagsA |= CompBitmapOutOfDate;
+void View::ShowOverlay() {
+    Change([&] {
+        comp.ComputeBitmap(-1);
+        if (hasLines) DrawLines();
+        TakePicture();
+    });
+}
+
+void View::ShowPicture() {
     if (IsJoint()) comp.SwitchMapingMode(comp.GetNumbChannels());
     SetLevels();
     const Image& image = *comp.GetCurrentImage();
-    const bool inverted = options.invert != info.lowIsWhite;
-    const bool curved = GetDataType(&image) != DataBit && (inverted || options.gamma != 1);
-    if (options.bake) {
+    const bool inverted = layer.look.invert != info.lowIsWhite;
+    const bool curved = GetDataType(&image) != DataBit && (inverted || layer.look.gamma != 1);
+    if (layer.look.bake) {
         Bake();
     } else if (curved && !comp.GetRemapper()) {
-        auto* curve = new ToneCurve(options.gamma, inverted, CurveModel(image));
+        auto* curve = new ToneCurve(layer.look.gamma, inverted, CurveModel(image));
         // It comes after the switch of the display, which it would have been told of.
         curve->SetMode(IsJoint() ? 1 : 0, 1);
         Change([&] { comp.SetRemapper(curve); });
@@ -155,7 +206,7 @@ void View::SetLevels() {
 // The data take over what the levels and the curve do to them, and are shown with their full scale.
 void View::Bake() {
     Image& image = *comp.GetCurrentImage();
-    ToneCurve curve(options.gamma, options.invert != info.lowIsWhite, CurveModel(image));
+    ToneCurve curve(layer.look.gamma, layer.look.invert != info.lowIsWhite, CurveModel(image));
     if (IsJoint()) {
         BakeJoint(image, curve);
     } else {
@@ -177,5 +228,5 @@ void View::Change(const std::function<void()>& step) {
 
 void View::TakePicture() {
     spent = Clock::now() - start;
-    drawn = comp.GetShownBitmap();
+    drawn = (hasLines ? *lines : comp).GetShownBitmap();
 }

@@ -1,60 +1,67 @@
-// What a window is to an interactive host: it watches a movie and its component and has the picture that the
-// component drew last. Levels and tone curve are set through the component, which redraws and says so.
+// What a window is to an interactive host, for one layer: it watches the layer's component and has the
+// picture that this drew last. Levels and tone curve are set through the component, which redraws and says
+// so.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "apps/io/file_movie.h"
 #include "frame_maker.h"
-#include "options.h"
+#include "layer.h"
 
 class View final : public Observer {
   public:
-    /// All must live as long as this; `maker` makes the movie's frames.
-    View(pzel_io::FileMovie& movie, const FrameMaker& maker, const pzel_io::PictureInfo& info,
-         const Options& options);
+    /// All must live as long as this; `frameMaker` makes the frames of layer `index` of the movie, which will
+    /// be shown at `zoom`.
+    View(pzel_io::FileMovie& frames, std::size_t index, const FrameMaker& frameMaker,
+         const pzel_io::PictureInfo& picture, const Layer& wishes, int zoom);
     ~View();
     View(const View&) = delete;
     View& operator=(const View&) = delete;
 
-    /// Goes to a frame and has it drawn.
-    /// @throws pzel_io::FileError for a frame that cannot be read or shown
-    void Show(std::uint32_t frame);
+    /// Has the movie's current frame drawn, unless it is the one that was drawn last.
+    /// @throws pzel_io::FileError for a frame that cannot be shown
+    void Show();
 
     /// The picture that was drawn last; it is the component's.
     const ShownBitmap& Bitmap() const { return drawn; }
-    /// What the mapping of that picture took.
+    /// What the mapping of the movie's current frame took.
     double Milliseconds() const { return spent.count(); }
-    /// Its levels, in the picture's values.
-    std::string Levels() const;
-    /// The values of a pixel of the image that is shown, before mapping.
-    std::string PixelText(int x, int y) const;
+    /// What is shown of the file's values: levels in the picture's values, or what they are shown as.
+    std::string Text() const;
 
-    /// Notes that a frame has come, and takes the picture when the component has drawn itself.
+    /// Takes the picture when the component has drawn itself.
     void Update(IComponent* source, int event, std::intptr_t param) override;
 
   private:
     using Clock = std::chrono::steady_clock;
 
     void SetUp();
+    void PlaceLines();
+    void DrawLines();
     void CheckBitmap();
-    void ShowArrived();
+    void ShowPicture();
+    void ShowOverlay();
     void SetLevels();
     void Bake();
     void Change(const std::function<void()>& step);
     void TakePicture();
-    bool IsJoint() const { return options.channel == Channel::Hsi; }
+    bool IsJoint() const { return layer.look.channel == Channel::Hsi; }
 
     pzel_io::FileMovie& movie;
+    std::size_t place;  // in the movie
     const FrameMaker& maker;
     const pzel_io::PictureInfo& info;
-    const Options& options;
-    Comp& comp;
+    const Layer& layer;
+    Comp& comp;  // the file's
+    // Stand for the file's in the movie, where that is shown as lines.
+    std::unique_ptr<Comp, pzel_io::Releaser> lines;
+    bool hasLines;
     bool isSetUp = false;
-    bool frameArrived = false;
     ShownBitmap drawn{};
     Clock::time_point start;
     std::chrono::duration<double, std::milli> spent{};

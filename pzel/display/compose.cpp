@@ -1,11 +1,15 @@
-// Which components of a movie show, where, and as what; the drawing is draw().
+// Which components of a movie show, where, and through which door of overlay.h.
 #include "pzel/display/compose.h"
 
 #include <algorithm>
+#include <array>
+#include <span>
+#include <vector>
 
 #include "pzel/component/comp.h"
 #include "pzel/component/data_area.h"
 #include "pzel/component/movie.h"
+#include "pzel/display/bitmap.h"
 #include "pzel/display/draw.h"
 
 namespace pzel {
@@ -13,28 +17,108 @@ namespace pzel {
 namespace {
 
 constexpr std::uint8_t kPlainBits = 255;  // the overlay colour of bits that are a picture, not a mask
+constexpr std::uint8_t kBlack = 0, kWhite = 255;
 
-BgrColour OverlayColour(const BgrColour* colours, std::uint8_t entry) {
-    constexpr BgrColour standard[] = {{255, 255, 255}, {0, 0, 255},   {0, 255, 0},  {255, 0, 0},
-                                      {0, 255, 255},   {255, 255, 0}, {255, 0, 255}};
-    if (colours) return colours[entry];
-    return standard[entry < std::size(standard) ? entry : 0];
+constexpr auto kOverlayColours = [] {
+    std::array<BgrColour, 256> colours{};
+    colours.fill({255, 255, 255});
+    constexpr BgrColour named[] = {{0, 0, 255},   {0, 255, 0},   {255, 0, 0},
+                                   {0, 255, 255}, {255, 255, 0}, {255, 0, 255}};
+    std::copy(std::begin(named), std::end(named), colours.begin() + 1);
+    return colours;
+}();
+
+std::uint8_t LuminanceOf(const BgrColour& colour) {
+    return static_cast<std::uint8_t>((114 * colour.blue + 587 * colour.green + 299 * colour.red + 500) /
+                                     1000);
 }
 
-SourceKind KindOf(Comp& comp, int bits) {
+enum class Kind { Picture, Bits, Mask, Boundary };
+
+Kind KindOf(Comp& comp, int bits) {
+    if (bits != 1) return Kind::Picture;
     switch (comp.GetCompMType()) {
-        case MajorBoundary: return SourceKind::Boundary;
-        case MajorVector: return SourceKind::Mask;
-        default: break;
+        case MajorBoundary: return Kind::Boundary;
+        case MajorVector: return Kind::Mask;
+        default: return comp.overlayColour == kPlainBits ? Kind::Bits : Kind::Mask;
     }
-    if (bits == 24) return SourceKind::Pixels;
-    if (bits == 8) return SourceKind::Entries;
-    return comp.overlayColour == kPlainBits ? SourceKind::Bits : SourceKind::Mask;
 }
 
-bool IsShown(Comp& comp, const SRect& area) {
+/// What is drawn into, and how: depth, zoom and the colours of overlays.
+class Canvas {
+  public:
+    Canvas(const BitmapDestination& destination, int bitsPerPixel, signed char zoomOfBoth,
+           const BgrColour* overlayColours)
+        : to(destination),
+          bits(bitsPerPixel),
+          zoom(zoomOfBoth),
+          colours(overlayColours ? overlayColours : kOverlayColours.data()) {}
+
+    void Draw(Comp& comp, const BitmapSource& source, int sourceBits) const {
+        switch (KindOf(comp, sourceBits)) {
+            case Kind::Picture: return DrawPicture(source, sourceBits, comp.transparency);
+            case Kind::Bits: return DrawBits(source, comp.transparency);
+            case Kind::Mask:
+                return DisplayMask(to, source, zoom, zoom, bits, Entry(comp), colours, comp.transparency);
+            case Kind::Boundary: return DrawBoundary(source, comp);
+        }
+    }
+
+  private:
+    void DrawPicture(const BitmapSource& source, int sourceBits, int transparency) const {
+        const bool toColour = sourceBits == 8 && bits == 24;
+        if (transparency == 0) {
+            toColour ? CopyBitmap8To24(to, source, zoom, zoom, nullptr)
+                     : CopyBitmap(to, source, zoom, zoom, bits);
+        } else {
+            toColour ? AddTransparentBitmap8To24(to, source, zoom, zoom, nullptr, transparency)
+                     : AddTransparentBitmap(to, source, zoom, zoom, bits, transparency);
+        }
+    }
+
+    void DrawBits(const BitmapSource& source, int transparency) const {
+        if (transparency != 0)
+            return AddTransparentBitTo(to, source, zoom, zoom, bits, kBlack, kWhite, nullptr, transparency);
+        switch (bits) {
+            case 1: return CopyBitTo1(to, source, zoom, zoom);
+            case 8: return CopyBitTo8(to, source, zoom, zoom, kBlack, kWhite);
+            default: return CopyBitTo24(to, source, zoom, zoom, {0, 0, 0}, {255, 255, 255});
+        }
+    }
+
+    void DrawBoundary(const BitmapSource& source, const Comp& comp) const {
+        if (comp.transparency != 0) return DrawThinBoundary(source, comp);
+        switch (bits) {
+            case 1: return AddBoundaryTo1(to, source, zoom, zoom);
+            case 8: return AddBoundaryTo8(to, source, zoom, zoom, Entry(comp));
+            default: return AddBoundaryTo24(to, source, zoom, zoom, colours[comp.overlayColour]);
+        }
+    }
+
+    /// Lines that the picture shines through: collected as a mask, which can be shown so.
+    void DrawThinBoundary(const BitmapSource& source, const Comp& comp) const {
+        const int rowBytes = (to.width + 7) / 8;
+        std::vector<unsigned char> lines(static_cast<std::size_t>(rowBytes) * to.height);
+        AddBoundaryTo1({lines.data(), rowBytes, to.width, to.height}, source, zoom, zoom);
+        DisplayMask(to, {lines.data(), rowBytes, to.width, to.height}, 1, 1, bits, Entry(comp), colours,
+                    comp.transparency);
+    }
+
+    /// What the doors take for a component's colour: an entry of the colours, or a grey.
+    unsigned char Entry(const Comp& comp) const {
+        return bits == 8 ? LuminanceOf(colours[comp.overlayColour]) : comp.overlayColour;
+    }
+
+    BitmapDestination to;
+    int bits;
+    signed char zoom;
+    const BgrColour* colours;
+};
+
+bool IsShown(Comp& comp, const SRect& area, int bitsPerPixel) {
     const SRect place = comp.GetCompExtent();
-    return comp.IsVisible() && comp.transparency < kInvisible && comp.ComputeBmpBits() != 0 &&
+    const int bits = comp.ComputeBmpBits();
+    return comp.IsVisible() && comp.transparency < kInvisible && bits != 0 && bits <= bitsPerPixel &&
            place.left <= area.right && place.right >= area.left && place.top <= area.bottom &&
            place.bottom >= area.top;
 }
@@ -42,9 +126,9 @@ bool IsShown(Comp& comp, const SRect& area) {
 /// An opaque picture over all of the area. With a flat comp only part of the place may be drawn.
 bool HidesAll(Comp& comp, const SRect& area) {
     const SRect place = comp.GetCompExtent();
-    const SourceKind kind = KindOf(comp, comp.ComputeBmpBits());
-    return kind != SourceKind::Mask && kind != SourceKind::Boundary && comp.transparency == 0 &&
-           !comp.flatComp && place.left <= area.left && place.right >= area.right && place.top <= area.top &&
+    const Kind kind = KindOf(comp, comp.ComputeBmpBits());
+    return (kind == Kind::Picture || kind == Kind::Bits) && comp.transparency == 0 && !comp.flatComp &&
+           place.left <= area.left && place.right >= area.right && place.top <= area.top &&
            place.bottom >= area.bottom;
 }
 
@@ -65,24 +149,20 @@ int ZoomedSize(int size, signed char zoom) {
     return zoom >= 2 ? size * zoom : (size + std::max(-int(zoom), 1) - 1) / std::max(-int(zoom), 1);
 }
 
-void DrawComponent(Comp& comp, const BitmapDestination& destination, const SRect& area, signed char zoom,
-                   const BgrColour* colours) {
+void DrawComponent(Comp& comp, const Canvas& canvas, const SRect& area, signed char zoom, int bitsPerPixel) {
     if (!comp.bitmap || (comp.flagsA & CompBitmapOutOfDate)) comp.ComputeBitmap(-1);
     const ShownBitmap shown = comp.GetShownBitmap();
-    if (!shown.pixels) return;
-    const SourceKind kind = KindOf(comp, shown.bits);
+    const bool fits = shown.bits == 1 || shown.bits == 8 || shown.bits == bitsPerPixel;
+    if (!shown.pixels || !fits || shown.bits > bitsPerPixel) return;
     // Bitmaps of pictures start where the component's image does; overlays start with what they show of it.
     const bool picture = comp.GetCompMType() == MajorPicture;
     const SRect place = comp.GetCompExtent();
     const Start x((picture ? comp.x + comp.bmpLeft : place.left) - area.left, zoom);
     const Start y((picture ? comp.y + comp.bmpTop : place.top) - area.top, zoom);
-    const BitmapSource source{shown.pixels, shown.rowBytes, shown.width, shown.height,
-                              x.place,      y.place,        x.skipped,   y.skipped};
-    Ink<BgrColour> ink;
-    ink.colour =
-        kind == SourceKind::Bits ? BgrColour{255, 255, 255} : OverlayColour(colours, comp.overlayColour);
-    ink.transparency = comp.transparency;
-    draw(destination, source, kind, Zoom{zoom, zoom}, ink);
+    canvas.Draw(
+        comp,
+        {shown.pixels, shown.rowBytes, shown.width, shown.height, x.place, y.place, x.skipped, y.skipped},
+        shown.bits);
 }
 
 }  // namespace
@@ -90,17 +170,19 @@ void DrawComponent(Comp& comp, const BitmapDestination& destination, const SRect
 }  // namespace pzel
 
 void ComposeMovie(Movie* movie, const BitmapDestination& destination, const SRect& area, signed char zoom,
-                  const BgrColour* overlayColours) {
+                  const BgrColour* overlayColours, int bitsPerPixel) {
+    if (ComputeBmpLineBytes(1, bitsPerPixel) == 0) return;
     BitmapDestination part = destination;
     part.width = std::min(part.width, pzel::ZoomedSize(pzel::widthOf(area), zoom));
     part.height = std::min(part.height, pzel::ZoomedSize(pzel::heightOf(area), zoom));
     if (part.width <= 0 || part.height <= 0) return;
-    Comp** const children = movie->GetChildren();
-    const int count = movie->GetNumbChildren();
-    int first = 0;
-    for (int i = count - 1; i > 0 && first == 0; --i)
-        if (pzel::IsShown(*children[i], area) && pzel::HidesAll(*children[i], area)) first = i;
-    for (int i = first; i < count; ++i)
-        if (pzel::IsShown(*children[i], area))
-            pzel::DrawComponent(*children[i], part, area, zoom, overlayColours);
+    std::vector<Comp*> shown;
+    for (Comp* comp : std::span(movie->GetChildren(), movie->GetNumbChildren()))
+        if (pzel::IsShown(*comp, area, bitsPerPixel)) shown.push_back(comp);
+    // What an opaque picture hides need not be drawn.
+    const auto hiding =
+        std::find_if(shown.rbegin(), shown.rend(), [&](Comp* comp) { return pzel::HidesAll(*comp, area); });
+    if (hiding != shown.rend()) shown.erase(shown.begin(), hiding.base() - 1);
+    const pzel::Canvas canvas(part, bitsPerPixel, zoom, overlayColours);
+    for (Comp* comp : shown) pzel::DrawComponent(*comp, canvas, area, zoom, bitsPerPixel);
 }

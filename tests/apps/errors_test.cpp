@@ -97,39 +97,65 @@ TEST_F(ErrorsTest, RefusesOptionsThatDoNotFitTheFile) {
     const std::string yuv = DicomSample("SC_ybr_full_422_uncompressed.dcm");
     ExpectRefused({yuv, "-o", out, "--bake", "--gamma", "2"}, yuv, "cannot be baked");
     ExpectRefused({grey, "-o", Path("no/out.png")}, Path("no/out.png"), "cannot be written");
+
+    ExpectRefused({colour + "@mask", "-o", out}, colour, "no mask");
+    ExpectRefused({grey, Path("longs.tif") + "@vectors", "-o", out}, Path("longs.tif"), "this has 3");
+    ExpectRefused({Path("bits.tif") + "@threshold=0:1", "-o", out}, Path("bits.tif"), "no threshold");
+    const std::string dose = DicomSample("rtdose.dcm");
+    ExpectRefused({dose + "@boundary", "-o", out}, dose, "threshold=LOW:HIGH");
+    ExpectRefused({grey, dose, "-o", out, "--frame", "15"}, dose, "no frame 15");
+    ExpectRefused({grey, colour + "@+32700+0", "-o", out}, colour, "beyond column or row 32767");
+    ExpectRefused({grey, "-o", out, "--zoom", "127"}, grey, "65024 x 65024");
+    ExpectRefused({grey, grey + "@+3+0", "-o", out, "--area", "0,0,515,5"}, out, "515 x 512");
+    ExpectRefused({"--fields", grey, colour, "-o", out}, colour, "does not fit the even field");
+    WritePicture<std::uint8_t>(Path("row.png"), {Shown(5, 1, 1)});
+    ExpectRefused({Path("row.png"), "-o", out, "--field", "odd"}, Path("row.png"), "no odd field");
     std::filesystem::copy(grey, Path("own.png"));
+    ExpectRefused({colour, Path("own.png") + "@0.5", "-o", Path("own.png")}, Path("own.png"), "an input");
+    ExpectRefused({"--fields", grey, Path("own.png"), "-o", Path("own.png")}, Path("own.png"),
+                  "input itself");
     ExpectRefused({Path("own.png"), "-o", Path("own.png")}, Path("own.png"), "input itself");
 }
 
 TEST_F(ErrorsTest, AnswersWrongOptionsWithUsage) {
     const std::string grey = PictureSample("moon.png");
     const std::string out = Path("out.png");
-    const std::vector<std::vector<std::string>> wrong = {
-        {},
-        {grey},
-        {"-o", out},
-        {grey, "-o", Path("out.jpg")},
-        {grey, "-o", out, "--colour"},
-        {grey, "-o", out, "--levels", "9:1"},
-        {grey, "-o", out, "--levels", "most"},
-        {grey, "-o", out, "--levels", "50%"},
-        {grey, "-o", out, "--gamma", "0"},
-        {grey, "-o", out, "--area", "3,2,1,9"},
-        {grey, "-o", out, "--area", "1,2,3"},
-        {grey, "-o", out, "--frames", "5-2"},
-        {grey, "-o", out, "--frame", "1", "--all"},
-        {grey, "-o", out, "--channel", "x"},
-        {grey, "-o", out, "--ranges", "3-2"},
-        {grey, "-o", out, "--ranges", "1-2,,3"},
-        {grey, "-o", out, "--ranges", "0", "--all"},
-        {grey, "--pixel", "1"},
-        {grey, "-o", out, "--to-yuv", "--bake"},
-        {grey, "-o", out, "--to-yuv", "--channel", "red"},
-        {grey, "-o", out, "--channel", "hsi", "--levels", "1%"},
-        {grey, "-o", out, "--channel", "hsi", "--levels", "0:9"}};
+    std::vector<std::vector<std::string>> wrong = {{},
+                                                   {grey},
+                                                   {"-o", out},
+                                                   {grey, "-o", Path("out.jpg")},
+                                                   {grey, "-o", out, "--colour"},
+                                                   {grey, "-o", out, "--levels", "9:1"},
+                                                   {grey, "-o", out, "--levels", "most"},
+                                                   {grey, "-o", out, "--levels", "50%"},
+                                                   {grey, "-o", out, "--gamma", "0"},
+                                                   {grey, "-o", out, "--area", "3,2,1,9"},
+                                                   {grey, "-o", out, "--area", "1,2,3"},
+                                                   {grey, "-o", out, "--frames", "5-2"},
+                                                   {grey, "-o", out, "--frame", "1", "--all"},
+                                                   {grey, "-o", out, "--channel", "x"},
+                                                   {grey, "-o", out, "--ranges", "3-2"},
+                                                   {grey, "-o", out, "--ranges", "1-2,,3"},
+                                                   {grey, "-o", out, "--ranges", "0", "--all"},
+                                                   {grey, "--pixel", "1"},
+                                                   {grey, "-o", out, "--to-yuv", "--bake"},
+                                                   {grey, "-o", out, "--to-yuv", "--channel", "red"},
+                                                   {grey, "-o", out, "--channel", "hsi", "--levels", "1%"},
+                                                   {grey, "-o", out, "--channel", "hsi", "--levels", "0:9"},
+                                                   {grey, "-o", out, "--zoom", "128"},
+                                                   {grey, "-o", out, "--field", "third"},
+                                                   {grey, "-o", out, "--fields", grey},
+                                                   {grey + "@mask", "-o", out, "--invert"},
+                                                   {grey + "@levels=1:2", "-o", out, "--levels", "1:2"},
+                                                   {grey + "@hidden", "-o", out}};
+    for (const char* options :
+         {"1.5", "-0.1", "nan", "red,blue", "mask,boundary", "0.1,0.2", "+1", "+1+2,+1+2", "+1+", "+40000+0",
+          "threshold=9:1", "threshold=5", "threshold=1:2,vectors", "levels=9:1", "levels=", "levels=1%,mask",
+          "colour", "mask,"})
+        wrong.push_back({grey + "@" + options, "-o", out});
     for (const auto& arguments : wrong) {
         const Outcome run = Render(arguments);
-        EXPECT_EQ(run.status, 2) << testing::PrintToString(arguments);
+        EXPECT_EQ(run.status, 2) << testing::PrintToString(arguments) << run.err;
         EXPECT_NE(run.err.find("Usage:"), std::string::npos) << run.err;
     }
     EXPECT_EQ(Files(), std::vector<std::string>{});

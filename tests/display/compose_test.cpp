@@ -13,6 +13,7 @@ namespace {
 
 struct Pixel {
     int blue, green, red;
+    int luminance() const { return (114 * blue + 587 * green + 299 * red + 500) / 1000; }
 };
 
 Ref<Comp> layer(Random& random, int type, int channels) {
@@ -57,6 +58,25 @@ bool shownAt(Comp& comp, int x, int y, Pixel& out) {
     return true;
 }
 
+int depthOf(const Comp& comp) {
+    return GetDataType(comp.images) == DataBit ? 1 : 8 * comp.images->channels;
+}
+
+/// Lays what a component shows over a pixel of a row.
+void layOver(u8* row, int x, int bits, const Comp& comp, const Pixel& drawn) {
+    const int t = comp.transparency;
+    const auto blend = [&](u8& to, int from) { to = u8((from * (128 - t) + to * t + 64) / 128); };
+    if (bits == 1 && t < 64) {
+        const int bit = 0x80 >> x % 8;
+        row[x / 8] = u8(drawn.luminance() ? row[x / 8] | bit : row[x / 8] & ~bit);
+    } else if (bits == 8) {
+        blend(row[x], drawn.luminance());
+    } else if (bits == 24) {
+        const int colour[] = {drawn.blue, drawn.green, drawn.red};
+        for (int c = 0; c < 3; ++c) blend(row[3 * x + c], colour[c]);
+    }
+}
+
 TEST(ComposeMovie, IsWhatEveryPixelOfEveryLayerSays) {
     Random random(21);
     for (int round = 0; round < 3000; ++round) {
@@ -73,28 +93,51 @@ TEST(ComposeMovie, IsWhatEveryPixelOfEveryLayerSays) {
         const int areaWidth = ((area.right - area.left) / step + 1) * repeat,
                   areaHeight = ((area.bottom - area.top) / step + 1) * repeat;
         const u16 width = u16(random(0, 40)), height = u16(random(0, 40));
-        const int rowBytes = 3 * width + 2;
+        const u8 bits = u8(random.pick({1, 8, 24}));
+        const int rowBytes = (width * bits + 7) / 8 + 2;
         Guarded target(std::size_t(rowBytes) * height);
         Bytes expected = target.bytes();
         for (int j = 0; j < std::min<int>(height, areaHeight); ++j) {
             for (int i = 0; i < std::min<int>(width, areaWidth); ++i) {
-                u8* pixel = &expected[std::size_t(j * rowBytes + 3 * i)];
                 for (int k = 0; k < count; ++k) {
                     Comp& comp = *movie->GetChildren()[k];
                     Pixel drawn;
-                    if (!comp.IsVisible() ||
-                        !shownAt(comp, area.left + i / repeat * step, area.top + j / repeat * step, drawn))
-                        continue;
-                    const int t = comp.transparency, colour[] = {drawn.blue, drawn.green, drawn.red};
-                    for (int c = 0; c < 3; ++c)
-                        pixel[c] = u8((colour[c] * (128 - t) + pixel[c] * t + 64) / 128);
+                    if (comp.IsVisible() && depthOf(comp) <= bits &&
+                        shownAt(comp, area.left + i / repeat * step, area.top + j / repeat * step, drawn))
+                        layOver(&expected[std::size_t(j * rowBytes)], i, bits, comp, drawn);
                 }
             }
         }
         ComposeMovie(movie.get(), {target.data(), rowBytes, width, height}, area,
-                     static_cast<signed char>(zoom), nullptr);
+                     static_cast<signed char>(zoom), nullptr, bits);
         ASSERT_TRUE(target.intact());
-        ASSERT_EQ(target.bytes(), expected) << "round " << round << " zoom " << zoom;
+        ASSERT_EQ(target.bytes(), expected) << "round " << round << " zoom " << zoom << " bits " << int(bits);
+    }
+}
+
+TEST(ComposeMovie, IsTheBitmapOfASingleOpaqueComponent) {
+    Random random(23);
+    for (int round = 0; round < 60; ++round) {
+        const int kind = round % 3;
+        const Ref<Comp> comp = layer(random, kind == 0 ? DataBit : DataUInt8, kind == 2 ? 3 : 1);
+        comp->SetVisible(true);
+        comp->transparency = 0;
+        comp->overlayColour = 255;
+        const Ref<Movie> movie(new Movie);
+        movie->AddChild(comp.get());
+        comp->ComputeBitmap(-1);
+        const ShownBitmap shown = comp->GetShownBitmap();
+        const int rowBytes = (shown.width * shown.bits + 7) / 8;
+        Guarded target(std::size_t(rowBytes) * shown.height);
+        ComposeMovie(movie.get(), {target.data(), rowBytes, shown.width, shown.height}, comp->GetCompExtent(),
+                     1, nullptr, shown.bits);
+        ASSERT_TRUE(target.intact());
+        for (int i = 0; i < shown.height * shown.width * shown.bits; ++i) {
+            const int y = i / (shown.width * shown.bits), bit = i % (shown.width * shown.bits);
+            const u8 differing =
+                u8(target.data()[y * rowBytes + bit / 8] ^ shown.pixels[y * shown.rowBytes + bit / 8]);
+            ASSERT_FALSE(differing & 0x80 >> bit % 8) << shown.bits << " bits, " << bit << ',' << y;
+        }
     }
 }
 
@@ -121,21 +164,24 @@ TEST(ComposeMovie, ComputesWhatIsOutOfDateAndDrawsOutlines) {
     outline->overlayColour = 2;
     movie->AddChild(outline.get());
 
-    const auto compose = [&] {
-        Guarded target(6 * 4 * 3);
-        ComposeMovie(movie.get(), {target.data(), 18, 6, 4}, {0, 5, 0, 3}, 1, nullptr);
+    const auto compose = [&](u8 bytes, int transparency) {
+        outline->transparency = u8(transparency);
+        Guarded target(std::size_t(24) * bytes);
+        ComposeMovie(movie.get(), {target.data(), 6 * bytes, 6, 4}, {0, 5, 0, 3}, 1, nullptr, 8 * bytes);
         for (int i = 0; i < 24; ++i) {
-            const bool line = i == 7 || i == 16;
-            const u8 grey = cover->images->data[i];
-            EXPECT_EQ(target.data()[3 * i + 1], line ? 255 : grey) << i;
-            EXPECT_EQ(target.data()[3 * i], line ? 0 : grey) << i;
+            const int grey = cover->images->data[i], t = i == 7 || i == 16 ? transparency : 128;
+            const int green[] = {bytes == 1 ? Pixel{0, 255, 0}.luminance() : 0, 255, 0};
+            for (int c = 0; c < bytes; ++c)
+                EXPECT_EQ(target.data()[bytes * i + c], (green[c] * (128 - t) + grey * t + 64) / 128) << i;
         }
     };
-    compose();
+    compose(3, 0);
     EXPECT_EQ(hidden->bitmap, nullptr) << "nobody sees it";
     cover->images->data[3] ^= 0xFF;
     cover->flagsA |= CompBitmapOutOfDate;
-    compose();
+    compose(3, 100);
+    compose(1, 0);
+    compose(1, 30);
 }
 
 }  // namespace

@@ -86,24 +86,34 @@ Bytes shown(const Comp& comp) {
 
 TEST(Vector, MirroredVectorsMirrorTheirDrawing) {
     const Tables tables;
+    constexpr int kDepths[] = {8, 1, 24, 16};
+    int bits = 8;
     // The pixels of one vector, around its start, seen from a mirrored place.
-    const auto draw = [](int dx, int dy, int signX, int signY) {
+    const auto draw = [&bits](int dx, int dy, int signX, int signY) {
         Grid grid(50, VectorNone);
         grid[24] = dx, grid[25] = dy;
-        Bytes pixels(80 * 80), turned;
-        map(pixels.data(), -80, 80, 80, 8, grid, 1);
-        for (int i = 0; i < 67 * 67; ++i)
-            turned.push_back(pixels[(40 + signY * (i / 67 - 33)) * 80 + 40 + signX * (i % 67 - 33)]);
+        Bytes pixels(80 * 80 * bits / 8), turned;
+        map(pixels.data(), -10 * bits, 80, 80, bits, grid, 0x010101);
+        for (int i = 0; i < 67 * 67; ++i) {
+            const int x = 40 + signX * (i % 67 - 33);
+            const u8* row = &pixels[(40 + signY * (i / 67 - 33)) * 10 * bits];
+            turned.push_back(bits == 1 ? u8(row[x / 8] >> (7 - x % 8) & 1) : row[x * bits / 8]);
+            const bool whole = bits < 16 || row[x * bits / 8] == row[(x + 1) * bits / 8 - 1];
+            EXPECT_TRUE(whole) << "all bytes of a pixel are drawn";
+        }
         return turned;
     };
+    const Bytes plain = draw(31, 10, 1, 1);
     for (int i = 0; i < 128 * 128; i += 5) {
         const int dx = i % 128, dy = i / 128;
+        bits = kDepths[i % 4];
         const int length = std::max({dx, dy, 31});
         const Bytes one = draw(dx, dy, 1, 1);
         ASSERT_TRUE(one == draw(-dx, dy, -1, 1) && one == draw(dx, -dy, 1, -1) &&
                     one == draw(-dx, -dy, -1, -1));
         ASSERT_EQ(one, draw(int(dx * 31.0 / length + 0.5), int(dy * 31.0 / length + 0.5), 1, 1))
             << dx << ' ' << dy;
+        ASSERT_EQ(draw(31, 10, 1, 1), plain) << bits;
     }
 }
 

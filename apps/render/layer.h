@@ -1,0 +1,84 @@
+// One layer of the picture: a file, and how it is shown. The command line's own options speak of the first.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "apps/io/fields.h"
+#include "apps/io/picture.h"
+#include "levels.h"
+
+/// Which channel is shown.
+enum class Channel {
+    All,
+    Red,
+    Green,
+    Blue,
+    Y,
+    U,
+    V,
+    Intensity,
+    Saturation,
+    Hue,
+    Hsi  ///< all, with levels of intensity, saturation and hue
+};
+
+/// Columns and rows to show, inclusive on all four sides.
+struct Area {
+    int left;
+    int top;
+    int right;
+    int bottom;
+};
+
+/// How values become a picture.
+struct Look {
+    std::vector<LevelSpec> levels;  ///< empty: not given
+    bool perFrame = false;
+    Channel channel = Channel::All;
+    double gamma = 1;
+    bool invert = false;
+    bool bake = false;
+    bool toYuv = false;
+    pzel_io::Layout layout = pzel_io::Layout::Interleaved;
+};
+
+/// What a layer is shown as.
+enum class Role {
+    Picture,
+    Mask,      ///< its set pixels in the overlay colour
+    Boundary,  ///< the outline of its set pixels
+    Vectors    ///< arrows of its two channels
+};
+
+/// The colours of overlays, as entries of the library's standard colours.
+enum class Colour : std::uint8_t { Red = 1, Green, Blue, Yellow, Cyan, Magenta, White };
+
+struct Layer {
+    std::string argument;  ///< as the user typed it
+    std::string file;
+    std::string oddField;  ///< the file of the odd rows, where `file` holds the even ones alone
+    std::optional<pzel_io::Field> field;  ///< shown alone
+    Role role = Role::Picture;
+    std::optional<pzel_io::Window> threshold;  ///< the values that a mask is made of, ends included
+    Colour colour = Colour::Red;
+    double opacity = 1;
+    int x = 0;  ///< the place of the top left pixel
+    int y = 0;
+    bool hidden = false;
+    std::optional<Area> area;  ///< the part of it that is shown
+    Look look;
+
+    bool IsOverlay() const { return role != Role::Picture; }
+};
+
+/// FILE, or FILE@OPTIONS, OPTIONS separated by commas. An argument that names a file is that file; others are
+/// taken apart at their last '@'.
+/// @throws std::invalid_argument naming the argument and the part that is wrong
+Layer ParseLayer(const std::string& argument);
+
+/// The name of a colour and of a role, as the user gives them.
+const char* ColourName(Colour colour);
+const char* RoleName(Role role);

@@ -1,0 +1,31 @@
+// A layer with its file open, and what makes pictures of its frames.
+#pragma once
+
+#include <memory>
+
+#include "frame_maker.h"
+#include "layer.h"
+
+/// Stays where it is once Prepare was called: its maker refers to it.
+class OpenedLayer {
+  public:
+    /// @throws pzel_io::FileError for files that cannot be read, or fields that do not fit together
+    explicit OpenedLayer(const Layer& layer);
+
+    /// Checks the layer against its file, which frames come from then on. The part that is shown may be set
+    /// before.
+    /// @throws pzel_io::FileError where the layer asks for what the picture has not
+    void Prepare();
+
+    /// Reads a frame and prepares it for display. Whatever fails is an error of the file.
+    pzel_io::OwnedImage Make(std::uint32_t frame);
+
+    const pzel_io::PictureInfo& Info() const { return source->Info(); }
+    const FrameMaker& Maker() const { return *maker; }
+
+    Layer layer;
+
+  private:
+    std::unique_ptr<pzel_io::PictureSource> source;
+    std::unique_ptr<FrameMaker> maker;
+};
