@@ -156,8 +156,13 @@ void MapThree(const Job& job, unsigned char mode) {
         using Element = std::conditional_t<std::is_same_v<T, std::int16_t>, std::uint16_t, T>;
         return MapYuv<Element>(job);
     }
-    if (GetBoundType(job.image) != BoundHsi) return MapColour<T>(job);
-    MapJointColour(job);
+    MapColour<T>(job);
+}
+
+/// Whether the levels are those of hue, saturation and intensity together.
+bool IsShownJointly(Image* image, unsigned char mode) {
+    return image->channels == 3 && mode == 0 && GetSubType(image) != SubYuv &&
+           GetBoundType(image) == BoundHsi;
 }
 
 /// Calls f.operator()<T>() with the type that elements are compared in: 8-bit data are unsigned in both
@@ -178,6 +183,8 @@ void MapData(unsigned char* dst, unsigned short dstRowBytes, unsigned short widt
     if (!image->data) return;
     const pzel::Job job{image, x0, y0, width, height, {dst, dstRowBytes}, lut};
     if (GetDataType(image) == DataBit) return pzel::CopyBitRows(job);
+    if (pzel::IsShownJointly(image, channelMode))
+        return MapDataHSI(dst, dstRowBytes, width, height, image, x0, y0, lut);
     if (!job.hasPixels()) return;
     pzel::VisitShownElement(GetDataType(image), [&]<class T>() {
         if (image->channels == 1) pzel::MapChannel<T>(job, 0);

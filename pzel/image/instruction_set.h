@@ -8,7 +8,8 @@
 
 #include <type_traits>
 
-#if defined(__x86_64__) && defined(__GNUC__)
+// Other compilers than GCC lack what shuffle.h needs, and run the plain loops.
+#if defined(__x86_64__) && !defined(__clang__) && __GNUC__ >= 12
 #define PZEL_X86_SETS 1
 #else
 #define PZEL_X86_SETS 0

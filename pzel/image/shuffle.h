@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 #include <utility>
 
 #include "pzel/image/instruction_set.h"
@@ -30,14 +31,56 @@ Vector loadVector(const void* from) {
     return vector;
 }
 
-/// Bytes of a, b and c picked by constant places: place p is byte p % 32 of vector p / 32.
-template <int... places>
-Bytes32 pick(Bytes32 a, Bytes32 b, Bytes32 c) {
-    const Bytes32 ab = __builtin_shufflevector(a, b, (places < 64 ? places : 0)...);
+template <class Vector>
+void storeVector(Vector vector, void* to) {
+    std::memcpy(to, &vector, sizeof vector);
+}
+
+/// Picks the bytes of a vector: lane i takes byte place(i) of a, b and c one after another.
+template <auto place, class Vector>
+Vector pick(Vector a, Vector b, Vector c) {
     return [&]<int... lanes>(std::integer_sequence<int, lanes...>) {
-        return __builtin_shufflevector(ab, c, (places < 64 ? lanes : places - 32)...);
+        constexpr int size = sizeof(Vector);
+        const Vector ab = __builtin_shufflevector(a, b, (place(lanes) < 2 * size ? place(lanes) : lanes)...);
+        return __builtin_shufflevector(ab, c, (place(lanes) < 2 * size ? lanes : place(lanes) - size)...);
     }
-    (std::make_integer_sequence<int, 32>());
+    (std::make_integer_sequence<int, sizeof(Vector)>());
+}
+
+template <class Vector>
+struct Three {
+    Vector a, b, c;
+};
+
+/// Where byte `lane` of vector `part` of pixels stands in three planes, and of plane `channel` in pixels.
+template <int part>
+constexpr int mergedPlace(int lane) {
+    const int i = 64 * part + lane;
+    return i % 3 * 64 + i / 3;
+}
+template <int channel>
+constexpr int splitPlace(int lane) {
+    return 3 * lane + channel;
+}
+
+/// Three planes of as many pixels as a vector has bytes, into pixels; and back.
+inline Three<Bytes64> merged(Bytes64 a, Bytes64 b, Bytes64 c) {
+    return {pick<mergedPlace<0>>(a, b, c), pick<mergedPlace<1>>(a, b, c), pick<mergedPlace<2>>(a, b, c)};
+}
+inline Three<Bytes64> split(Bytes64 a, Bytes64 b, Bytes64 c) {
+    return {pick<splitPlace<0>>(a, b, c), pick<splitPlace<1>>(a, b, c), pick<splitPlace<2>>(a, b, c)};
+}
+
+/// The same where bytes do not cross the halves of a vector: each half holds 16 pixels of its own.
+template <int part>
+constexpr int mergedPlaceInHalf(int lane) {
+    const int i = 16 * part + lane % 16;
+    return i % 3 * 32 + i / 3 + lane / 16 * 16;
+}
+template <int channel>
+constexpr int splitPlaceInHalf(int lane) {
+    const int i = 3 * (lane % 16) + channel;
+    return i / 16 * 32 + i % 16 + lane / 16 * 16;
 }
 
 /// The 16-byte halves `low` and `high` of a and b together, counted 0 to 3.
@@ -47,26 +90,20 @@ Bytes32 pickHalves(Bytes32 a, Bytes32 b) {
         __builtin_shufflevector(Halves32(a), Halves32(b), 2 * low, 2 * low + 1, 2 * high, 2 * high + 1));
 }
 
-/// Part `part` of 16 pixels that each half of the planes holds: bytes 16 * part to 16 * part + 15 of
-/// their 48.
-template <int part>
-Bytes32 mergePart(Bytes32 a, Bytes32 b, Bytes32 c) {
-    return [&]<int... lanes>(std::integer_sequence<int, lanes...>) {
-        return pick<((16 * part + lanes % 16) % 3 * 32 + (16 * part + lanes % 16) / 3 + lanes / 16 * 16)...>(
-            a, b, c);
-    }
-    (std::make_integer_sequence<int, 32>());
+inline Three<Bytes32> merged(Bytes32 a, Bytes32 b, Bytes32 c) {
+    const Bytes32 part0 = pick<mergedPlaceInHalf<0>>(a, b, c), part1 = pick<mergedPlaceInHalf<1>>(a, b, c),
+                  part2 = pick<mergedPlaceInHalf<2>>(a, b, c);
+    return {pickHalves<0, 2>(part0, part1), pickHalves<0, 3>(part2, part0), pickHalves<1, 3>(part1, part2)};
+}
+inline Three<Bytes32> split(Bytes32 a, Bytes32 b, Bytes32 c) {
+    const Bytes32 part0 = pickHalves<0, 3>(a, b), part1 = pickHalves<1, 2>(a, c),
+                  part2 = pickHalves<0, 3>(b, c);
+    return {pick<splitPlaceInHalf<0>>(part0, part1, part2), pick<splitPlaceInHalf<1>>(part0, part1, part2),
+            pick<splitPlaceInHalf<2>>(part0, part1, part2)};
 }
 
-/// Channel `channel` of the pixels whose three parts of 16 bytes the halves hold.
-template <int channel>
-Bytes32 splitChannel(Bytes32 part0, Bytes32 part1, Bytes32 part2) {
-    return [&]<int... lanes>(std::integer_sequence<int, lanes...>) {
-        return pick<((3 * (lanes % 16) + channel) / 16 * 32 + (3 * (lanes % 16) + channel) % 16 +
-                     lanes / 16 * 16)...>(part0, part1, part2);
-    }
-    (std::make_integer_sequence<int, 32>());
-}
+template <InstructionSet set>
+using BytesOf = std::conditional_t<looksUpBytes<set>, Bytes64, Bytes32>;
 #endif
 
 /// Three planes into pixels: out[3 i + c] = plane c at i.
@@ -75,14 +112,14 @@ void interleave(SetConstant<set>, const T* a, const T* b, const T* c, T* out, in
     int i = 0;
 #if PZEL_X86_SETS
     if constexpr (permutesBytes<set> && sizeof(T) == 1) {
-        for (; i + 32 <= count; i += 32) {
-            const auto x = loadVector<Bytes32>(a + i), y = loadVector<Bytes32>(b + i),
-                       z = loadVector<Bytes32>(c + i);
-            const Bytes32 part0 = mergePart<0>(x, y, z), part1 = mergePart<1>(x, y, z),
-                          part2 = mergePart<2>(x, y, z);
-            const Bytes32 pixels[] = {pickHalves<0, 2>(part0, part1), pickHalves<0, 3>(part2, part0),
-                                      pickHalves<1, 3>(part1, part2)};
-            std::memcpy(out + 3 * i, pixels, sizeof pixels);
+        using Vector = BytesOf<set>;
+        constexpr int step = sizeof(Vector);
+        for (; i + step <= count; i += step) {
+            const auto pixels =
+                merged(loadVector<Vector>(a + i), loadVector<Vector>(b + i), loadVector<Vector>(c + i));
+            storeVector(pixels.a, out + 3 * i);
+            storeVector(pixels.b, out + 3 * i + step);
+            storeVector(pixels.c, out + 3 * i + 2 * step);
         }
     }
 #endif
@@ -100,17 +137,15 @@ void deinterleave(SetConstant<set>, const T* in, A* a, B* b, B* c, int count) {
     int i = 0;
 #if PZEL_X86_SETS
     if constexpr (permutesBytes<set> && sizeof(T) == 1) {
-        for (; i + 32 <= count; i += 32) {
-            const auto x = loadVector<Bytes32>(in + 3 * i), y = loadVector<Bytes32>(in + 3 * i + 32),
-                       z = loadVector<Bytes32>(in + 3 * i + 64);
-            const Bytes32 part0 = pickHalves<0, 3>(x, y), part1 = pickHalves<1, 2>(x, z),
-                          part2 = pickHalves<0, 3>(y, z);
-            const Bytes32 planes[] = {splitChannel<0>(part0, part1, part2),
-                                      splitChannel<1>(part0, part1, part2),
-                                      splitChannel<2>(part0, part1, part2)};
-            std::memcpy(a + i, &planes[0], 32);
-            std::memcpy(b + i, &planes[1], 32);
-            std::memcpy(c + i, &planes[2], 32);
+        using Vector = BytesOf<set>;
+        constexpr int step = sizeof(Vector);
+        for (; i + step <= count; i += step) {
+            const T* pixels = in + 3 * i;
+            const auto planes = split(loadVector<Vector>(pixels), loadVector<Vector>(pixels + step),
+                                      loadVector<Vector>(pixels + 2 * step));
+            storeVector(planes.a, a + i);
+            storeVector(planes.b, b + i);
+            storeVector(planes.c, c + i);
         }
     }
 #endif
@@ -150,7 +185,7 @@ void lookUp(SetConstant<set>, const std::uint8_t* table, const Index* index, std
                 const auto place = loadVector<Bytes64>(low);
                 found = loadVector<Bytes64>(high) != 0 ? lookUp256(part + 4, place) : lookUp256(part, place);
             }
-            std::memcpy(out + i, &found, 64);
+            storeVector(found, out + i);
         }
     }
 #endif
