@@ -82,7 +82,8 @@ void printHead(std::ostream& out) {
         out << ' ' << (flags.find(' ' + std::string(set) + ' ') == std::string::npos ? "no " : "") << set;
     if (!outerCache.empty()) out << "; L3 " << outerCache;
     out << ").";
-    if (const char* chosen = std::getenv("PZEL_INSTRUCTION_SET")) out << " PZEL_INSTRUCTION_SET=" << chosen << '.';
+    if (const char* chosen = std::getenv("PZEL_INSTRUCTION_SET"))
+        out << " PZEL_INSTRUCTION_SET=" << chosen << '.';
     out << " OpenCV " << CV_VERSION << ", libyuv " << LIBYUV_VERSION << "; one thread.\n\n"
         << "Every figure is time of ours / time of the other: smaller is better, bold misses its goal. The "
            "memcpy\n"

@@ -32,24 +32,9 @@ struct ByteTable {
 /// Levels of 8-bit data without a table: the distance from black, spread over 16 bits, times a factor of
 /// which the high half counts, eight of its bits behind the point.
 struct ByteLinear {
-    /// Such a factor close to the nominal one, checked on all values; none for few widths (238 and 246).
-    static std::optional<ByteLinear> find(Pair<std::uint8_t> levels) {
-        if (!(levels.high > levels.low)) return std::nullopt;
-        const Linear<std::uint8_t> rule(levels, nullptr);
-        const int width = levels.high - levels.low, spread = 0xFFFF / width;
-        const int nominal = int(255.0 * 256 * 65536 / (double(width) * spread) + 0.5);
-        for (const int rounding : {128, 127, 129, 126, 130}) {
-            for (const int factor : {nominal, nominal - 1, nominal + 1}) {
-                const ByteLinear found{levels.low, levels.high, std::uint16_t(spread), std::uint16_t(factor),
-                                       std::uint16_t(rounding)};
-                bool same = factor <= 0xFFFF;
-                for (int v = levels.low; same && v <= levels.high; ++v)
-                    same = found(std::uint8_t(v)) == rule(std::uint8_t(v));
-                if (same) return found;
-            }
-        }
-        return std::nullopt;
-    }
+    /// With a factor close to the nominal one that is right for all values; none for few widths (238 and 246)
+    /// and for levels that do not increase.
+    static std::optional<ByteLinear> find(Pair<std::uint8_t> levels);
     std::uint8_t operator()(std::uint8_t v) const {
         v = v > black ? v : black;
         v = v < white ? v : white;
