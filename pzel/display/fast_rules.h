@@ -46,16 +46,15 @@ struct ByteLinear {
     std::uint16_t spread, factor, rounding;
 };
 
-/// Samples after which the constants of three channels in turn repeat: as many for each channel as a vector
-/// has bytes.
-constexpr int kLanePeriod = 3 * 64;
-
-/// The rules of three channels, as constants for each sample of a period.
+/// The rules of three channels in turn, as constants for every sample of a period: as many for each channel
+/// as a vector has bytes.
 template <class Rule>
 struct LinearLanes;
+constexpr int kLanePeriod = 3 * 64;
 
 template <class T>
 struct LinearLanes<Linear<T>> {
+    static constexpr int kPeriod = kLanePeriod;
     LinearLanes(const Linear<T>& a, const Linear<T>& b, const Linear<T>& c) {
         const Linear<T> rules[] = {a, b, c};
         for (int k = 0; k < kLanePeriod; ++k) {
@@ -74,6 +73,7 @@ struct LinearLanes<Linear<T>> {
 
 template <>
 struct LinearLanes<ByteLinear> {
+    static constexpr int kPeriod = kLanePeriod;
     LinearLanes(const ByteLinear& a, const ByteLinear& b, const ByteLinear& c) {
         const ByteLinear rules[] = {a, b, c};
         for (int k = 0; k < kLanePeriod; ++k) {

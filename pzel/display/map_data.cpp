@@ -71,7 +71,7 @@ void MapColour(const Job& job) {
         withThreeRules(levels, job.lut, [&]<class Rule>(const Rule& b, const Rule& g, const Rule& r) {
             if constexpr (hasLanes<Rule>) {
                 if (interleaved)
-                    return mapSampleRows(samples, job.out, job.width, job.height, LinearLanes<Rule>(b, g, r));
+                    return mapRows(samples, job.out, 3 * job.width, job.height, LinearLanes<Rule>(b, g, r));
             }
             withThreePlanes<const T, const T>(
                 *job.image, job.x, job.y, [&](const auto& blue, const auto& green, const auto& red) {

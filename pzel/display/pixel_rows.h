@@ -55,21 +55,4 @@ void mapPixelRows(const RowsA& a, const RowsB& b, const RowsB& c, const Contiguo
         onBestSet(loop);
 }
 
-/// Runs the rules of three channels over interleaved pixels, as samples of rows three times as wide.
-template <class T, class Rule>
-void mapSampleRows(const ContiguousRows<const T>& in, const ContiguousRows<std::uint8_t>& out, int width,
-                   int height, const LinearLanes<Rule>& rule) {
-    onBestSet([=](auto) {
-        const LinearLanes<Rule> local = rule;
-        for (int y = 0; y < height; ++y) {
-            const T* from = in.row(y);
-            std::uint8_t* to = out.row(y);
-            int left = 3 * width;
-            for (; left >= kLanePeriod; left -= kLanePeriod, from += kLanePeriod, to += kLanePeriod)
-                for (int k = 0; k < kLanePeriod; ++k) to[k] = local(from[k], k);
-            for (int k = 0; k < left; ++k) to[k] = local(from[k], k);
-        }
-    });
-}
-
 }  // namespace pzel

@@ -138,10 +138,21 @@ concept LooksUp = requires(const Rule& rule) {
     rule.entries();
 };
 
-/// Runs a rule over pixels of one row: out[x] = rule(in[x]).
+/// A rule whose constants change from element to element, again and again after `kPeriod`: rule(v, k) for
+/// element k of a period.
+template <class Rule>
+concept IsPeriodic = requires {
+    Rule::kPeriod;
+};
+
+/// Runs a rule over a row: out[x] = rule(in[x]).
 template <InstructionSet set, class In, class Out, class Rule>
 void mapLine(SetConstant<set> on, const Rule& rule, In in, Out out, int count) {
-    if constexpr (LooksUp<Rule> && std::is_same_v<Out, std::uint8_t*>) {
+    if constexpr (IsPeriodic<Rule>) {
+        for (; count >= Rule::kPeriod; count -= Rule::kPeriod, in += Rule::kPeriod, out += Rule::kPeriod)
+            for (int k = 0; k < Rule::kPeriod; ++k) out[k] = rule(in[k], k);
+        for (int k = 0; k < count; ++k) out[k] = rule(in[k], k);
+    } else if constexpr (LooksUp<Rule> && std::is_same_v<Out, std::uint8_t*>) {
         if constexpr (std::is_same_v<In, const typename Rule::Index*> && sizeof(typename Rule::Index) == 1) {
             lookUp(on, rule.entries(), in, out, count);
         } else {
