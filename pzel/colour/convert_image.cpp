@@ -70,7 +70,7 @@ void BakeChannel(Image* image, int channel, const Zel::Remapper* remapper) {
 
 /// A piece of a sampled curve.
 struct Cell {
-    float value;  // at its start; NaN: too steep
+    float value;  // at its start; NaN: not straight
     float rise;   // over the whole cell
 };
 
@@ -81,47 +81,57 @@ struct Cell {
     for (int i = 0; i < count; ++i) std::memcpy(&picked[i], &cells[index[i]], sizeof(Cell));
 }
 
-/// A remapper's curve for one channel; the identity is none. Where it will be asked often and a level of 256
-/// is all that counts, it is asked beforehand at many places and straight in between; cells over which it
-/// rises by more than a level ask it again.
+/// What a curve is asked for, and how exactly.
+struct Domain {
+    float top;      // values 0 … top
+    float unit;     // of the values, which the remapper takes for 1
+    float allowed;  // error that does not show
+};
+
+/// Half of an 8-bit level: hue turns a colour's channel by 255 levels in a sixth of the circle.
+constexpr float kHalfLevel = 1 / 510.0f, kHalfLevelOfHue = kSixth * kHalfLevel;
+
+/// A remapper's curve for one channel; the identity is none. Where it would be asked often for 8-bit data it
+/// is asked beforehand at many places, and straight in between; cells next to which its slope changes more
+/// than is allowed ask it again.
 class Curve {
   public:
     enum class Way { Asked, Sampled };
 
-    /// For values 0 … top.
-    Curve(const Zel::Remapper* source, int ofChannel, float top, Way way)
+    Curve(const Zel::Remapper* source, int ofChannel, const Domain& values, Way way)
         : remapper(source->IsIdentity(ofChannel) ? nullptr : source),
           channel(ofChannel),
-          perUnit(kCells / top) {
+          unit(values.unit),
+          perCell(kCells / values.top) {
         if (!remapper || way == Way::Asked) return;
         cells.resize(kCells + 1);
-        float value = remapper->Remap(0, channel);
-        for (int k = 0; k < kCells; ++k) {
-            const float next = remapper->Remap(float(k + 1) / perUnit, channel);
-            const bool steep = !(std::abs(next - value) <= 1 / 255.0f);
-            cells[std::size_t(k)] = {steep ? NAN : value, next - value};
-            value = next;
+        for (int k = 0; k <= kCells; ++k) cells[std::size_t(k)].value = ask(float(k) / perCell);
+        for (auto cell = cells.begin(); cell + 1 != cells.end(); ++cell)
+            cell->rise = cell[1].value - cell->value;
+        bool evenBefore = true;
+        for (auto cell = cells.begin(); cell + 1 != cells.end(); ++cell) {
+            const bool last = cell + 2 == cells.end();
+            const bool evenBehind = last || std::abs(cell[1].rise - cell->rise) <= values.allowed;
+            if (!evenBefore || !evenBehind) cell->value = NAN;
+            evenBefore = evenBehind;
         }
-        cells[kCells] = {value, 0};
     }
-
-    bool isOn() const { return remapper; }
 
     void apply(float* values, int count) const {
         if (!remapper) return;
         if (cells.empty()) {
-            for (int i = 0; i < count; ++i) values[i] = remapper->Remap(values[i], channel);
+            for (int i = 0; i < count; ++i) values[i] = ask(values[i]);
             return;
         }
         float given[kPixelBlock];
-        int steep = 0;
-        onBestSet([=, this, asked = +given, found = &steep](auto) {
+        int uneven = 0;
+        onBestSet([=, this, asked = +given, found = &uneven](auto) {
             std::uint16_t index[kPixelBlock] = {};
             float part[kPixelBlock];
             Cell cell[kPixelBlock];
             for (int i = 0; i < count; ++i) {
                 asked[i] = values[i];
-                float t = values[i] * perUnit;
+                float t = values[i] * perCell;
                 t = t > 0 ? t : 0.0f;
                 t = t < kCells ? t : float(kCells);
                 index[i] = std::uint16_t(int(t));
@@ -135,16 +145,18 @@ class Curve {
             }
             *found = without;
         });
-        if (steep == 0) return;
+        if (uneven == 0) return;
         for (int i = 0; i < count; ++i)
-            if (values[i] != values[i]) values[i] = remapper->Remap(given[i], channel);
+            if (values[i] != values[i]) values[i] = ask(given[i]);
     }
 
   private:
+    float ask(float value) const { return remapper->Remap(value / unit, channel) * unit; }
+
     static constexpr int kCells = 2048;
     const Zel::Remapper* remapper;
     int channel;
-    float perUnit;
+    float unit, perCell;
     std::vector<Cell> cells;
 };
 
@@ -163,12 +175,7 @@ struct BakedTone final : Tone {
 struct BakedHue final : Tone {
     BakedHue(const HueWindow& hues, Curve tone) : window(hues), curve(std::move(tone)) {}
     void apply(float* values, int count) const override {
-        if (curve.isOn()) {
-            const float width = window.width();
-            for (int i = 0; i < count; ++i) values[i] /= width;
-            curve.apply(values, count);
-            for (int i = 0; i < count; ++i) values[i] *= width;
-        }
+        curve.apply(values, count);
         applyWindow(window, values, count);
     }
     HueWindow window;
@@ -176,37 +183,35 @@ struct BakedHue final : Tone {
 };
 
 /// Three channels through a change of their normalised colours, in place; channel 0 is red here.
+template <class T, class Rows, class Change>
+void BakeRows(const Rows& reds, const Rows& greens, const Rows& blues, int width, int height,
+              const HsiLevels<T>& levels, const Change& change) {
+    onBestSet([=, &change](auto set) {
+        const HsiLevels<T> local = levels;
+        PixelBlocks<Rows, Rows> block(reds, greens, blues);
+        ColourBlock c;
+        for (int y = 0; y < height; ++y) {
+            for (int x = 0; x < width; x += kPixelBlock) {
+                const int count = std::min(kPixelBlock, width - x);
+                block.load(set, x, y, count);
+                for (int i = 0; i < count; ++i) c.red[i] = local.normalised(0, block.first[i]);
+                for (int i = 0; i < count; ++i) c.green[i] = local.normalised(1, block.second[i]);
+                for (int i = 0; i < count; ++i) c.blue[i] = local.normalised(2, block.third[i]);
+                change(c, count);
+                for (int i = 0; i < count; ++i) block.first[i] = local.value(0, c.red[i]);
+                for (int i = 0; i < count; ++i) block.second[i] = local.value(1, c.green[i]);
+                for (int i = 0; i < count; ++i) block.third[i] = local.value(2, c.blue[i]);
+                block.store(set, x, y, count);
+            }
+        }
+    });
+}
+
 template <class T, class Change>
 void BakeColours(Image* image, const HsiLevels<T>& levels, const Change& change) {
-    const int width = image->width, height = image->height;
-    withThreePlanes<T, T>(*image, 0, 0,
-                          [&]<class Rows>(const Rows& reds, const Rows& greens, const Rows& blues) {
-                              onBestSet([=, &change](auto set) {
-                                  const HsiLevels<T> local = levels;
-                                  PixelBlocks<Rows, Rows> block(reds, greens, blues);
-                                  ColourBlock c;
-                                  for (int y = 0; y < height; ++y) {
-                                      for (int x = 0; x < width; x += kPixelBlock) {
-                                          const int count = std::min(kPixelBlock, width - x);
-                                          block.load(set, x, y, count);
-                                          for (int i = 0; i < count; ++i)
-                                              c.red[i] = local.normalised(0, block.first[i]);
-                                          for (int i = 0; i < count; ++i)
-                                              c.green[i] = local.normalised(1, block.second[i]);
-                                          for (int i = 0; i < count; ++i)
-                                              c.blue[i] = local.normalised(2, block.third[i]);
-                                          change(c, count);
-                                          for (int i = 0; i < count; ++i)
-                                              block.first[i] = local.value(0, c.red[i]);
-                                          for (int i = 0; i < count; ++i)
-                                              block.second[i] = local.value(1, c.green[i]);
-                                          for (int i = 0; i < count; ++i)
-                                              block.third[i] = local.value(2, c.blue[i]);
-                                          block.store(set, x, y, count);
-                                      }
-                                  }
-                              });
-                          });
+    withThreePlanes<T, T>(*image, 0, 0, [&](const auto& reds, const auto& greens, const auto& blues) {
+        BakeRows(reds, greens, blues, image->width, image->height, levels, change);
+    });
 }
 
 template <class T>
@@ -216,15 +221,16 @@ void BakeJointly(Image* image, const Zel::Remapper* remapper) {
     const bool sampled = sizeof(T) == 1 && takesShortCuts() && GetImageSize(image) >= enough;
     const auto way = sampled ? Curve::Way::Sampled : Curve::Way::Asked;
     const HsiLevels<T> levels(image);
-    const BakedTone intensity(levels.intensity(), Curve(remapper, 3, 1, way));
-    const BakedTone saturation(levels.saturation(), Curve(remapper, 4, 1, way));
+    const Domain unit{1, 1, kHalfLevel};
+    const BakedTone intensity(levels.intensity(), Curve(remapper, 3, unit, way));
+    const BakedTone saturation(levels.saturation(), Curve(remapper, 4, unit, way));
     const bool windowed = levels.hueLow() != levels.hueHigh();
     const HueWindow window(levels.hueLow(), levels.hueHigh(), windowed && !remapper->IsIdentity(5));
     if (!window.isOn())
         return BakeColours(image, levels, [&](ColourBlock& c, int count) {
             changeColours(c, count, intensity, saturation);
         });
-    const BakedHue hue(window, Curve(remapper, 5, kTwoPi / window.width(), way));
+    const BakedHue hue(window, Curve(remapper, 5, {kTwoPi, window.width(), kHalfLevelOfHue}, way));
     BakeColours(image, levels, [&](ColourBlock& c, int count) {
         changeColours(c, count, intensity, saturation, hue, Greys::Follow);
     });
