@@ -63,6 +63,24 @@ TEST(ComputeBound, IsOneRangeOfAllElementsOrOfTheirMagnitudes) {
     }
 }
 
+TEST(MinMax, FindsItsEndsAtAnyPlaceOfAnyLength) {
+    Random random(20);
+    for (int round = 0; round < 7 * 600; ++round) {
+        const int type = 2 + round % 7, compared = comparedType(type), count = 1 + round / 7;
+        TestImage image({count, 1, 1, type});
+        const double middle = type % 2 || type > 5 ? 0 : 128;
+        for (int x = 0; x < count; ++x) image.put(x, 0, 0, middle + random(-50, 50), compared);
+        // NaN counts nowhere but at the start.
+        for (int k = 0; k < count / 4 && type == DataFloat; ++k)
+            image.put(random(1, count - 1), 0, 0, std::nan(""));
+        image.put(random(0, count - 1), 0, 0, middle - 100, compared);
+        image.put(random(0, count - 1), 0, 0, middle + 100.0, compared);
+        u8 pair[8];
+        MinMaxBound(&image, pair, pair + image.bytes());
+        ASSERT_EQ(readPair(pair, 0, compared), dataRange(image)) << type << ", length " << count;
+    }
+}
+
 TEST(ComputeBound, ScansTheLuminanceAndDerivesTheDifferences) {
     Random random(22);
     for (int round = 0; round < 900; ++round) {

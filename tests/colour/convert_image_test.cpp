@@ -1,19 +1,29 @@
-// Hunts wrong ranges of baking, forgotten channels and layouts, hue windows that do not wrap.
+// Hunts wrong ranges of baking, forgotten channels and layouts, hue windows that do not wrap, curves that are
+// sampled too coarsely, and joint colour that the screen and the baked data show otherwise than the formulas.
 #include "pzel/colour/convert_image.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <functional>
+#include <numbers>
+
+#include "pzel/display/map_data.h"
 #include "tests/support/images.h"
 
 using namespace test;
 
 namespace {
 
-/// Leaves the channels of `identity` alone and squares the others.
+using Function = std::function<double(double)>;
+
+/// Leaves the channels of `identity` alone and maps the others, by squaring them where nothing else is said.
 struct Curve final : Zel::Remapper {
-    explicit Curve(std::string identityChannels) : identity(std::move(identityChannels)) {}
+    explicit Curve(
+        std::string identityChannels, Function mapping = [](double v) { return v * v; })
+        : identity(std::move(identityChannels)), function(std::move(mapping)) {}
     bool IsEqual(const Remapper& other) const override { return this == &other; }
-    Remapper* Clone() const override { return new Curve(identity); }
+    Remapper* Clone() const override { return new Curve(*this); }
     void SetMode(int, int) override {}
     int GetMode() const override { return 0; }
     void Reset() override {}
@@ -21,9 +31,10 @@ struct Curve final : Zel::Remapper {
     bool IsIdentity(int channel) const override {
         return identity.find(char('0' + channel)) != std::string::npos;
     }
-    float Remap(float v, int) const override { return v * v; }
+    float Remap(float v, int) const override { return float(function(double(v))); }
     const unsigned char* GetLookupTable() const override { return nullptr; }
     std::string identity;
+    Function function;
 };
 
 TEST(Baking, ChannelsGoFromTheDataBoundIntoTheSpatialBound) {
@@ -133,6 +144,112 @@ TEST(Baking, HueWindowsSpreadTheirHuesAndWrapAroundRed) {
             const double apart = std::abs(hueOf(image, x) - expected[std::size_t(x)]);
             EXPECT_LT(std::min(apart, 1 - apart), 0.01) << low << " hue " << x / 24.0;
         }
+    }
+}
+
+constexpr double kCircle = 2 * std::numbers::pi;
+
+/// Windows of intensity, saturation and hue as fractions, and what follows them; baked hue the other way
+/// round.
+struct Joint {
+    Pair intensity, saturation, hue;
+    Function tone, hueTone;  // null: the hue is left alone, window and all
+    bool baked;
+
+    using Colour = std::array<double, 3>;  // red, green, blue; 0 ... 1
+
+    /// What becomes of a colour. `nudge` moves what the tones get: beside a jump rounding decides.
+    Colour operator()(Colour c, double nudge) const {
+        const auto windowed = [](double v, Pair w) {
+            return std::clamp((v - w.first) / (w.second - w.first), 0.0, 1.0);
+        };
+        const double i = (c[0] + c[1] + c[2]) / 3, least = std::min({c[0], c[1], c[2]});
+        const double s = i > 0 ? 1 - least / i : 0;
+        const double shown = tone(windowed(i, intensity) + nudge);
+        double colourful = tone(windowed(s, saturation) + nudge);
+        if (!hueTone) {
+            for (double& v : c)
+                v = std::clamp(i > least ? shown + (v - i) / (i - least) * colourful * shown : shown, 0.0,
+                               1.0);
+            return c;
+        }
+        if (!baked && s == 0) colourful = 0;
+        double h = std::atan2(std::sqrt(3.0) * (c[1] - c[2]), 2 * c[0] - c[1] - c[2]);
+        if (s == 0) h = 0;
+        if (h < 0) h += kCircle;
+        const double from = hue.first * kCircle, width = std::fmod(hue.second - hue.first + 1, 1.0) * kCircle;
+        if (baked) h = hueTone(h / width + nudge) * width;
+        if (h < from) h += kCircle;
+        h = (std::min(h - from, width) / width - 0.5) * kCircle + from + width / 2;
+        h = std::fmod(h + kCircle, kCircle);
+        if (!baked) h = hueTone(h / kCircle + nudge) * kCircle;
+        const int sector = std::min(2, int(h / kCircle * 3));
+        h -= sector * kCircle / 3;
+        const double most = shown + colourful * shown * std::cos(h) / std::cos(kCircle / 6 - h);
+        const double lowest = shown * (1 - colourful);
+        c[std::size_t(sector)] = most;
+        c[std::size_t(sector + 1) % 3] = 3 * shown - most - lowest;
+        c[std::size_t(sector + 2) % 3] = lowest;
+        for (double& v : c) v = std::clamp(v, 0.0, 1.0);
+        return c;
+    }
+};
+
+// More pixels than it takes for curves to be sampled.
+TEST(JointColour, IsBakedAndShownByTheFormulas) {
+    constexpr int width = 1204, height = 55, pixels = width * height;
+    Random random(11);
+    const Function curves[] = {[](double v) { return v * v; },
+                               [](double v) { return v < 0.381966 ? v / 2 : 1 - v / 3; },
+                               [](double v) { return std::cbrt(std::max(v, 0.0)); }};
+    for (int round = 0; round < 3 * 2 * 4; ++round) {
+        const Function& curve = curves[round % 3];
+        const bool hues = round / 3 % 2, baked = round / 6 % 2;
+        TestImage image({width, height, 3, DataUInt8, round / 12 == 1});
+        image.randomise(random);
+        for (int i = 0; i < 3 * 256; ++i) image.put(i / 3, 0, i % 3, i / 3);
+        SetDefaultBound(&image);
+        SwitchBoundType(&image, BoundData, BoundHsi);
+        const std::pair<int, int> windows[] = {{20, 240}, {10, 200}, {hues ? 200 : 0, hues ? 90 : 255}};
+        for (int k = 0; k < 3; ++k)
+            writePair(GetHSIBound(&image), k, DataUInt8, {windows[k].first, windows[k].second});
+        const auto window = [&](int k) { return Pair(windows[k].first / 255.0, windows[k].second / 255.0); };
+
+        Bytes table(3 * 512);
+        for (int i = 0; i < 3 * 512; ++i)
+            table[i] =
+                i < 1024 || hues ? u8(std::clamp(curve(i % 512 / 511.0), 0.0, 1.0) * 255) : u8(i % 512 / 2);
+        const Function looked = [&](double v) { return table[int(std::clamp(v, 0.0, 1.0) * 511)] / 255.0; };
+        const Function tone = baked ? curve : looked;
+        const Joint joint{window(0), window(1), window(2), tone, hues ? tone : Function(), baked};
+
+        const auto channel = [&](int c) { return baked ? c : 2 - c; };
+        std::vector<Joint::Colour> colours(pixels);
+        for (int i = 0; i < 3 * pixels; ++i)
+            colours[i / 3][i % 3] = image.at(i / 3 % width, i / 3 / width, channel(i % 3)) / 255;
+        Bytes shown(3 * pixels);
+        Curve remapper(hues ? "" : "5", curve);
+        if (baked)
+            ConvertAllDataToRGB(&image, &remapper);
+        else
+            MapDataHSI(shown.data(), 3 * width, width, height, &image, 0, 0, table.data());
+        for (int i = 0; i < 3 * pixels && baked; ++i)
+            shown[i] = u8(image.at(i / 3 % width, i / 3 / width, i % 3));
+
+        const auto isNear = [&](int i, double nudge) {
+            const Joint::Colour wanted = joint(colours[i], nudge);
+            bool near = true;
+            for (int c : {0, 1, 2}) {
+                const double level = 255 * wanted[c] + (baked ? 0 : 0.5);
+                near &= std::abs(shown[3 * i + channel(c)] - std::floor(level)) <= 1;
+            }
+            return near;
+        };
+        for (int i = 0; i < pixels; ++i)
+            ASSERT_TRUE(isNear(i, 0) || isNear(i, 2e-5) || isNear(i, -2e-5))
+                << "round " << round << ", colour " << 255 * colours[i][0] << ' ' << 255 * colours[i][1]
+                << ' ' << 255 * colours[i][2];
+        EXPECT_TRUE(image.pixels.intact());
     }
 }
 

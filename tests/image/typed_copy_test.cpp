@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+
 #include "pzel/display/map_data.h"
 #include "pzel/image/bits.h"
 #include "tests/support/images.h"
@@ -40,6 +42,8 @@ double convert(double v, bool shift, Pair s, Pair d, int type) {
     double result = v < s.first ? d.first : d.second;
     if (shift) {
         result = float(v + (d.first - s.first));
+    } else if (std::isnan(v)) {
+        result = std::clamp(0.0, d.first, d.second);
     } else if (v >= s.first && v <= s.second && (type != DataBit || v < s.second)) {
         const float scale = float(d.second - d.first) / float(s.second - s.first);
         result = float(v - s.first) * scale + float(d.first);
@@ -141,6 +145,59 @@ TEST(TypedCopy, AllTypesLayoutsChannelsRectanglesAndBorders) {
             << sType << " to " << dType << " channels " << sChannels << " to " << dChannels << " sub " << sub
             << " pairs " << kind << " rect " << r.sx << ',' << r.sy << ' ' << r.dx << ',' << r.dy << ' '
             << r.w << 'x' << r.h << " mode " << r.mode;
+    }
+}
+
+// Pairs whose ends come out exact take a shorter way than others.
+TEST(TypedCopy, EveryValueBetweenManyPairs) {
+    Random random(12);
+    for (int round = 0; round < 8 * (kSlow ? 6 : 40); ++round) {
+        const int kind = round % 8, sType = kind < 4 ? 4 + kind / 2 : int(DataFloat),
+                  dType = kind < 4 ? 2 + kind % 2 : kind - 2;
+        TestImage src({256, 256, 1, sType, true, SubGrey}), dst({256, 256, 1, dType, true, SubGrey});
+        const auto pairOf = [&](Pair range, bool whole) {
+            const double low = random(int(range.first), int(range.second) - 1);
+            if (whole) return Pair(low, random(int(low) + 1, int(range.second)));
+            return Pair(low, std::min(range.second, low + random(1, 2000)));
+        };
+        Pair s = pairOf(sType == DataFloat ? Pair(-3000, 3000) : rangeOf(sType), round & 8);
+        if (sType == DataFloat && round & 16) s = {s.first / 7, s.second / 3 + 1200};
+        src.setPair(0, s), dst.setPair(0, round & 32 ? rangeOf(dType) : pairOf(rangeOf(dType), round & 64));
+        std::uint32_t pattern = unsigned(round);
+        for (int i = 0; i < 65536; ++i) {
+            pattern += 0x9E3779B9u;
+            const float near = float(s.first + (s.second - s.first) * (pattern * 0x1.2p-32 - 0x1p-4));
+            const float value = i % 2 ? std::bit_cast<float>(pattern) : near;
+            sType == DataFloat ? std::memcpy(src.data + 4 * i, &value, 4)
+                               : std::memcpy(src.data + 2 * i, &i, 2);
+        }
+        const Pair from = src.pair(0), to = dst.pair(0);
+        const bool shift = from.second - from.first == to.second - to.first;
+        Bytes wanted(dst.pixels.size());
+        for (int i = 0; i < 65536; ++i)
+            writeElement(&wanted[i * dst.bytes()], dType,
+                         convert(readElement(src.data + i * src.bytes(), sType), shift, from, to, dType));
+        copy(src, dst, {0, 0, 0, 0, 256, 256});
+        ASSERT_TRUE(same(dst.pixels.bytes(), wanted))
+            << sType << " to " << dType << ": " << from.first << " ... " << from.second << " to " << to.first
+            << " ... " << to.second;
+    }
+}
+
+TEST(TypedCopy, LayoutsChangeAtEveryWidth) {
+    Random random(15);
+    for (int round = 0; round < 131 * 6; ++round) {
+        const int width = round / 6, type = round % 3 * 2 + random(2, 3);  // 1, 2, 4 bytes
+        const Rect r{random(0, 3), random(0, 2), random(0, 3), random(0, 2), width, 3};
+        TestImage src({r.sx + width + random(0, 2), r.sy + 3, 3, type, round % 6 < 3});
+        const Shape shape{r.dx + width + random(0, 2), r.dy + 3, 3, type, round % 6 >= 3};
+        TestImage dst(shape), expected(shape);
+        random.fill(src.data, src.pixels.size());
+        copySlowly(src, expected, r);
+        copy(src, dst, r);
+        ASSERT_TRUE(dst.pixels.intact());
+        ASSERT_TRUE(same(dst.pixels.bytes(), expected.pixels.bytes()))
+            << "width " << width << " type " << type;
     }
 }
 

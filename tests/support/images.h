@@ -3,6 +3,8 @@
 // and under AddressSanitizer reads as well.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -29,6 +31,22 @@ namespace test {
 using u8 = std::uint8_t;
 using u16 = std::uint16_t;
 using Bytes = std::vector<u8>;
+
+/// Whether a sanitizer slows everything down, so that tests of all values take a part of them.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kSlow = true;
+#else
+constexpr bool kSlow = false;
+#endif
+
+/// Whether bytes are equal; tells the first that is not.
+inline testing::AssertionResult same(const Bytes& shown, const Bytes& wanted) {
+    if (shown == wanted) return testing::AssertionSuccess();
+    const auto [a, b] = std::mismatch(shown.begin(), shown.end(), wanted.begin(), wanted.end());
+    if (a == shown.end() || b == wanted.end()) return testing::AssertionFailure() << "sizes differ";
+    return testing::AssertionFailure()
+           << "byte " << a - shown.begin() << " is " << int(*a) << ", not " << int(*b);
+}
 
 /// Seeded choices.
 class Random {
