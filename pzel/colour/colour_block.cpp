@@ -30,7 +30,7 @@ void changeColours(ColourBlock& colours, int count, const Tone& intensity, const
             const Rgb c = at(*in, k);
             const float i = intensityOf(c);
             out->intensity[k] = i;
-            out->saturation[k] = i > 0 ? (i - smallestOf(c)) / i : 0.0f;
+            out->saturation[k] = i > 0 ? spreadOf(c) / i : 0.0f;
         }
     });
     intensity.apply(parts.intensity, count);

@@ -66,9 +66,14 @@ inline float intensityOf(Rgb c) {
     return (c.red + c.green + c.blue) * 0.33333334f;
 }
 
+/// Intensity times saturation: how far the smallest component lies below the mean. Exactly 0 for greys.
+inline float spreadOf(Rgb c) {
+    return (c.red + c.green + c.blue - 3 * smallestOf(c)) * 0.33333334f;
+}
+
 inline Hsi toHsi(Rgb c) {
     const float i = intensityOf(c);
-    const float s = i > 0 ? 1 - smallestOf(c) / i : 0.0f;
+    const float s = i > 0 ? spreadOf(c) / i : 0.0f;
     const float d = (c.red - c.green) * (c.red - c.green) + (c.red - c.blue) * (c.green - c.blue);
     const float h = angleOf(1.7320508f * (c.green - c.blue), 2 * c.red - c.green - c.blue);
     return {d != 0 ? h : 0.0f, s, i};
@@ -97,7 +102,7 @@ inline Rgb fromHsi(Hsi c) {
 /// intensity plus its scaled distance from it, without trigonometry.
 inline Rgb withHueKept(Rgb c, float shown, float saturation) {
     const float i = intensityOf(c);
-    const float spread = i - smallestOf(c);  // its own saturation * intensity
+    const float spread = spreadOf(c);
     const float k = spread > 0 ? saturation * shown / spread : 0.0f;
     return {clampUnit(shown + (c.red - i) * k), clampUnit(shown + (c.green - i) * k),
             clampUnit(shown + (c.blue - i) * k)};

@@ -79,11 +79,12 @@ long double Sum(std::size_t n, Term term) {
     return total - total == 0 ? total + rest : total;
 }
 
-/// Sums the squares of term(0) … term(n - 1), where nothing cancels: in lanes of double precision, a block at
-/// a time, within 1e-14 of the sum.
+/// The sum of the squares of term(0) … term(n - 1), divided. As nothing cancels, lanes of plain doubles come
+/// within 1e-14 of it: where that leaves no doubt how it rounds, the longer sum is spared.
 template <class Term>
-long double SumOfSquares(std::size_t n, Term term) {
+float SumOfSquares(std::size_t n, Term term, long double divisor = 1) {
     constexpr std::size_t lanes = 64, block = 64 * lanes;
+    constexpr long double doubt = 1e-13L;
     long double total = 0;
     for (std::size_t start = 0; start < n; start += block) {
         double sum[lanes];
@@ -97,7 +98,9 @@ long double SumOfSquares(std::size_t n, Term term) {
         });
         for (const double part : sum) total += part;
     }
-    return total;
+    const auto least = float(total * (1 - doubt) / divisor), most = float(total * (1 + doubt) / divisor);
+    if (least == most && pzel::takesShortCuts()) return least;
+    return float(Sum(n, [=](std::size_t i) { return term(i) * term(i); }) / divisor);
 }
 
 }  // namespace
@@ -140,7 +143,7 @@ void DivideByImage(Image* a, Image* b, float k) {
 
 float SqureSum(Image* a) {
     const float* x = Floats(a);
-    return float(SumOfSquares(GetImageVolume(a), [=](std::size_t i) { return double(x[i]); }));
+    return SumOfSquares(GetImageVolume(a), [=](std::size_t i) { return double(x[i]); });
 }
 
 float MultipSum(Image* a, Image* b) {
@@ -150,15 +153,16 @@ float MultipSum(Image* a, Image* b) {
 
 namespace {
 
-long double DifferenceSquares(Image* a, Image* b) {
+float DifferenceSquares(Image* a, Image* b, long double divisor) {
     const float *x = Floats(a), *y = Floats(b);
-    return SumOfSquares(GetImageVolume(a), [=](std::size_t i) { return double(y[i]) - x[i]; });
+    return SumOfSquares(
+        GetImageVolume(a), [=](std::size_t i) { return double(y[i]) - x[i]; }, divisor);
 }
 
 }  // namespace
 
 float DifferenceSqureSum(Image* a, Image* b) {
-    return float(DifferenceSquares(a, b));
+    return DifferenceSquares(a, b, 1);
 }
 
 float WeightDifferenceSum(Image* a, Image* b, Image* w) {
@@ -167,7 +171,7 @@ float WeightDifferenceSum(Image* a, Image* b, Image* w) {
 }
 
 float ImageDiffEnergy(Image* a, Image* b) {
-    return float(DifferenceSquares(a, b) / static_cast<long double>(GetImageVolume(a)));
+    return DifferenceSquares(a, b, static_cast<long double>(GetImageVolume(a)));
 }
 
 void CopyCh2Ch(Image* a, Image* b, int ca, int cb) {

@@ -16,7 +16,7 @@ InstructionSet BestOfMachine() {
                       __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("fma");
     const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
                         __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512dq") &&
-                        __builtin_cpu_supports("avx512vl");
+                        __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512vbmi");
     if (avx2) return avx512 ? InstructionSet::Avx512 : InstructionSet::Avx2;
 #endif
     return InstructionSet::Baseline;

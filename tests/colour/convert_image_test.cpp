@@ -164,18 +164,18 @@ struct Joint {
             return std::clamp((v - w.first) / (w.second - w.first), 0.0, 1.0);
         };
         const double i = (c[0] + c[1] + c[2]) / 3, least = std::min({c[0], c[1], c[2]});
-        const double s = i > 0 ? 1 - least / i : 0;
+        const bool grey = c[0] == c[1] && c[0] == c[2];
+        const double s = grey ? 0 : 1 - least / i;
         const double shown = tone(windowed(i, intensity) + nudge);
         double colourful = tone(windowed(s, saturation) + nudge);
         if (!hueTone) {
             for (double& v : c)
-                v = std::clamp(i > least ? shown + (v - i) / (i - least) * colourful * shown : shown, 0.0,
-                               1.0);
+                v = std::clamp(!grey ? shown + (v - i) / (i - least) * colourful * shown : shown, 0.0, 1.0);
             return c;
         }
-        if (!baked && s == 0) colourful = 0;
+        if (!baked && grey) colourful = 0;
         double h = std::atan2(std::sqrt(3.0) * (c[1] - c[2]), 2 * c[0] - c[1] - c[2]);
-        if (s == 0) h = 0;
+        if (grey) h = 0;
         if (h < 0) h += kCircle;
         const double from = hue.first * kCircle, width = std::fmod(hue.second - hue.first + 1, 1.0) * kCircle;
         if (baked) h = hueTone(h / width + nudge) * width;
@@ -200,7 +200,7 @@ TEST(JointColour, IsBakedAndShownByTheFormulas) {
     constexpr int width = 1204, height = 55, pixels = width * height;
     Random random(11);
     const Function curves[] = {[](double v) { return v * v; },
-                               [](double v) { return v < 0.381966 ? v / 2 : 1 - v / 3; },
+                               [](double v) { return v < 0.381966 ? 0.1 + v / 2 : 1 - v / 3; },
                                [](double v) { return std::cbrt(std::max(v, 0.0)); }};
     for (int round = 0; round < 3 * 2 * 4; ++round) {
         const Function& curve = curves[round % 3];

@@ -48,6 +48,10 @@ TEST(Arithmetic, SumsAreAtLeastAsExactAsExtendedPrecision) {
     for (int x = 0; x < 64; ++x)
         ones.put(x, 0, 0, 1), a.put(x, 0, 0, x == 0 ? 1e17f : x == 32 ? -1e17f : 0.5f);
     EXPECT_EQ(MultipSum(&a, &ones), 31.0f);
+    // The second square decides which way the sum of both rounds.
+    TestImage halfway({65, 1, 1, DataFloat});
+    for (int x = 0; x < 65; ++x) halfway.put(x, 0, 0, x == 0 ? 4097 : x == 64 ? 1e-5 : 0);
+    EXPECT_EQ(SqureSum(&halfway), 16785410.0f);
     TestImage none({0, 3, 1, DataFloat});
     EXPECT_EQ(SqureSum(&none), 0);
     EXPECT_TRUE(std::isnan(ImageDiffEnergy(&none, &none)));
