@@ -176,9 +176,21 @@ constexpr bool isContiguous = false;
 template <class T>
 constexpr bool isContiguous<ContiguousRows<T>> = true;
 
+/// Whether rows of `width` elements follow one another without a gap, few enough elements to count.
+template <class T>
+bool areOneRow(const ContiguousRows<T>& rows, int width, int height) {
+    return rows.rowStep == std::ptrdiff_t(sizeof(T)) * width && std::int64_t(width) * height < 1 << 30;
+}
+
 /// Runs a rule over a rectangle: out[x] = rule(in[x]).
 template <class In, class Out, class Rule>
 void mapRows(const In& in, const Out& out, int width, int height, const Rule& rule) {
+    if constexpr (isContiguous<In> && isContiguous<Out>) {
+        if (areOneRow(in, width, height) && areOneRow(out, width, height) && height > 0) {
+            width *= height;
+            height = 1;
+        }
+    }
     const auto loop = [=](auto set) {
         const Rule local = rule;  // out of reach of the bytes that are written
         for (int y = 0; y < height; ++y) mapLine(set, local, in.row(y), out.row(y), width);
