@@ -183,17 +183,13 @@ struct BakedHue final : Tone {
 };
 
 /// Three channels through a change of their normalised colours, in place; channel 0 is red here.
-template <class T, class Rows, class Change>
-void BakeRows(const Rows& reds, const Rows& greens, const Rows& blues, int width, int height,
-              const HsiLevels<T>& levels, const Change& change) {
-    onBestSet([=, &change](auto set) {
-        const HsiLevels<T> local = levels;
-        PixelBlocks<Rows, Rows> block(reds, greens, blues);
-        ColourBlock c;
-        for (int y = 0; y < height; ++y) {
-            for (int x = 0; x < width; x += kPixelBlock) {
-                const int count = std::min(kPixelBlock, width - x);
-                block.load(set, x, y, count);
+template <class T, class Change>
+void BakeColours(Image* image, const HsiLevels<T>& levels, const Change& change) {
+    const auto bake = [&](const auto& reds, const auto& greens, const auto& blues) {
+        onBestSet([=, &change, width = image->width, height = image->height](auto set) {
+            const HsiLevels<T> local = levels;
+            ColourBlock c;
+            forEachBlock(set, reds, greens, blues, width, height, [&](auto& block, int x, int y, int count) {
                 for (int i = 0; i < count; ++i) c.red[i] = local.normalised(0, block.first[i]);
                 for (int i = 0; i < count; ++i) c.green[i] = local.normalised(1, block.second[i]);
                 for (int i = 0; i < count; ++i) c.blue[i] = local.normalised(2, block.third[i]);
@@ -202,16 +198,10 @@ void BakeRows(const Rows& reds, const Rows& greens, const Rows& blues, int width
                 for (int i = 0; i < count; ++i) block.second[i] = local.value(1, c.green[i]);
                 for (int i = 0; i < count; ++i) block.third[i] = local.value(2, c.blue[i]);
                 block.store(set, x, y, count);
-            }
-        }
-    });
-}
-
-template <class T, class Change>
-void BakeColours(Image* image, const HsiLevels<T>& levels, const Change& change) {
-    withThreePlanes<T, T>(*image, 0, 0, [&](const auto& reds, const auto& greens, const auto& blues) {
-        BakeRows(reds, greens, blues, image->width, image->height, levels, change);
-    });
+            });
+        });
+    };
+    withThreePlanes<T, T>(*image, 0, 0, bake);
 }
 
 template <class T>

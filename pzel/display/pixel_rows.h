@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <type_traits>
-#include <utility>
 
 #include "pzel/display/fast_rules.h"
 #include "pzel/image/instruction_set.h"
@@ -38,16 +37,11 @@ void mapPixelRows(const RowsA& a, const RowsB& b, const RowsB& c, const Contiguo
                   int width, int height, const Rule& rule) {
     const auto loop = [=](auto set) {
         const Rule local = rule;
-        PixelBlocks<RowsA, RowsB> in(a, b, c);
         BgrBlock block;
-        for (int y = 0; y < height; ++y) {
-            for (int x = 0; x < width; x += kPixelBlock) {
-                const int count = std::min(kPixelBlock, width - x);
-                in.load(set, x, y, count);
-                local(set, std::as_const(in).first, in.second, in.third, count, block);
-                interleave(set, block.blue, block.green, block.red, out.row(y) + 3 * x, count);
-            }
-        }
+        forEachBlock(set, a, b, c, width, height, [&](const auto& in, int x, int y, int count) {
+            local(set, +in.first, +in.second, +in.third, count, block);
+            interleave(set, block.blue, block.green, block.red, out.row(y) + 3 * x, count);
+        });
     };
     if constexpr (isRare<Rule>)
         loop(SetConstant<InstructionSet::Baseline>());
