@@ -14,10 +14,10 @@ namespace pzel {
 
 /// Sets that permute the bytes of a vector in one step.
 template <InstructionSet set>
-constexpr bool permutesBytes = PZEL_X86_SETS&& set >= InstructionSet::Avx2;
+constexpr bool permutesBytes = (PZEL_X86_SETS != 0) && set >= InstructionSet::Avx2;
 /// Sets that look up bytes in a vector of 64.
 template <InstructionSet set>
-constexpr bool looksUpBytes = PZEL_X86_SETS&& set >= InstructionSet::Avx512;
+constexpr bool looksUpBytes = (PZEL_X86_SETS != 0) && set >= InstructionSet::Avx512;
 
 #if PZEL_X86_SETS
 using Bytes32 = std::uint8_t __attribute__((vector_size(32)));
