@@ -81,6 +81,16 @@ struct TableDifference {
     const unsigned char* table;
 };
 
+/// The same for 8 bits, as its 256 results.
+struct ByteDifference {
+    ByteDifference(std::int8_t highEnd, const unsigned char* lut) {
+        const TableDifference<std::int8_t> rule(highEnd, lut);
+        for (int v = -128; v < 128; ++v) results[std::uint8_t(v)] = rule(std::int8_t(v));
+    }
+    float operator()(std::int8_t v) const { return results[std::uint8_t(v)]; }
+    float results[256];
+};
+
 /// The linear way: differences of 127.5 are full colour. The blue factor alone is held in double precision.
 struct LinearMatrix {
     static std::uint8_t blue(float y, float u) { return toByte(y + 1.77304 * u); }
