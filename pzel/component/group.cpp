@@ -2,23 +2,13 @@
 #include "pzel/component/group.h"
 
 #include <algorithm>
-#include <memory>
 #include <vector>
 
 #include "pzel/component/comp.h"
 #include "pzel/component/movie.h"
+#include "pzel/component/reference.h"
 
-namespace {
-
-std::intptr_t addressOf(IComponent* component) {
-    return reinterpret_cast<std::intptr_t>(component);
-}
-
-struct Releaser {
-    void operator()(Comp* comp) const { comp->Release(); }
-};
-
-}  // namespace
+using pzel::addressOf;
 
 int AddComponentGroup(Movie* movie, Comp** comps, int count) {
     if (count < 1 || std::find(comps, comps + count, nullptr) != comps + count) return -1;
@@ -36,7 +26,7 @@ bool SetComponent(Movie* movie, int index, Comp* comp) {
     Comp* const old = movie->children[index];
     if (comp == old) return true;
     comp->Hold();  // it may hang on the old one
-    const std::unique_ptr<Comp, Releaser> held(comp);
+    const pzel::CompReference held(comp);
 
     const bool wasActive = movie->activeIndex == index;
     movie->NotifyObserver(EventChildRemoving, addressOf(old));

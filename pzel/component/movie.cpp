@@ -11,6 +11,9 @@
 #include "pzel/component/comp.h"
 #include "pzel/component/naming.h"
 #include "pzel/component/observer_list.h"
+#include "pzel/component/reference.h"
+
+using pzel::addressOf;
 
 namespace {
 
@@ -29,14 +32,6 @@ std::vector<Comp*> partsOf(IComponent* component) {
     }
     return parts;
 }
-
-std::intptr_t addressOf(IComponent* component) {
-    return reinterpret_cast<std::intptr_t>(component);
-}
-
-struct Releaser {
-    void operator()(Comp* comp) const { comp->Release(); }
-};
 
 }  // namespace
 
@@ -193,7 +188,7 @@ int Movie::AddParts(const std::vector<Comp*>& parts) {
 
 int Movie::AddComponents(int n) {
     if (n < 1 || n > kMaxChildren) return -1;
-    std::vector<std::unique_ptr<Comp, Releaser>> fresh;  // their first references, until the movie holds them
+    std::vector<pzel::CompReference> fresh;  // their first references, until the movie holds them
     std::vector<Comp*> parts;
     for (int i = 0; i < n; ++i) parts.push_back(fresh.emplace_back(AllocComp(0)).get());
     return AddParts(parts);

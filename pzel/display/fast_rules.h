@@ -5,10 +5,10 @@
 //   LinearLanes    Linear for samples of three channels in turn
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <type_traits>
 
 #include "pzel/display/level_rules.h"
 #include "pzel/image/instruction_set.h"

@@ -1,5 +1,5 @@
 // From image data to bitmap bytes: which channels, which rule, which rows. The rules are in level_rules.h,
-// yuv_rules.h and joint_rule.h, the walkers in plane.h and pixel_rows.h.
+// fast_rules.h, yuv_rules.h and joint_rule.h, the walkers in plane.h and pixel_rows.h.
 #include "pzel/display/map_data.h"
 
 #include <algorithm>

@@ -1,11 +1,8 @@
-// The walkers for rules that see three channels and write blue, green and red.
+// The walker for rules that see three channels and write blue, green and red.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
-#include <type_traits>
 
-#include "pzel/display/fast_rules.h"
 #include "pzel/image/instruction_set.h"
 #include "pzel/image/pixel_blocks.h"
 #include "pzel/image/plane.h"

@@ -79,12 +79,11 @@ long double Sum(std::size_t n, Term term) {
     return total - total == 0 ? total + rest : total;
 }
 
-/// The sum of the squares of term(0) … term(n - 1), divided. As nothing cancels, lanes of plain doubles come
-/// within 3e-14 of it: where that leaves no doubt how it rounds, the longer sum is spared.
+/// The sum of the squares of term(0) … term(n - 1) in lanes of plain doubles: as nothing cancels, within
+/// 3e-14 of it.
 template <class Term>
-float SumOfSquares(std::size_t n, Term term, long double divisor = 1) {
+long double RoughSumOfSquares(std::size_t n, Term term) {
     constexpr std::size_t lanes = 64, block = 256 * lanes;
-    constexpr long double doubt = 1e-13L;
     long double total = 0;
     for (std::size_t start = 0; start < n; start += block) {
         double sum[lanes];
@@ -98,8 +97,19 @@ float SumOfSquares(std::size_t n, Term term, long double divisor = 1) {
         });
         for (const double part : sum) total += part;
     }
-    const auto least = float(total * (1 - doubt) / divisor), most = float(total * (1 + doubt) / divisor);
-    if (least == most && pzel::takesShortCuts()) return least;
+    return total;
+}
+
+/// The sum of the squares of term(0) … term(n - 1), divided. Where the rough sum leaves no doubt how it
+/// rounds, the exact one is spared.
+template <class Term>
+float SumOfSquares(std::size_t n, Term term, long double divisor = 1) {
+    if (pzel::takesShortCuts()) {
+        constexpr long double doubt = 1e-13L;
+        const long double rough = RoughSumOfSquares(n, term);
+        const auto least = float(rough * (1 - doubt) / divisor), most = float(rough * (1 + doubt) / divisor);
+        if (least == most) return least;
+    }
     return float(Sum(n, [=](std::size_t i) { return term(i) * term(i); }) / divisor);
 }
 

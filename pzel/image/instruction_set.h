@@ -26,7 +26,8 @@ template <InstructionSet set>
 using SetConstant = std::integral_constant<InstructionSet, set>;
 
 /// The best set of this machine, or what the environment variable PZEL_INSTRUCTION_SET asked for when it was
-/// first needed: reference, baseline, avx2 or avx512. One that the machine lacks counts as the best it has.
+/// first needed: reference, baseline, avx2 or avx512. One that the machine lacks counts as the best it has,
+/// and so does any other text.
 InstructionSet instructionSet();
 
 /// Whether kernels may run faster forms of their rules.

@@ -234,7 +234,7 @@ void CopyRows(const unsigned char* src, std::ptrdiff_t srcStep, unsigned char* d
     for (int y = 0; y < rows; ++y) std::memcpy(dst + y * dstStep, src + y * srcStep, bytes);
 }
 
-/// Three channels of equal element types, planar into interleaved or the other way.
+/// Three channels of equal element types, planar into interleaved or the other way; the layouts differ.
 template <class U>
 void ChangeLayout(const Image& src, const Image& dst, const CopyArea& area) {
     const int width = area.width, height = area.height;
