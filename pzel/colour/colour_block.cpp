@@ -18,19 +18,28 @@ void put(ColourBlock& colours, int i, Rgb c) {
 }
 
 struct Parts {
-    float intensity[kPixelBlock], saturation[kPixelBlock], hue[kPixelBlock];
+    float intensity[kPixelBlock], saturation[kPixelBlock], turn[kPixelBlock];
 };
 
 }  // namespace
+
+void HueTone::apply(float* turns, int count) const {
+    onBestSet([=](auto) {
+        for (int i = 0; i < count; ++i) turns[i] = angleOfTurn(turns[i]);
+    });
+    applyToAngles(turns, count);
+    onBestSet([=](auto) {
+        for (int i = 0; i < count; ++i) turns[i] = turnOfAngle(turns[i]);
+    });
+}
 
 void changeColours(ColourBlock& colours, int count, const Tone& intensity, const Tone& saturation) {
     Parts parts;
     onBestSet([count, in = &colours, out = &parts](auto) {
         for (int k = 0; k < count; ++k) {
             const Rgb c = at(*in, k);
-            const float i = intensityOf(c);
-            out->intensity[k] = i;
-            out->saturation[k] = i > 0 ? spreadOf(c) / i : 0.0f;
+            out->intensity[k] = intensityOf(c);
+            out->saturation[k] = saturationOf(spreadOf(c), intensityOf(c));
         }
     });
     intensity.apply(parts.intensity, count);
@@ -44,23 +53,24 @@ void changeColours(ColourBlock& colours, int count, const Tone& intensity, const
 void changeColours(ColourBlock& colours, int count, const Tone& intensity, const Tone& saturation,
                    const Tone& hue, Greys greys) {
     Parts parts;
-    float coloured[kPixelBlock];
-    onBestSet([count, in = &colours, out = &parts, colour = +coloured](auto) {
+    float spread[kPixelBlock];
+    onBestSet([count, in = &colours, out = &parts, spread = +spread](auto) {
         for (int k = 0; k < count; ++k) {
-            const Hsi c = toHsi(at(*in, k));
-            out->intensity[k] = c.intensity;
-            out->saturation[k] = colour[k] = c.saturation;
-            out->hue[k] = c.hue;
+            const Rgb c = at(*in, k);
+            spread[k] = spreadOf(c);
+            out->intensity[k] = intensityOf(c);
+            out->saturation[k] = saturationOf(spreadOf(c), intensityOf(c));
+            out->turn[k] = turnOf(c);
         }
     });
     intensity.apply(parts.intensity, count);
     saturation.apply(parts.saturation, count);
-    hue.apply(parts.hue, count);
-    onBestSet([count, greys, in = &parts, out = &colours, colour = +coloured](auto) {
+    hue.apply(parts.turn, count);
+    onBestSet([count, greys, in = &parts, out = &colours, spread = +spread](auto) {
         const float least = greys == Greys::Stay ? 0.0f : -1.0f;
         for (int k = 0; k < count; ++k) {
-            const float s = colour[k] > least ? in->saturation[k] : 0.0f;
-            put(*out, k, fromHsi({in->hue[k], s, in->intensity[k]}));
+            const float s = spread[k] > least ? in->saturation[k] : 0.0f;
+            put(*out, k, ofTurn(in->turn[k], s, in->intensity[k]));
         }
     });
 }

@@ -12,12 +12,22 @@ struct ColourBlock {
     float red[kPixelBlock], green[kPixelBlock], blue[kPixelBlock];
 };
 
-/// What happens to intensities and saturations (0 … 1) or hues (0 … 2π): a window, a curve.
+/// What happens to intensities and saturations (0 … 1) or hues (turns, 0 … 3): a window, a curve.
 class Tone {
   public:
     virtual ~Tone() = default;
     /// Changes `count` values, at most kPixelBlock, in place.
     virtual void apply(float* values, int count) const = 0;
+};
+
+/// A change of hues that knows them as angles.
+class HueTone : public Tone {
+  public:
+    void apply(float* turns, int count) const final;
+
+  private:
+    /// Changes `count` angles, 0 … 2π, in place.
+    virtual void applyToAngles(float* angles, int count) const = 0;
 };
 
 /// Whether a tone that gives grey some saturation makes it red.

@@ -3,8 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
-#include <utility>
+#include <optional>
 #include <vector>
 
 #include "pzel/bounds/black_white.h"
@@ -13,6 +12,7 @@
 #include "pzel/colour/colour_block.h"
 #include "pzel/colour/hsi.h"
 #include "pzel/colour/hsi_levels.h"
+#include "pzel/colour/sampled_tone.h"
 #include "pzel/image/convert.h"
 #include "pzel/image/plane.h"
 
@@ -68,118 +68,60 @@ void BakeChannel(Image* image, int channel, const Zel::Remapper* remapper) {
     });
 }
 
-/// A piece of a sampled curve.
-struct Cell {
-    float value;  // at its start; NaN: not straight
-    float rise;   // over the whole cell
-};
-
-/// picked[i] = cells[index[i]]. One by one, on its own: put into vectors, this takes twice as long.
-[[gnu::noinline, gnu::optimize("no-tree-vectorize")]] void pickCells(const Cell* cells,
-                                                                     const std::uint16_t* index, Cell* picked,
-                                                                     int count) {
-    for (int i = 0; i < count; ++i) std::memcpy(&picked[i], &cells[index[i]], sizeof(Cell));
-}
-
-/// What a curve is asked for, and how exactly.
-struct Domain {
-    float top;      // values 0 … top
-    float unit;     // of the values, which the remapper takes for 1
-    float allowed;  // error that does not show
-};
-
-/// Half of an 8-bit level: hue turns a colour's channel by 255 levels in a sixth of the circle.
-constexpr float kHalfLevel = 1 / 510.0f, kHalfLevelOfHue = kSixth * kHalfLevel;
-
-/// A remapper's curve for one channel; the identity is none. Where it would be asked often for 8-bit data it
-/// is asked beforehand at many places, and straight in between; cells next to which its slope changes more
-/// than is allowed ask it again.
-class Curve {
-  public:
-    enum class Way { Asked, Sampled };
-
-    Curve(const Zel::Remapper* source, int ofChannel, const Domain& values, Way way)
-        : remapper(source->IsIdentity(ofChannel) ? nullptr : source),
-          channel(ofChannel),
-          unit(values.unit),
-          perCell(kCells / values.top) {
-        if (!remapper || way == Way::Asked) return;
-        cells.resize(kCells + 1);
-        for (int k = 0; k <= kCells; ++k) cells[std::size_t(k)].value = ask(float(k) / perCell);
-        for (auto cell = cells.begin(); cell + 1 != cells.end(); ++cell)
-            cell->rise = cell[1].value - cell->value;
-        bool evenBefore = true;
-        for (auto cell = cells.begin(); cell + 1 != cells.end(); ++cell) {
-            const bool last = cell + 2 == cells.end();
-            const bool evenBehind = last || std::abs(cell[1].rise - cell->rise) <= values.allowed;
-            if (!evenBefore || !evenBehind) cell->value = NAN;
-            evenBefore = evenBehind;
-        }
-    }
-
+/// A remapper's curve for one channel, asked value by value; `unit` is what it takes for 1.
+struct Curve {
     void apply(float* values, int count) const {
-        if (!remapper) return;
-        if (cells.empty()) {
-            for (int i = 0; i < count; ++i) values[i] = ask(values[i]);
-            return;
-        }
-        float given[kPixelBlock];
-        int uneven = 0;
-        onBestSet([=, this, asked = +given, found = &uneven](auto) {
-            std::uint16_t index[kPixelBlock] = {};
-            float part[kPixelBlock];
-            Cell cell[kPixelBlock];
-            for (int i = 0; i < count; ++i) {
-                asked[i] = values[i];
-                float t = values[i] * perCell;
-                t = t > 0 ? t : 0.0f;
-                t = t < kCells ? t : float(kCells);
-                index[i] = std::uint16_t(int(t));
-                part[i] = t - float(int(t));
-            }
-            pickCells(cells.data(), index, cell, count);
-            int without = 0;
-            for (int i = 0; i < count; ++i) {
-                values[i] = cell[i].value + cell[i].rise * part[i];
-                without += values[i] != values[i];
-            }
-            *found = without;
-        });
-        if (uneven == 0) return;
-        for (int i = 0; i < count; ++i)
-            if (values[i] != values[i]) values[i] = ask(given[i]);
+        for (int i = 0; i < count; ++i) values[i] = remapper->Remap(values[i] / unit, channel) * unit;
     }
-
-  private:
-    float ask(float value) const { return remapper->Remap(value / unit, channel) * unit; }
-
-    static constexpr int kCells = 2048;
+    bool isOn() const { return !remapper->IsIdentity(channel); }
     const Zel::Remapper* remapper;
     int channel;
-    float unit, perCell;
-    std::vector<Cell> cells;
+    float unit;
+};
+
+/// Of intensity or saturation.
+struct AskedTone final : Tone {
+    AskedTone(const Zel::Remapper* remapper, int channel) : curve{remapper, channel, 1} {}
+    void apply(float* values, int count) const override {
+        if (curve.isOn()) curve.apply(values, count);
+    }
+    Curve curve;
+};
+
+/// Of hue: the curve first, within the window's width.
+struct AskedHue final : HueTone {
+    AskedHue(const HueWindow& hues, const Zel::Remapper* remapper)
+        : window(hues), curve{remapper, 5, hues.width()} {}
+    void applyToAngles(float* angles, int count) const override {
+        if (curve.isOn()) curve.apply(angles, count);
+        applyWindow(window, angles, count);
+    }
+    HueWindow window;
+    Curve curve;
 };
 
 /// Of intensity or saturation: the window first, then the curve.
 struct BakedTone final : Tone {
-    BakedTone(const UnitWindow& values, Curve tone) : window(values), curve(std::move(tone)) {}
+    BakedTone(const UnitWindow& values, const Tone& tone) : window(values), curve(tone) {}
     void apply(float* values, int count) const override {
         applyWindow(window, values, count);
         curve.apply(values, count);
     }
     UnitWindow window;
-    Curve curve;
+    const Tone& curve;
 };
 
-/// Of hue: the curve first, within the window's width.
-struct BakedHue final : Tone {
-    BakedHue(const HueWindow& hues, Curve tone) : window(hues), curve(std::move(tone)) {}
-    void apply(float* values, int count) const override {
-        curve.apply(values, count);
-        applyWindow(window, values, count);
+/// A tone as it is, or sampled where it would be asked often for 8-bit data.
+class QuickTone {
+  public:
+    QuickTone(const Tone& exact, bool sample, const SampledTone::Domain& domain) : tone(&exact) {
+        if (sample) tone = &sampled.emplace(exact, domain);
     }
-    HueWindow window;
-    Curve curve;
+    const Tone& operator*() const { return *tone; }
+
+  private:
+    const Tone* tone;
+    std::optional<SampledTone> sampled;
 };
 
 /// Three channels through a change of their normalised colours, in place; channel 0 is red here.
@@ -204,25 +146,32 @@ void BakeColours(Image* image, const HsiLevels<T>& levels, const Change& change)
     withThreePlanes<T, T>(*image, 0, 0, bake);
 }
 
+/// A fifth of an 8-bit level, for intensity and saturation: together they change a channel by up to five
+/// times as much. A turn of hue changes it by up to three times as much.
+constexpr float kHiddenError = 0.2f / 255;
+
 template <class T>
 void BakeJointly(Image* image, const Zel::Remapper* remapper) {
     // Sampling asks as often as some thousand pixels do.
     constexpr std::uint32_t enough = 1 << 16;
     const bool sampled = sizeof(T) == 1 && takesShortCuts() && GetImageSize(image) >= enough;
-    const auto way = sampled ? Curve::Way::Sampled : Curve::Way::Asked;
     const HsiLevels<T> levels(image);
-    const Domain unit{1, 1, kHalfLevel};
-    const BakedTone intensity(levels.intensity(), Curve(remapper, 3, unit, way));
-    const BakedTone saturation(levels.saturation(), Curve(remapper, 4, unit, way));
+    const AskedTone askedIntensity(remapper, 3), askedSaturation(remapper, 4);
+    const SampledTone::Domain unit{1, false, kHiddenError}, circle{3, true, kHiddenError / 3};
+    const QuickTone quickIntensity(askedIntensity, sampled && askedIntensity.curve.isOn(), unit),
+        quickSaturation(askedSaturation, sampled && askedSaturation.curve.isOn(), unit);
+    const BakedTone intensity(levels.intensity(), *quickIntensity),
+        saturation(levels.saturation(), *quickSaturation);
     const bool windowed = levels.hueLow() != levels.hueHigh();
     const HueWindow window(levels.hueLow(), levels.hueHigh(), windowed && !remapper->IsIdentity(5));
     if (!window.isOn())
         return BakeColours(image, levels, [&](ColourBlock& c, int count) {
             changeColours(c, count, intensity, saturation);
         });
-    const BakedHue hue(window, Curve(remapper, 5, {kTwoPi, window.width(), kHalfLevelOfHue}, way));
+    const AskedHue askedHue(window, remapper);
+    const QuickTone hue(askedHue, sampled, circle);
     BakeColours(image, levels, [&](ColourBlock& c, int count) {
-        changeColours(c, count, intensity, saturation, hue, Greys::Follow);
+        changeColours(c, count, intensity, saturation, *hue, Greys::Follow);
     });
 }
 

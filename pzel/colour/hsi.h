@@ -5,6 +5,11 @@
 // minus the smallest over the mean, hue the angle around the grey axis, from red over green to blue.
 #pragma once
 
+#include <cmath>
+#include <limits>
+
+#include "pzel/image/clamp.h"
+
 namespace pzel {
 
 constexpr float kTwoPi = 6.2831855f;
@@ -16,14 +21,9 @@ struct Rgb {
     float red, green, blue;
 };
 
-struct Hsi {
-    float hue;         // radians, 0 … 2π; 0 without saturation
-    float saturation;  // 0 … 1
-    float intensity;   // 0 … 1
-};
-
+/// Clamped to 0 … 1; not a number gives 0.
 inline float clampUnit(float v) {
-    return v > 0 ? (v < 1 ? v : 1.0f) : 0.0f;
+    return clampTo(kUnitEnds, v);
 }
 
 /// The angle of a direction, 0 … 2π, as std::atan2 gives it, within 4e-7; 0 for no direction. Without a
@@ -71,30 +71,53 @@ inline float spreadOf(Rgb c) {
     return (c.red + c.green + c.blue - 3 * smallestOf(c)) * 0.33333334f;
 }
 
-inline Hsi toHsi(Rgb c) {
-    const float i = intensityOf(c);
-    const float s = i > 0 ? spreadOf(c) / i : 0.0f;
-    const float d = (c.red - c.green) * (c.red - c.green) + (c.red - c.blue) * (c.green - c.blue);
-    const float h = angleOf(1.7320508f * (c.green - c.blue), 2 * c.red - c.green - c.blue);
-    return {d != 0 ? h : 0.0f, s, i};
+/// Saturation of a colour with a spread; black has none.
+inline float saturationOf(float spread, float intensity) {
+    return intensity > 0 ? spread / intensity : 0.0f;
 }
 
-inline Rgb fromHsi(Hsi c) {
-    const bool second = c.hue >= kSecondSector, third = c.hue >= kThirdSector;
-    const float h = c.hue - (third ? kThirdSector : second ? kSecondSector : 0.0f);
-    const float a = c.saturation * c.intensity;
-    const float x = a * cosine(h) / cosine(kSixth - h);
-    const float low = clampUnit(c.intensity - a);
-    const float high = clampUnit(c.intensity + x);
-    const float middle = clampUnit(a + c.intensity - x);
-    return {third    ? middle
+/// Hue in a form that needs no trigonometry: 0 at red, 1 at green, 2 at blue, up to 3 at red again. Between
+/// them it is the part that the second colour has in what both have more than the third. 0 for greys.
+inline float turnOf(Rgb c) {
+    const float low = smallestOf(c);
+    const bool first = c.blue == low, second = c.red == low;
+    const float start = first ? 0.0f : second ? 1.0f : 2.0f;
+    const float more = first ? c.green : second ? c.blue : c.red;
+    const float all = 3 * spreadOf(c);
+    return all > 0 ? start + (more - low) / all : 0.0f;
+}
+
+/// The hue of a turn as an angle, 0 … 2π.
+inline float angleOfTurn(float turn) {
+    const float start = turn >= 2 ? 2.0f : turn >= 1 ? 1.0f : 0.0f;
+    const float part = turn - start;
+    return start * kSecondSector + angleOf(1.7320508f * part, 2 - 3 * part);
+}
+
+/// The turn of an angle from 0 to 2π.
+inline float turnOfAngle(float hue) {
+    const bool second = hue >= kSecondSector, third = hue >= kThirdSector;
+    const float h = hue - (third ? kThirdSector : second ? kSecondSector : 0.0f);
+    const float start = third ? 2.0f : second ? 1.0f : 0.0f;
+    return start + (2 - cosine(h) / cosine(kSixth - h)) * 0.33333334f;
+}
+
+/// The colour of a turn, a saturation and an intensity.
+inline Rgb ofTurn(float turn, float saturation, float intensity) {
+    const bool second = turn >= 1, third = turn >= 2;
+    const float part = 3 * (turn - (third ? 2.0f : second ? 1.0f : 0.0f));
+    const float spread = saturation * intensity;
+    const float falling = clampUnit(intensity + spread * (2 - part));
+    const float rising = clampUnit(intensity + spread * (part - 1));
+    const float low = clampUnit(intensity - spread);
+    return {third    ? rising
             : second ? low
-                     : high,
+                     : falling,
             third    ? low
-            : second ? high
-                     : middle,
-            third    ? high
-            : second ? middle
+            : second ? falling
+                     : rising,
+            third    ? falling
+            : second ? rising
                      : low};
 }
 
@@ -111,10 +134,15 @@ inline Rgb withHueKept(Rgb c, float shown, float saturation) {
 /// A window on intensity or saturation: 0 below, 1 above, linear between.
 struct UnitWindow {
     UnitWindow(float lowEnd, float highEnd)
-        : low(lowEnd), high(highEnd), inverse(highEnd > lowEnd ? 1 / (highEnd - lowEnd) : 0) {}
+        : low(lowEnd),
+          high(highEnd),
+          stretch(high > low ? 1 / (high - low) : std::numeric_limits<float>::max()) {
+        // Ends in the wrong order are a step: from the low end on values are above the high one.
+        if (high < low) low = std::nextafter(low, high);
+    }
     bool isOn() const { return low != 0 || high != 1; }
-    float operator()(float v) const { return v < low ? 0.0f : v > high ? 1.0f : (v - low) * inverse; }
-    float low, high, inverse;
+    float operator()(float v) const { return clampUnit((v - low) * stretch); }
+    float low, high, stretch;
 };
 
 /// A window on hue, from one angle to another, over 0 where it must: the hues in it are spread around the

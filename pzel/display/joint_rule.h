@@ -18,34 +18,39 @@ inline bool mapsToItself(const unsigned char* table) {
     return true;
 }
 
-/// A window, then a table that maps 0 … 1; null: none.
-template <class Window>
-class ShownTone final : public Tone {
-  public:
-    ShownTone(const Window& values, float top, const unsigned char* lut)
-        : window(values), unit(top), table(lut) {}
-    bool isOn() const { return window.isOn() || table; }
+/// Puts values through a table in place; `unit` is what it takes for 1. Null: none.
+inline void applyTable(const unsigned char* table, float unit, float* values, int count) {
+    if (!table) return;
+    const float there = 1 / unit, back = unit / 255;
+    onBestSet([=](auto set) {
+        std::uint16_t index[kPixelBlock];
+        std::uint8_t found[kPixelBlock];
+        for (int i = 0; i < count; ++i)
+            index[i] = std::uint16_t(int(clampUnit(values[i] * there) * kLastEntry));
+        lookUp(set, table, index, found, count);
+        for (int i = 0; i < count; ++i) values[i] = float(found[i]) * back;
+    });
+}
+
+/// A window, then a table.
+struct ShownTone final : Tone {
+    ShownTone(const UnitWindow& values, const unsigned char* lut) : window(values), table(lut) {}
     void apply(float* values, int count) const override {
         applyWindow(window, values, count);
-        if (!table) return;
-        const float there = kLastEntry / unit, back = unit / 255;
-        onBestSet([=, entries = table](auto set) {
-            std::uint16_t index[kPixelBlock];
-            std::uint8_t found[kPixelBlock];
-            for (int i = 0; i < count; ++i) {
-                float t = values[i] * there;
-                t = t > 0 ? t : 0.0f;
-                t = t < kLastEntry ? t : float(kLastEntry);
-                index[i] = std::uint16_t(int(t));
-            }
-            lookUp(set, entries, index, found, count);
-            for (int i = 0; i < count; ++i) values[i] = float(found[i]) * back;
-        });
+        applyTable(table, 1, values, count);
     }
+    UnitWindow window;
+    const unsigned char* table;
+};
 
-  private:
-    Window window;
-    float unit;  // what the table takes for 1
+struct ShownHue final : HueTone {
+    ShownHue(const HueWindow& hues, const unsigned char* lut) : window(hues), table(lut) {}
+    bool isOn() const { return window.isOn() || table; }
+    void applyToAngles(float* angles, int count) const override {
+        applyWindow(window, angles, count);
+        applyTable(table, kTwoPi, angles, count);
+    }
+    HueWindow window;
     const unsigned char* table;
 };
 
@@ -55,9 +60,9 @@ class JointColour {
   public:
     template <class T>
     JointColour(const HsiLevels<T>& levels, const unsigned char* lut)
-        : intensity(levels.intensity(), 1, tableOf(lut, 0)),
-          saturation(levels.saturation(), 1, tableOf(lut, 1)),
-          hue({levels.hueLow(), levels.hueHigh(), false}, kTwoPi, tableOf(lut, 2)) {}
+        : intensity(levels.intensity(), tableOf(lut, 0)),
+          saturation(levels.saturation(), tableOf(lut, 1)),
+          hue({levels.hueLow(), levels.hueHigh(), false}, tableOf(lut, 2)) {}
 
     void show(ColourBlock& colours, int count) const {
         if (hue.isOn())
@@ -70,8 +75,8 @@ class JointColour {
     static const unsigned char* tableOf(const unsigned char* lut, int k) {
         return lut && !mapsToItself(lut + k * kTableEntries) ? lut + k * kTableEntries : nullptr;
     }
-    ShownTone<UnitWindow> intensity, saturation;
-    ShownTone<HueWindow> hue;
+    ShownTone intensity, saturation;
+    ShownHue hue;
 };
 
 /// Shows a block of pixels by the levels of its colours; blue is channel 0.

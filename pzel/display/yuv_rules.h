@@ -6,6 +6,7 @@
 
 #include "pzel/display/level_rules.h"
 #include "pzel/display/pixel_rows.h"
+#include "pzel/image/clamp.h"
 #include "pzel/image/element.h"
 
 namespace pzel {
@@ -30,9 +31,7 @@ struct YuvElements<std::uint16_t> {
 /// Truncated and clamped to a byte; not a number gives 0.
 template <class Real>
 std::uint8_t toByte(Real v) {
-    v = v > 0 ? v : 0;
-    v = v < 255 ? v : 255;
-    return std::uint8_t(int(v));
+    return std::uint8_t(int(clampTo(kByteEnds, v)));
 }
 
 /// Luminance 0 … 255 between its levels. Elements are exact as floats.

@@ -23,6 +23,8 @@ constexpr bool looksUpBytes = (PZEL_X86_SETS != 0) && set >= InstructionSet::Avx
 using Bytes32 = std::uint8_t __attribute__((vector_size(32)));
 using Halves32 = long long __attribute__((vector_size(32)));
 using Bytes64 = std::uint8_t __attribute__((vector_size(64)));
+using Words16 = std::int32_t __attribute__((vector_size(64)));
+using Floats16 = float __attribute__((vector_size(64)));
 
 template <class Vector>
 Vector loadVector(const void* from) {
@@ -163,6 +165,13 @@ inline Bytes64 lookUp256(const Bytes64* table, Bytes64 index) {
     const Bytes64 high = __builtin_shuffle(table[2], table[3], index);
     return index >= 128 ? high : low;
 }
+
+/// Words of a table of 64.
+inline Floats16 lookUp64(const Floats16* table, Words16 index) {
+    const Floats16 low = __builtin_shuffle(table[0], table[1], index);
+    const Floats16 high = __builtin_shuffle(table[2], table[3], index);
+    return index >= 32 ? high : low;
+}
 #endif
 
 /// out[i] = table[index[i]] for tables of 256 entries (bytes as indices) or 512 (two bytes each).
@@ -199,6 +208,49 @@ void lookUp(SetConstant<set>, const std::uint8_t* table, const Index* index, std
         std::memcpy(out + i, &word, 8);
     }
     for (; i < count; ++i) out[i] = table[index[i]];
+}
+
+/// A line through its value at 0.
+struct Line {
+    float start, slope;
+    float operator()(float v) const { return start + slope * v; }
+};
+
+/// So many lines are looked up in registers where there are enough of them.
+constexpr int kFewLines = 64;
+
+/// One by one: put into vectors, these look-ups take twice as long.
+[[gnu::noinline, gnu::optimize("no-tree-vectorize")]] inline void followOneByOne(const Line* lines,
+                                                                                 const std::int32_t* index,
+                                                                                 float* values, int count) {
+    for (int i = 0; i < count; ++i) values[i] = lines[index[i]](values[i]);
+}
+
+/// values[i] = lines[index[i]](values[i]), for `size` lines.
+template <InstructionSet set>
+void followLines(SetConstant<set>, const Line* lines, int size, const std::int32_t* index, float* values,
+                 int count) {
+    int i = 0;
+#if PZEL_X86_SETS
+    if constexpr (looksUpBytes<set>) {
+        if (size == kFewLines) {
+            float starts[kFewLines], slopes[kFewLines];
+            for (int k = 0; k < kFewLines; ++k) {
+                starts[k] = lines[k].start;
+                slopes[k] = lines[k].slope;
+            }
+            Floats16 start[4], slope[4];
+            std::memcpy(start, starts, sizeof start);
+            std::memcpy(slope, slopes, sizeof slope);
+            for (; i + 16 <= count; i += 16) {
+                const auto place = loadVector<Words16>(index + i);
+                const auto value = loadVector<Floats16>(values + i);
+                storeVector(lookUp64(start, place) + lookUp64(slope, place) * value, values + i);
+            }
+        }
+    }
+#endif
+    followOneByOne(lines, index + i, values + i, count - i);
 }
 
 }  // namespace pzel

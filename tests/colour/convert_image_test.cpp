@@ -201,11 +201,12 @@ TEST(JointColour, IsBakedAndShownByTheFormulas) {
     Random random(11);
     const Function curves[] = {[](double v) { return v * v; },
                                [](double v) { return v < 0.381966 ? 0.1 + v / 2 : 1 - v / 3; },
-                               [](double v) { return std::cbrt(std::max(v, 0.0)); }};
-    for (int round = 0; round < 3 * 2 * 4; ++round) {
-        const Function& curve = curves[round % 3];
-        const bool hues = round / 3 % 2, baked = round / 6 % 2;
-        TestImage image({width, height, 3, DataUInt8, round / 12 == 1});
+                               [](double v) { return std::cbrt(std::max(v, 0.0)); },
+                               [](double v) { return v < 0.6 ? v + 0.4 : v - 0.6; }};
+    for (int round = 0; round < 4 * 2 * 4; ++round) {
+        const Function& curve = curves[round % 4];
+        const bool hues = round / 4 % 2, baked = round / 8 % 2;
+        TestImage image({width, height, 3, DataUInt8, round / 16 == 1});
         image.randomise(random);
         for (int i = 0; i < 3 * 256; ++i) image.put(i / 3, 0, i % 3, i / 3);
         SetDefaultBound(&image);
