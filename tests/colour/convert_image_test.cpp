@@ -199,7 +199,7 @@ struct Joint {
 TEST(JointColour, IsBakedAndShownByTheFormulas) {
     constexpr int width = 1204, height = 55, pixels = width * height;
     Random random(11);
-    const Function curves[] = {[](double v) { return v * v; },
+    const Function curves[] = {[](double v) { return v + 0.025 * std::sin(35 * v); },
                                [](double v) { return v < 0.381966 ? 0.1 + v / 2 : 1 - v / 3; },
                                [](double v) { return std::cbrt(std::max(v, 0.0)); },
                                [](double v) { return v < 0.6 ? v + 0.4 : v - 0.6; }};
