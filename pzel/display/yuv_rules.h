@@ -6,6 +6,7 @@
 
 #include "pzel/display/level_rules.h"
 #include "pzel/display/pixel_rows.h"
+#include "pzel/display/yuv_steps.h"
 #include "pzel/image/clamp.h"
 #include "pzel/image/element.h"
 
@@ -141,6 +142,11 @@ struct ByteYuv {
             out.green[i] = plus(y[i], std::int16_t(green[i] - isSteppedDown(y[i], u[i], v[i])));
         for (int i = 0; i < count; ++i) out.red[i] = plus(y[i], times(v[i], kRed));
     }
+#if PZEL_X86_SETS
+    HeldSteps onVectors() const {
+        return HeldSteps(YuvSteps::get());
+    }
+#endif
 
   private:
     static constexpr std::int8_t kHigh = 127;
@@ -149,12 +155,9 @@ struct ByteYuv {
     static constexpr int kBlue = 29164, kRed = 23070;
     static constexpr int kGreenU = 362520, kGreenV = 752059, kGreenRounding = 40;
 
-    /// The one pair of differences that lowers green so close to 16 that its rounding in single precision
-    /// hangs on the luminance.
-    static bool isSteppedDown(std::uint8_t y, std::int8_t u, std::int8_t v) {
-        return (u == -45) & (v == 44) & (std::uint8_t(y - 145) > 95);
+    static std::int8_t within(std::int8_t v) {
+        return v > -kHigh ? v : std::int8_t(-kHigh);
     }
-    static std::int8_t within(std::int8_t v) { return v > -kHigh ? v : std::int8_t(-kHigh); }
     static std::int16_t times(std::int8_t v, int factor) {
         const auto shifted = std::int16_t(within(v) * 256);
         return std::int16_t(std::int16_t(shifted * factor >> 16) >> 6);

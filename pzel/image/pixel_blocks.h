@@ -57,13 +57,14 @@ class PixelBlocks<StridedRows<A, 3>, StridedRows<B, 3>> {
     StridedRows<A, 3> rows;
 };
 
-/// Calls use(blocks, x, y, count) for every block of a rectangle, loaded: `count` pixels from (x, y) on.
+/// Calls use(blocks, x, y, count) for every block of a rectangle from column `first` on, loaded: `count`
+/// pixels from (x, y) on.
 template <class Set, class RowsA, class RowsB, class Use>
-void forEachBlock(Set set, const RowsA& a, const RowsB& b, const RowsB& c, int width, int height,
+void forEachBlock(Set set, const RowsA& a, const RowsB& b, const RowsB& c, int first, int width, int height,
                   const Use& use) {
     PixelBlocks<RowsA, RowsB> blocks(a, b, c);
     for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; x += kPixelBlock) {
+        for (int x = first; x < width; x += kPixelBlock) {
             const int count = width - x < kPixelBlock ? width - x : kPixelBlock;
             blocks.load(set, x, y, count);
             use(blocks, x, y, count);
