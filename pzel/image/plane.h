@@ -10,6 +10,7 @@
 #include "pzel/image/image.h"
 #include "pzel/image/instruction_set.h"
 #include "pzel/image/lifecycle.h"
+#include "pzel/image/narrow.h"
 #include "pzel/image/shuffle.h"
 
 namespace pzel {
@@ -165,6 +166,11 @@ void mapLine(SetConstant<set> on, const Rule& rule, In in, Out out, int count) {
                 lookUp(on, rule.entries(), index, out + x, n);
             }
         }
+#if PZEL_X86_SETS
+    } else if constexpr (ScalesFloats<Rule> && saturates<set> && std::is_same_v<In, const float*> &&
+                         std::is_pointer_v<Out>) {
+        scaleLine(on, rule, in, out, count);
+#endif
     } else {
         for (int x = 0; x < count; ++x) out[x] = rule(in[x]);
     }

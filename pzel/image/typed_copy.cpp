@@ -143,6 +143,20 @@ struct EvenScale {
     float start, scale;
 };
 
+/// EvenScale from floats to all values of an unsigned integer.
+template <class D>
+struct FullScale : EvenScale<float, D> {
+    using EvenScale<float, D>::EvenScale;
+    static bool fits(const Scale<float, D>& rule) {
+        return rule.to == fullRange<D>() && EvenScale<float, D>::fits(rule);
+    }
+    float black() const { return this->low; }
+    float scale() const { return EvenScale<float, D>::scale; }
+    static constexpr float kStart = 0;
+};
+template <class S, class D>
+constexpr bool hasFullScale = std::is_same_v<S, float>&& std::is_unsigned_v<D> && !std::is_same_v<D, bool>;
+
 /// The conversions that are asked for often enough: into 8 and 16 bits from more.
 template <class S, class D>
 constexpr bool hasEvenScale = std::is_integral_v<D> && !std::is_same_v<D, bool> && !std::is_same_v<S, bool> &&
@@ -206,6 +220,10 @@ void ConvertChannels(const Image& src, const Image& dst, const CopyArea& area, i
                     return MapChannel<S, D>(src, dst, area, c, Shift<S, D>{from, to});
             }
             const Scale<S, D> scale{from, to};
+            if constexpr (hasFullScale<S, D>) {
+                if (takesShortCuts() && FullScale<D>::fits(scale))
+                    return MapChannel<S, D>(src, dst, area, c, FullScale<D>(scale));
+            }
             if constexpr (hasEvenScale<S, D>) {
                 if (takesShortCuts() && EvenScale<S, D>::fits(scale))
                     return MapChannel<S, D>(src, dst, area, c, EvenScale<S, D>(scale));
