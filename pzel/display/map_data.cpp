@@ -104,17 +104,18 @@ void MapYuv(const Job& job) {
     const Pair<Y> levels = job.levels<Y>(0);
     const C highU = job.levels<C>(1).high, highV = job.levels<C>(2).high;
     if constexpr (std::is_same_v<T, std::uint8_t>) {
-        if (takesShortCuts() && !job.lut && ByteYuv::fits(levels, highU, highV))
-            return MapYuvRows<Y, C>(job, ByteYuv());
         if (takesShortCuts() && job.lut)
             return MapYuvRows<Y, C>(job,
                                     YuvRule<ByteTable, ByteDifference, TableMatrix>{
                                         {levels, job.lut}, {highU, job.table(1)}, {highV, job.table(2)}});
     }
     if (!job.lut) {
-        using Difference = LinearDifference<C>;
-        MapYuvRows<Y, C>(job, YuvRule<LinearLuminance<Y>, Difference, LinearMatrix>{
-                                  {levels, nullptr}, {highU, nullptr}, {highV, nullptr}});
+        const YuvRule<LinearLuminance<Y>, LinearDifference<C>, LinearMatrix> rule{
+            {levels, nullptr}, {highU, nullptr}, {highV, nullptr}};
+        if constexpr (std::is_same_v<T, std::uint8_t>)
+            if (takesShortCuts() && ByteYuv::fits(levels, highU, highV))
+                return MapYuvRows<Y, C>(job, ByteYuv{rule});
+        MapYuvRows<Y, C>(job, rule);
         return;
     }
     withPlainRule(levels, job.lut, [&](const auto& luminance) {

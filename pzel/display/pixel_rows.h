@@ -28,43 +28,45 @@ struct ByChannel {
     }
 };
 
-/// A pixel rule that has another form for vectors of bytes: rule.onVectors() maps three of them to three.
-template <class Rule>
+/// A pixel rule that has another form for vectors of a set: it maps three of bytes to three.
+template <class Rule, InstructionSet set>
 concept MapsVectors = requires(const Rule& rule) {
-    rule.onVectors();
+    rule.onVectors(SetConstant<set>());
 };
 
 #if PZEL_X86_SETS
-template <class A, class B>
-Three<Bytes64> loadPixels(const ContiguousRows<A>& a, const ContiguousRows<B>& b, const ContiguousRows<B>& c,
-                          int x, int y) {
-    return {loadVector<Bytes64>(a.row(y) + x), loadVector<Bytes64>(b.row(y) + x),
-            loadVector<Bytes64>(c.row(y) + x)};
+template <class Vector, class A, class B>
+Three<Vector> loadPixels(const ContiguousRows<A>& a, const ContiguousRows<B>& b, const ContiguousRows<B>& c,
+                         int x, int y) {
+    return {loadVector<Vector>(a.row(y) + x), loadVector<Vector>(b.row(y) + x),
+            loadVector<Vector>(c.row(y) + x)};
 }
-template <class A, class B>
-Three<Bytes64> loadPixels(const StridedRows<A, 3>& a, const StridedRows<B, 3>&, const StridedRows<B, 3>&,
-                          int x, int y) {
+template <class Vector, class A, class B>
+Three<Vector> loadPixels(const StridedRows<A, 3>& a, const StridedRows<B, 3>&, const StridedRows<B, 3>&,
+                         int x, int y) {
     const auto* pixels = &a.row(y)[x];
-    return split(loadVector<Bytes64>(pixels), loadVector<Bytes64>(pixels + 64),
-                 loadVector<Bytes64>(pixels + 128));
+    return split(loadVector<Vector>(pixels), loadVector<Vector>(pixels + sizeof(Vector)),
+                 loadVector<Vector>(pixels + 2 * sizeof(Vector)));
 }
 
-/// Runs a rule over as many pixels of each row as fill vectors.
-template <class RowsA, class RowsB, class Rule>
-int mapVectors(const RowsA& a, const RowsB& b, const RowsB& c, const ContiguousRows<std::uint8_t>& out,
-               int width, int height, const Rule& rule) {
-    const auto onVectors = rule.onVectors();
+/// Runs a rule over as many pixels of each row as fill vectors, and tells how many.
+template <InstructionSet set, class RowsA, class RowsB, class Rule>
+int mapVectors(SetConstant<set> on, const RowsA& a, const RowsB& b, const RowsB& c,
+               const ContiguousRows<std::uint8_t>& out, int width, int height, const Rule& rule) {
+    using Vector = BytesOf<set>;
+    constexpr int step = sizeof(Vector);
+    const auto onVectors = rule.onVectors(on);
     for (int y = 0; y < height; ++y) {
-        for (int x = 0; x + 64 <= width; x += 64) {
-            const auto in = loadPixels(a, b, c, x, y);
+        for (int x = 0; x + step <= width; x += step) {
+            const auto in = loadPixels<Vector>(a, b, c, x, y);
             const auto shown = onVectors(in.a, in.b, in.c);
             const auto pixels = merged(shown.a, shown.b, shown.c);
             storeVector(pixels.a, out.row(y) + 3 * x);
-            storeVector(pixels.b, out.row(y) + 3 * x + 64);
-            storeVector(pixels.c, out.row(y) + 3 * x + 128);
+            storeVector(pixels.b, out.row(y) + 3 * x + step);
+            storeVector(pixels.c, out.row(y) + 3 * x + 2 * step);
         }
     }
-    return width / 64 * 64;
+    return width / step * step;
 }
 #endif
 
@@ -76,8 +78,7 @@ void mapPixelRows(const RowsA& a, const RowsB& b, const RowsB& c, const Contiguo
         const Rule local = rule;
         int done = 0;
 #if PZEL_X86_SETS
-        if constexpr (MapsVectors<Rule> && looksUpBytes<set>)
-            done = mapVectors(a, b, c, out, width, height, local);
+        if constexpr (MapsVectors<Rule, set>) done = mapVectors(set, a, b, c, out, width, height, local);
 #endif
         BgrBlock block;
         forEachBlock(set, a, b, c, done, width, height, [&](const auto& in, int x, int y, int count) {

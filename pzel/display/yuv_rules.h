@@ -6,7 +6,7 @@
 
 #include "pzel/display/level_rules.h"
 #include "pzel/display/pixel_rows.h"
-#include "pzel/display/yuv_steps.h"
+#include "pzel/display/yuv_vectors.h"
 #include "pzel/image/clamp.h"
 #include "pzel/image/element.h"
 
@@ -124,50 +124,19 @@ struct YuvRule {
     }
 };
 
-/// What 8-bit pixels of standard levels (luminance 0 … 255, differences up to 127) become by the linear way,
-/// with the same bytes in integers: luminance is then its own value, and what a difference adds to it counts
-/// in whole steps. Products for blue and red have six bits behind the point, the two for green together 20.
-struct ByteYuv {
+/// The linear way of 8-bit pixels of standard levels, which has other forms for vectors.
+struct ByteYuv : YuvRule<LinearLuminance<std::uint8_t>, LinearDifference<std::int8_t>, LinearMatrix> {
     static bool fits(Pair<std::uint8_t> levels, std::int8_t highU, std::int8_t highV) {
-        return levels == fullRange<std::uint8_t>() && highU == kHigh && highV == kHigh;
-    }
-    template <class Set>
-    void operator()(Set, const std::uint8_t* y, const std::int8_t* u, const std::int8_t* v, int count,
-                    BgrBlock& out) const {
-        for (int i = 0; i < count; ++i) out.blue[i] = plus(y[i], times(u[i], kBlue));
-        std::int16_t green[kPixelBlock];
-        for (int i = 0; i < count; ++i)
-            green[i] = std::int16_t((kGreenRounding - within(u[i]) * kGreenU - within(v[i]) * kGreenV) >> 20);
-        for (int i = 0; i < count; ++i)
-            out.green[i] = plus(y[i], std::int16_t(green[i] - isSteppedDown(y[i], u[i], v[i])));
-        for (int i = 0; i < count; ++i) out.red[i] = plus(y[i], times(v[i], kRed));
+        return levels == fullRange<std::uint8_t>() && highU == 127 && highV == 127;
     }
 #if PZEL_X86_SETS
-    HeldSteps onVectors() const {
-        return HeldSteps(YuvSteps::get());
+    YuvProducts onVectors(SetConstant<InstructionSet::Avx2>) const {
+        return {};
+    }
+    YuvTables onVectors(SetConstant<InstructionSet::Avx512>) const {
+        return YuvTables(YuvSteps::get());
     }
 #endif
-
-  private:
-    static constexpr std::int8_t kHigh = 127;
-    // Factors of the linear matrix times 127.5 / 127: 1.77304 and 1.402581 of 2^14, 0.34437 and 0.714407 of
-    // 2^20. The rounding is chosen so that all 2^24 pixels come out right, but those of one pair.
-    static constexpr int kBlue = 29164, kRed = 23070;
-    static constexpr int kGreenU = 362520, kGreenV = 752059, kGreenRounding = 40;
-
-    static std::int8_t within(std::int8_t v) {
-        return v > -kHigh ? v : std::int8_t(-kHigh);
-    }
-    static std::int16_t times(std::int8_t v, int factor) {
-        const auto shifted = std::int16_t(within(v) * 256);
-        return std::int16_t(std::int16_t(shifted * factor >> 16) >> 6);
-    }
-    static std::uint8_t plus(std::uint8_t y, std::int16_t more) {
-        auto sum = std::int16_t(y + more);
-        sum = sum > 0 ? sum : std::int16_t(0);
-        sum = sum < 255 ? sum : std::int16_t(255);
-        return std::uint8_t(sum);
-    }
 };
 
 }  // namespace pzel

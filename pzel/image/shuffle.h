@@ -23,6 +23,7 @@ constexpr bool looksUpBytes = (PZEL_X86_SETS != 0) && set >= InstructionSet::Avx
 using Bytes32 = std::uint8_t __attribute__((vector_size(32)));
 using Halves32 = long long __attribute__((vector_size(32)));
 using Bytes64 = std::uint8_t __attribute__((vector_size(64)));
+using Signed32 = std::int8_t __attribute__((vector_size(32)));
 using Signed64 = std::int8_t __attribute__((vector_size(64)));
 using Words16 = std::int32_t __attribute__((vector_size(64)));
 using Floats16 = float __attribute__((vector_size(64)));

@@ -1,6 +1,6 @@
 // The tables, read off the plain rule: where green takes one step more for a pair of differences than for
 // both alone, and in which order.
-#include "pzel/display/yuv_steps.h"
+#include "pzel/display/yuv_vectors.h"
 
 #include <algorithm>
 #include <vector>
