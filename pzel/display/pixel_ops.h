@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "pzel/display/blend.h"
 #include "pzel/display/draw.h"
 #include "pzel/display/zoomed_rows.h"
 #include "pzel/image/instruction_set.h"
@@ -15,17 +16,6 @@
 namespace pzel {
 
 static_assert(sizeof(BgrColour) == 3, "a colour is a pixel of a 24-bit row");
-
-/// Weighs drawn against present bytes, rounding to nearest; no product leaves 16 bits (255 * 128 + 64).
-struct Blend {
-    explicit Blend(int transparency)
-        : drawn(std::uint16_t(kInvisible - transparency)), present(std::uint16_t(transparency)) {}
-    std::uint8_t operator()(std::uint8_t from, std::uint8_t to) const {
-        const std::uint16_t sum = std::uint16_t(from * drawn + to * present + kInvisible / 2);
-        return std::uint8_t(sum / kInvisible);
-    }
-    std::uint16_t drawn, present;
-};
 
 /// Copies pixels.
 template <class Pixel>
@@ -42,8 +32,8 @@ struct BlendPixels {
     void operator()(std::uint8_t* row, int x, const Pixel* line, int count) const {
         std::uint8_t* to = row + std::ptrdiff_t(x) * sizeof(Pixel);
         const auto* from = reinterpret_cast<const std::uint8_t*>(line);
-        onBestSet([=, local = blend, bytes = count * sizeof(Pixel)](auto) {
-            for (std::size_t i = 0; i < bytes; ++i) to[i] = local(from[i], to[i]);
+        onBestSet([=, local = blend, bytes = count * sizeof(Pixel)](auto set) {
+            blendLine(set, local, from, to, bytes);
         });
     }
 };
