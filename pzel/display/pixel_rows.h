@@ -28,10 +28,10 @@ struct ByChannel {
     }
 };
 
-/// A pixel rule that has another form for vectors of a set: it maps three of bytes to three.
-template <class Rule, InstructionSet set>
+/// A pixel rule that has another form for vectors: rule.onVectors() maps three of bytes to three.
+template <class Rule>
 concept MapsVectors = requires(const Rule& rule) {
-    rule.onVectors(SetConstant<set>());
+    rule.onVectors();
 };
 
 #if PZEL_X86_SETS
@@ -51,11 +51,11 @@ Three<Vector> loadPixels(const StridedRows<A, 3>& a, const StridedRows<B, 3>&, c
 
 /// Runs a rule over as many pixels of each row as fill vectors, and tells how many.
 template <InstructionSet set, class RowsA, class RowsB, class Rule>
-int mapVectors(SetConstant<set> on, const RowsA& a, const RowsB& b, const RowsB& c,
+int mapVectors(SetConstant<set>, const RowsA& a, const RowsB& b, const RowsB& c,
                const ContiguousRows<std::uint8_t>& out, int width, int height, const Rule& rule) {
-    using Vector = BytesOf<set>;
+    using Vector = typename VectorsOf<set>::Bytes;
     constexpr int step = sizeof(Vector);
-    const auto onVectors = rule.onVectors(on);
+    const auto onVectors = rule.onVectors();
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x + step <= width; x += step) {
             const auto in = loadPixels<Vector>(a, b, c, x, y);
@@ -78,7 +78,8 @@ void mapPixelRows(const RowsA& a, const RowsB& b, const RowsB& c, const Contiguo
         const Rule local = rule;
         int done = 0;
 #if PZEL_X86_SETS
-        if constexpr (MapsVectors<Rule, set>) done = mapVectors(set, a, b, c, out, width, height, local);
+        if constexpr (MapsVectors<Rule> && hasVectors<set>)
+            done = mapVectors(set, a, b, c, out, width, height, local);
 #endif
         BgrBlock block;
         forEachBlock(set, a, b, c, done, width, height, [&](const auto& in, int x, int y, int count) {

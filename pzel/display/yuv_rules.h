@@ -130,11 +130,8 @@ struct ByteYuv : YuvRule<LinearLuminance<std::uint8_t>, LinearDifference<std::in
         return levels == fullRange<std::uint8_t>() && highU == 127 && highV == 127;
     }
 #if PZEL_X86_SETS
-    YuvProducts onVectors(SetConstant<InstructionSet::Avx2>) const {
+    YuvProducts onVectors() const {
         return {};
-    }
-    YuvTables onVectors(SetConstant<InstructionSet::Avx512>) const {
-        return YuvTables(YuvSteps::get());
     }
 #endif
 };

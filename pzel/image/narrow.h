@@ -8,11 +8,7 @@
 #include <type_traits>
 
 #include "pzel/image/instruction_set.h"
-#include "pzel/image/shuffle.h"
-
-#if PZEL_X86_SETS
-#include <immintrin.h>
-#endif
+#include "pzel/image/vectors.h"
 
 namespace pzel {
 
@@ -25,16 +21,7 @@ concept ScalesFloats = requires(const Rule& rule) {
     Rule::kStart;
 };
 
-/// Sets whose narrowing saturates.
-template <InstructionSet set>
-constexpr bool saturates = (PZEL_X86_SETS != 0) && set >= InstructionSet::Avx2;
-
 #if PZEL_X86_SETS
-using Words8 = std::int32_t __attribute__((vector_size(32)));
-using Floats8 = float __attribute__((vector_size(32)));
-using Shorts16 = std::int16_t __attribute__((vector_size(32)));
-using Shorts32 = std::int16_t __attribute__((vector_size(64)));
-
 template <class Vector>
 Vector lowestOf(Vector a, Vector b) {
     return a < b ? a : b;
@@ -42,30 +29,16 @@ Vector lowestOf(Vector a, Vector b) {
 
 /// Words as bytes or 16 bits, saturated and in order. `lowest` collects what tells whether a word was the
 /// lowest one: words, or the 16 bits on the way to bytes.
-[[gnu::target("arch=x86-64-v4")]] inline Bytes64 narrowed(const Words16 (&words)[4], Shorts32& lowest) {
-    const auto a = Shorts32(_mm512_packs_epi32(__m512i(words[0]), __m512i(words[1]))),
-               b = Shorts32(_mm512_packs_epi32(__m512i(words[2]), __m512i(words[3])));
+template <class Words, class Shorts>
+auto narrowed(const Words (&words)[4], Shorts& lowest) {
+    const auto a = toShorts(words[0], words[1]), b = toShorts(words[2], words[3]);
     lowest = lowestOf(lowest, lowestOf(a, b));
-    const auto bytes = Words16(_mm512_packus_epi16(__m512i(a), __m512i(b)));
-    return Bytes64(
-        __builtin_shufflevector(bytes, bytes, 0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15));
+    return inOrderOfFour(toBytes(a, b));
 }
-[[gnu::target("arch=x86-64-v4")]] inline Bytes64 narrowed(const Words16 (&words)[2], Words16& lowest) {
+template <class Words>
+auto narrowed(const Words (&words)[2], Words& lowest) {
     lowest = lowestOf(lowest, lowestOf(words[0], words[1]));
-    const auto halves = __m512i(_mm512_packus_epi32(__m512i(words[0]), __m512i(words[1])));
-    return Bytes64(__builtin_shufflevector(halves, halves, 0, 2, 4, 6, 1, 3, 5, 7));
-}
-[[gnu::target("arch=x86-64-v3")]] inline Bytes32 narrowed(const Words8 (&words)[4], Shorts16& lowest) {
-    const auto a = Shorts16(_mm256_packs_epi32(__m256i(words[0]), __m256i(words[1]))),
-               b = Shorts16(_mm256_packs_epi32(__m256i(words[2]), __m256i(words[3])));
-    lowest = lowestOf(lowest, lowestOf(a, b));
-    const auto bytes = Words8(_mm256_packus_epi16(__m256i(a), __m256i(b)));
-    return Bytes32(__builtin_shufflevector(bytes, bytes, 0, 4, 1, 5, 2, 6, 3, 7));
-}
-[[gnu::target("arch=x86-64-v3")]] inline Bytes32 narrowed(const Words8 (&words)[2], Words8& lowest) {
-    lowest = lowestOf(lowest, lowestOf(words[0], words[1]));
-    const auto halves = __m256i(_mm256_packus_epi32(__m256i(words[0]), __m256i(words[1])));
-    return Bytes32(__builtin_shufflevector(halves, halves, 0, 2, 1, 3));
+    return inOrderOfTwo(toUnsigned(words[0], words[1]));
 }
 
 /// Whether an element is the lowest of its type.
@@ -80,19 +53,12 @@ bool holdsLowest(const Vector& vector) {
     return lowest == std::numeric_limits<Element>::min();
 }
 
-template <InstructionSet set>
-struct Scaling {
-    using Floats = std::conditional_t<set == InstructionSet::Avx512, Floats16, Floats8>;
-    using Words = std::conditional_t<set == InstructionSet::Avx512, Words16, Words8>;
-    using Shorts = std::conditional_t<set == InstructionSet::Avx512, Shorts32, Shorts16>;
-};
-
 /// Runs a rule that scales floats over a row.
 template <InstructionSet set, class Out, class Rule>
 void scaleLine(SetConstant<set>, const Rule& rule, const float* in, Out* out, int count) {
-    using Floats = typename Scaling<set>::Floats;
-    using Words = typename Scaling<set>::Words;
-    using Lowest = std::conditional_t<sizeof(Out) == 1, typename Scaling<set>::Shorts, Words>;
+    using Floats = typename VectorsOf<set>::Floats;
+    using Words = typename VectorsOf<set>::Words;
+    using Lowest = std::conditional_t<sizeof(Out) == 1, typename VectorsOf<set>::Shorts, Words>;
     constexpr int lanes = sizeof(Words) / 4, vectors = 4 / sizeof(Out), block = 2048;
     for (int x = 0; x < count; x += block) {
         const int end = count - x < block ? count : x + block;

@@ -167,7 +167,7 @@ void mapLine(SetConstant<set> on, const Rule& rule, In in, Out out, int count) {
             }
         }
 #if PZEL_X86_SETS
-    } else if constexpr (ScalesFloats<Rule> && saturates<set> && std::is_same_v<In, const float*> &&
+    } else if constexpr (ScalesFloats<Rule> && hasVectors<set> && std::is_same_v<In, const float*> &&
                          std::is_pointer_v<Out>) {
         scaleLine(on, rule, in, out, count);
 #endif

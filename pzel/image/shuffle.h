@@ -9,37 +9,11 @@
 #include <utility>
 
 #include "pzel/image/instruction_set.h"
+#include "pzel/image/vectors.h"
 
 namespace pzel {
 
-/// Sets that permute the bytes of a vector in one step.
-template <InstructionSet set>
-constexpr bool permutesBytes = (PZEL_X86_SETS != 0) && set >= InstructionSet::Avx2;
-/// Sets that look up bytes in a vector of 64.
-template <InstructionSet set>
-constexpr bool looksUpBytes = (PZEL_X86_SETS != 0) && set >= InstructionSet::Avx512;
-
 #if PZEL_X86_SETS
-using Bytes32 = std::uint8_t __attribute__((vector_size(32)));
-using Halves32 = long long __attribute__((vector_size(32)));
-using Bytes64 = std::uint8_t __attribute__((vector_size(64)));
-using Signed32 = std::int8_t __attribute__((vector_size(32)));
-using Signed64 = std::int8_t __attribute__((vector_size(64)));
-using Words16 = std::int32_t __attribute__((vector_size(64)));
-using Floats16 = float __attribute__((vector_size(64)));
-
-template <class Vector>
-Vector loadVector(const void* from) {
-    Vector vector;
-    std::memcpy(&vector, from, sizeof vector);
-    return vector;
-}
-
-template <class Vector>
-void storeVector(Vector vector, void* to) {
-    std::memcpy(to, &vector, sizeof vector);
-}
-
 /// Picks the bytes of a vector: lane i takes byte place(i) of a, b and c one after another.
 template <auto place, class Vector>
 Vector pick(Vector a, Vector b, Vector c) {
@@ -68,10 +42,10 @@ constexpr int splitPlace(int lane) {
 }
 
 /// Three planes of as many pixels as a vector has bytes, into pixels; and back.
-inline Three<Bytes64> merged(Bytes64 a, Bytes64 b, Bytes64 c) {
+inline Three<V64::Bytes> merged(V64::Bytes a, V64::Bytes b, V64::Bytes c) {
     return {pick<mergedPlace<0>>(a, b, c), pick<mergedPlace<1>>(a, b, c), pick<mergedPlace<2>>(a, b, c)};
 }
-inline Three<Bytes64> split(Bytes64 a, Bytes64 b, Bytes64 c) {
+inline Three<V64::Bytes> split(V64::Bytes a, V64::Bytes b, V64::Bytes c) {
     return {pick<splitPlace<0>>(a, b, c), pick<splitPlace<1>>(a, b, c), pick<splitPlace<2>>(a, b, c)};
 }
 
@@ -89,25 +63,22 @@ constexpr int splitPlaceInHalf(int lane) {
 
 /// The 16-byte halves `low` and `high` of a and b together, counted 0 to 3.
 template <int low, int high>
-Bytes32 pickHalves(Bytes32 a, Bytes32 b) {
-    return Bytes32(
-        __builtin_shufflevector(Halves32(a), Halves32(b), 2 * low, 2 * low + 1, 2 * high, 2 * high + 1));
+V32::Bytes pickHalves(V32::Bytes a, V32::Bytes b) {
+    return V32::Bytes(
+        __builtin_shufflevector(V32::Longs(a), V32::Longs(b), 2 * low, 2 * low + 1, 2 * high, 2 * high + 1));
 }
 
-inline Three<Bytes32> merged(Bytes32 a, Bytes32 b, Bytes32 c) {
-    const Bytes32 part0 = pick<mergedPlaceInHalf<0>>(a, b, c), part1 = pick<mergedPlaceInHalf<1>>(a, b, c),
-                  part2 = pick<mergedPlaceInHalf<2>>(a, b, c);
+inline Three<V32::Bytes> merged(V32::Bytes a, V32::Bytes b, V32::Bytes c) {
+    const V32::Bytes part0 = pick<mergedPlaceInHalf<0>>(a, b, c), part1 = pick<mergedPlaceInHalf<1>>(a, b, c),
+                     part2 = pick<mergedPlaceInHalf<2>>(a, b, c);
     return {pickHalves<0, 2>(part0, part1), pickHalves<0, 3>(part2, part0), pickHalves<1, 3>(part1, part2)};
 }
-inline Three<Bytes32> split(Bytes32 a, Bytes32 b, Bytes32 c) {
-    const Bytes32 part0 = pickHalves<0, 3>(a, b), part1 = pickHalves<1, 2>(a, c),
-                  part2 = pickHalves<0, 3>(b, c);
+inline Three<V32::Bytes> split(V32::Bytes a, V32::Bytes b, V32::Bytes c) {
+    const V32::Bytes part0 = pickHalves<0, 3>(a, b), part1 = pickHalves<1, 2>(a, c),
+                     part2 = pickHalves<0, 3>(b, c);
     return {pick<splitPlaceInHalf<0>>(part0, part1, part2), pick<splitPlaceInHalf<1>>(part0, part1, part2),
             pick<splitPlaceInHalf<2>>(part0, part1, part2)};
 }
-
-template <InstructionSet set>
-using BytesOf = std::conditional_t<looksUpBytes<set>, Bytes64, Bytes32>;
 #endif
 
 /// Three planes into pixels: out[3 i + c] = plane c at i.
@@ -115,8 +86,8 @@ template <InstructionSet set, class T>
 void interleave(SetConstant<set>, const T* a, const T* b, const T* c, T* out, int count) {
     int i = 0;
 #if PZEL_X86_SETS
-    if constexpr (permutesBytes<set> && sizeof(T) == 1) {
-        using Vector = BytesOf<set>;
+    if constexpr (hasVectors<set> && sizeof(T) == 1) {
+        using Vector = typename VectorsOf<set>::Bytes;
         constexpr int step = sizeof(Vector);
         for (; i + step <= count; i += step) {
             const auto pixels =
@@ -140,8 +111,8 @@ void deinterleave(SetConstant<set>, const T* in, A* a, B* b, B* c, int count) {
     static_assert(sizeof(T) == sizeof(A) && sizeof(T) == sizeof(B));
     int i = 0;
 #if PZEL_X86_SETS
-    if constexpr (permutesBytes<set> && sizeof(T) == 1) {
-        using Vector = BytesOf<set>;
+    if constexpr (hasVectors<set> && sizeof(T) == 1) {
+        using Vector = typename VectorsOf<set>::Bytes;
         constexpr int step = sizeof(Vector);
         for (; i + step <= count; i += step) {
             const T* pixels = in + 3 * i;
@@ -162,16 +133,16 @@ void deinterleave(SetConstant<set>, const T* in, A* a, B* b, B* c, int count) {
 
 #if PZEL_X86_SETS
 /// Bytes of a table of 256 that four vectors hold.
-inline Bytes64 lookUp256(const Bytes64* table, Bytes64 index) {
-    const Bytes64 low = __builtin_shuffle(table[0], table[1], index);
-    const Bytes64 high = __builtin_shuffle(table[2], table[3], index);
+inline V64::Bytes lookUp256(const V64::Bytes* table, V64::Bytes index) {
+    const V64::Bytes low = __builtin_shuffle(table[0], table[1], index);
+    const V64::Bytes high = __builtin_shuffle(table[2], table[3], index);
     return index >= 128 ? high : low;
 }
 
 /// Words of a table of 64.
-inline Floats16 lookUp64(const Floats16* table, Words16 index) {
-    const Floats16 low = __builtin_shuffle(table[0], table[1], index);
-    const Floats16 high = __builtin_shuffle(table[2], table[3], index);
+inline V64::Floats lookUp64(const V64::Floats* table, V64::Words index) {
+    const V64::Floats low = __builtin_shuffle(table[0], table[1], index);
+    const V64::Floats high = __builtin_shuffle(table[2], table[3], index);
     return index >= 32 ? high : low;
 }
 #endif
@@ -183,18 +154,19 @@ void lookUp(SetConstant<set>, const std::uint8_t* table, const Index* index, std
 #if PZEL_X86_SETS
     if constexpr (looksUpBytes<set>) {
         constexpr int vectors = sizeof(Index) == 1 ? 4 : 8;
-        Bytes64 part[vectors];
-        for (int k = 0; k < vectors; ++k) part[k] = loadVector<Bytes64>(table + 64 * k);
+        V64::Bytes part[vectors];
+        for (int k = 0; k < vectors; ++k) part[k] = loadVector<V64::Bytes>(table + 64 * k);
         for (; i + 64 <= count; i += 64) {
-            Bytes64 found;
+            V64::Bytes found;
             if constexpr (sizeof(Index) == 1) {
-                found = lookUp256(part, loadVector<Bytes64>(index + i));
+                found = lookUp256(part, loadVector<V64::Bytes>(index + i));
             } else {
                 std::uint8_t low[64], high[64];
                 for (int k = 0; k < 64; ++k) low[k] = std::uint8_t(index[i + k]);
                 for (int k = 0; k < 64; ++k) high[k] = std::uint8_t(index[i + k] >> 8);
-                const auto place = loadVector<Bytes64>(low);
-                found = loadVector<Bytes64>(high) != 0 ? lookUp256(part + 4, place) : lookUp256(part, place);
+                const auto place = loadVector<V64::Bytes>(low);
+                found =
+                    loadVector<V64::Bytes>(high) != 0 ? lookUp256(part + 4, place) : lookUp256(part, place);
             }
             storeVector(found, out + i);
         }
@@ -241,12 +213,12 @@ void followLines(SetConstant<set>, const Line* lines, int size, const std::int32
                 starts[k] = lines[k].start;
                 slopes[k] = lines[k].slope;
             }
-            Floats16 start[4], slope[4];
+            V64::Floats start[4], slope[4];
             std::memcpy(start, starts, sizeof start);
             std::memcpy(slope, slopes, sizeof slope);
             for (; i + 16 <= count; i += 16) {
-                const auto place = loadVector<Words16>(index + i);
-                const auto value = loadVector<Floats16>(values + i);
+                const auto place = loadVector<V64::Words>(index + i);
+                const auto value = loadVector<V64::Floats>(values + i);
                 storeVector(lookUp64(start, place) + lookUp64(slope, place) * value, values + i);
             }
         }
