@@ -1,15 +1,12 @@
 // 8-bit y,u,v of standard levels (luminance 0 … 255, differences up to 127) to blue, green and red bytes by
 // the linear way, a vector of pixels at a time, with the bytes of the plain rule: luminance is then its own
 // value, and what a difference adds to a channel counts in whole steps.
-//
-//   YuvProducts  the steps are products of 16 bits (AVX2)
-//   YuvTables    the steps stand in tables that registers hold (AVX-512)
 #pragma once
 
 #include <cstdint>
-#include <cstring>
 
 #include "pzel/image/shuffle.h"
+#include "pzel/image/vectors.h"
 
 namespace pzel {
 
@@ -34,7 +31,8 @@ class YuvProducts {
 
   private:
     // Factors of the linear matrix times 127.5 / 127: 1.77304 and 1.402581 of 2^14, 0.34437 and 0.714407 of
-    // 2^20. The rounding is chosen so that all 2^24 pixels come out right, but those of one pair.
+    // 2^20. What green loses is rounded up, by so little less than a step that all 2^24 pixels come out
+    // right, but those of one pair.
     static constexpr int kBlue = 29164, kRed = 23070;
     static constexpr int kGreenU = 362520, kGreenV = 752059, kGreenRounding = (1 << 20) - 41;
 
@@ -44,9 +42,10 @@ class YuvProducts {
     static Bytes isSteppedDown(Bytes y, Bytes u, Bytes v) {
         const Bytes beyond = y - 145, enough = Bytes{} + 96;
         const Bytes most = beyond > enough ? beyond : enough;
-        return Bytes(((u ^ std::uint8_t(-45)) | (v ^ 44) | (most ^ beyond)) ==
-                     0);  // GCC 12 combines no masks
+        // One comparison: GCC 12 takes masks that are combined apart, element by element.
+        return Bytes(((u ^ std::uint8_t(-45)) | (v ^ 44) | (most ^ beyond)) == 0);
     }
+
     /// Luminance and differences of eight bits more, and both differences as pairs of bytes.
     template <class Bytes, class Shorts = typename Vectors<sizeof(Bytes)>::Shorts>
     static Three<Shorts> shorts(Bytes y, Bytes u, Bytes v, Bytes pairs) {
