@@ -117,6 +117,8 @@ class QuickTone {
     QuickTone(const Tone& exact, bool sample, const SampledTone::Domain& domain) : tone(&exact) {
         if (sample) tone = &sampled.emplace(exact, domain);
     }
+    QuickTone(const QuickTone&) = delete;  // it points into itself
+    QuickTone& operator=(const QuickTone&) = delete;
     const Tone& operator*() const { return *tone; }
 
   private:
@@ -131,18 +133,17 @@ void BakeColours(Image* image, const HsiLevels<T>& levels, const Change& change)
         onBestSet([=, &change, width = image->width, height = image->height](auto set) {
             const HsiLevels<T> local = levels;
             ColourBlock c;
-            forEachBlock(set, reds, greens, blues, 0, width, height,
-                         [&](auto& block, int x, int y, int count) {
-                             for (int i = 0; i < count; ++i) c.red[i] = local.normalised(0, block.first[i]);
-                             for (int i = 0; i < count; ++i)
-                                 c.green[i] = local.normalised(1, block.second[i]);
-                             for (int i = 0; i < count; ++i) c.blue[i] = local.normalised(2, block.third[i]);
-                             change(c, count);
-                             for (int i = 0; i < count; ++i) block.first[i] = local.value(0, c.red[i]);
-                             for (int i = 0; i < count; ++i) block.second[i] = local.value(1, c.green[i]);
-                             for (int i = 0; i < count; ++i) block.third[i] = local.value(2, c.blue[i]);
-                             block.store(set, x, y, count);
-                         });
+            const auto bakeBlock = [&](auto& block, int x, int y, int count) {
+                for (int i = 0; i < count; ++i) c.red[i] = local.normalised(0, block.first[i]);
+                for (int i = 0; i < count; ++i) c.green[i] = local.normalised(1, block.second[i]);
+                for (int i = 0; i < count; ++i) c.blue[i] = local.normalised(2, block.third[i]);
+                change(c, count);
+                for (int i = 0; i < count; ++i) block.first[i] = local.value(0, c.red[i]);
+                for (int i = 0; i < count; ++i) block.second[i] = local.value(1, c.green[i]);
+                for (int i = 0; i < count; ++i) block.third[i] = local.value(2, c.blue[i]);
+                block.store(set, x, y, count);
+            };
+            forEachBlock(set, reds, greens, blues, 0, width, height, bakeBlock);
         });
     };
     withThreePlanes<T, T>(*image, 0, 0, bake);

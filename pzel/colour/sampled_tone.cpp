@@ -19,10 +19,10 @@ constexpr int kFewCells = kFewLines, kManyCells = 1024;
 
 /// Close to a square root, without one: half the exponent, and the mantissa between. 0 and 1 stay.
 constexpr std::uint32_t kHalfExponent = std::bit_cast<std::uint32_t>(1.0f) / 2;
-float narrowed(float v) {
+float roughRoot(float v) {
     return std::bit_cast<float>((std::bit_cast<std::uint32_t>(v) >> 1) + kHalfExponent);
 }
-float widened(float v) {
+float roughSquare(float v) {
     const std::uint32_t bits = std::bit_cast<std::uint32_t>(v);
     return bits > kHalfExponent ? std::bit_cast<float>((bits - kHalfExponent) << 1) : 0.0f;
 }
@@ -30,7 +30,7 @@ float widened(float v) {
 /// The tone at the ends of all cells, in the order of its values.
 struct Samples {
     Samples(const Tone& tone, const SampledTone::Domain& domain) {
-        for (int k = 0; k <= kManyCells; ++k) at[k] = widened(float(k) / kManyCells) * domain.top;
+        for (int k = 0; k <= kManyCells; ++k) at[k] = roughSquare(float(k) / kManyCells) * domain.top;
         std::memcpy(values, at, sizeof values);
         for (int k = 0; k <= kManyCells; k += kPixelBlock)
             tone.apply(values + k, k + kPixelBlock <= kManyCells ? kPixelBlock : kManyCells + 1 - k);
@@ -82,7 +82,7 @@ void SampledTone::apply(float* values, int count) const {
         if (count <= 0) return;
         const float unit = 1 / top, scale = float(cells) * 0.999999f;  // 1 is in the last cell
         std::int32_t cell[kPixelBlock];
-        for (int i = 0; i < count; ++i) cell[i] = int(narrowed(clampUnit(values[i] * unit)) * scale);
+        for (int i = 0; i < count; ++i) cell[i] = int(roughRoot(clampUnit(values[i] * unit)) * scale);
         followLines(set, line, cells, cell, values, count);
         if (!circular) return;
         for (int i = 0; i < count; ++i) {
