@@ -194,16 +194,18 @@ struct Line {
 constexpr int kFewLines = 64;
 
 /// One by one: put into vectors, these look-ups take twice as long.
-[[gnu::noinline, gnu::optimize("no-tree-vectorize")]] inline void followOneByOne(const Line* lines,
-                                                                                 const std::int32_t* index,
-                                                                                 float* values, int count) {
+#if PZEL_X86_SETS
+[[gnu::noinline, gnu::optimize("no-tree-vectorize")]]
+#endif
+inline void
+followOneByOne(const Line* lines, const std::int32_t* index, float* values, int count) {
     for (int i = 0; i < count; ++i) values[i] = lines[index[i]](values[i]);
 }
 
 /// values[i] = lines[index[i]](values[i]), for `size` lines.
 template <InstructionSet set>
-void followLines(SetConstant<set>, const Line* lines, int size, const std::int32_t* index, float* values,
-                 int count) {
+void followLines(SetConstant<set>, const Line* lines, [[maybe_unused]] int size, const std::int32_t* index,
+                 float* values, int count) {
     int i = 0;
 #if PZEL_X86_SETS
     if constexpr (looksUpBytes<set>) {
