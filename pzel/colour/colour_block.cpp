@@ -18,7 +18,7 @@ void put(ColourBlock& colours, int i, Rgb c) {
 }
 
 struct Parts {
-    float intensity[kPixelBlock], saturation[kPixelBlock], turn[kPixelBlock];
+    BlockValues intensity, saturation, turn;
 };
 
 }  // namespace
@@ -42,8 +42,8 @@ void changeColours(ColourBlock& colours, int count, const Tone& intensity, const
             out->saturation[k] = saturationOf(spreadOf(c), intensityOf(c));
         }
     });
-    intensity.apply(parts.intensity, count);
-    saturation.apply(parts.saturation, count);
+    intensity.apply(parts.intensity.values, count);
+    saturation.apply(parts.saturation.values, count);
     onBestSet([count, in = &parts, out = &colours](auto) {
         for (int k = 0; k < count; ++k)
             put(*out, k, withHueKept(at(*out, k), in->intensity[k], in->saturation[k]));
@@ -53,8 +53,8 @@ void changeColours(ColourBlock& colours, int count, const Tone& intensity, const
 void changeColours(ColourBlock& colours, int count, const Tone& intensity, const Tone& saturation,
                    const Tone& hue, Greys greys) {
     Parts parts;
-    float spread[kPixelBlock];
-    onBestSet([count, in = &colours, out = &parts, spread = +spread](auto) {
+    BlockValues spreads;
+    onBestSet([count, in = &colours, out = &parts, spread = spreads.values](auto) {
         for (int k = 0; k < count; ++k) {
             const Rgb c = at(*in, k);
             spread[k] = spreadOf(c);
@@ -63,10 +63,10 @@ void changeColours(ColourBlock& colours, int count, const Tone& intensity, const
             out->turn[k] = turnOf(c);
         }
     });
-    intensity.apply(parts.intensity, count);
-    saturation.apply(parts.saturation, count);
-    hue.apply(parts.turn, count);
-    onBestSet([count, greys, in = &parts, out = &colours, spread = +spread](auto) {
+    intensity.apply(parts.intensity.values, count);
+    saturation.apply(parts.saturation.values, count);
+    hue.apply(parts.turn.values, count);
+    onBestSet([count, greys, in = &parts, out = &colours, spread = spreads.values](auto) {
         const float least = greys == Greys::Stay ? 0.0f : -1.0f;
         for (int k = 0; k < count; ++k) {
             const float s = spread[k] > least ? in->saturation[k] : 0.0f;

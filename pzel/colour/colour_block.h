@@ -7,9 +7,17 @@
 
 namespace pzel {
 
+/// Values of a block of pixels. They start on a cache line; the same pixels of several channels do not share
+/// its place in the cache, as they would if a block took 2 KB.
+struct alignas(64) BlockValues {
+    float& operator[](int i) { return values[i]; }
+    float operator[](int i) const { return values[i]; }
+    float values[kPixelBlock + 32];
+};
+
 /// Colours normalised to 0 … 1, a block of pixels at a time.
 struct ColourBlock {
-    float red[kPixelBlock], green[kPixelBlock], blue[kPixelBlock];
+    BlockValues red, green, blue;
 };
 
 /// What happens to intensities and saturations (0 … 1) or hues (turns, 0 … 3): a window, a curve.
