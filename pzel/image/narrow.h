@@ -1,6 +1,6 @@
 // Floats scaled into bytes or 16 bits where narrowing saturates: that clamps for nothing. Saturation takes
 // the lowest word for what it is, but a float too large for a word becomes the lowest word, too: where one
-// turns up, the plain rule runs again.
+// turns up, the plain rule runs again. Not a number and values far below black look alike: slower, and right.
 #pragma once
 
 #include <cstdint>

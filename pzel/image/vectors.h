@@ -22,7 +22,8 @@ template <InstructionSet set>
 constexpr bool looksUpBytes = (PZEL_X86_SETS != 0) && set >= InstructionSet::Avx512;
 
 #if PZEL_X86_SETS
-/// Vectors of so many bytes, by their elements.
+/// Vectors of so many bytes, by their elements. Spelled out for both: GCC 12 ignores a vector_size that hangs
+/// on a parameter.
 template <int bytes>
 struct Vectors;
 template <>
