@@ -61,11 +61,13 @@ class WovenSource final : public PictureSource {
         AppendComponent(movie.get(), frame.get());
     }
 
-    OwnedImage Read(std::uint32_t number, Layout layout) override {
+    Frame Read(std::uint32_t number, Layout layout) override {
         Comp** const comps = movie->GetChildren();
         Comp *const evenRows = comps[0], *const oddRows = comps[1], *const frame = comps[2];
-        Put(*evenRows, even->Read(number, layout));
-        Put(*oddRows, odd->Read(number, layout));
+        Frame evenField = even->Read(number, layout);
+        Frame oddField = odd->Read(number, layout);
+        Put(*evenRows, std::move(evenField.image));
+        Put(*oddRows, std::move(oddField.image));
         const Image& rows = *evenRows->GetCurrentImage();
         Put(*frame, OwnedImage(NewImage(rows.width, static_cast<unsigned short>(info.height), rows.channels,
                                         GetDataType(&rows), IsInterleaved(&rows))));
@@ -73,7 +75,14 @@ class WovenSource final : public PictureSource {
         FieldsToFrame(evenRows, oddRows, frame);
         OwnedImage woven(AllocImage());
         TransferImage(woven.get(), frame->GetCurrentImage());
-        return woven;
+        std::vector<std::string> notes = std::move(evenField.notes);
+        notes.insert(notes.end(), oddField.notes.begin(), oddField.notes.end());
+        return {std::move(woven), evenField.window, std::move(notes)};
+    }
+
+    void Expect(std::uint32_t number) override {
+        even->Expect(number);
+        odd->Expect(number);
     }
 
   private:
@@ -96,13 +105,16 @@ class FieldSource final : public PictureSource {
         info.conversions.push_back(field == Field::Even ? "even field alone" : "odd field alone");
     }
 
-    OwnedImage Read(std::uint32_t number, Layout layout) override {
-        Put(*comp, frames->Read(number, layout));
+    void Expect(std::uint32_t number) override { frames->Expect(number); }
+
+    Frame Read(std::uint32_t number, Layout layout) override {
+        Frame whole = frames->Read(number, layout);
+        Put(*comp, std::move(whole.image));
         OwnedImage taken(AllocImage());
         const bool even = field == Field::Even;
         SplitImage(comp.get(), even ? taken.get() : nullptr, even ? nullptr : taken.get(), SplitFullHeight,
                    nullptr);
-        return taken;
+        return {std::move(taken), whole.window, std::move(whole.notes)};
     }
 
   private:

@@ -9,7 +9,7 @@
 #include <fstream>
 #include <string_view>
 
-#include "apps/io/picture.h"
+#include "apps/io/picture_info.h"
 
 namespace pzel_io {
 
@@ -21,6 +21,7 @@ struct Mark {
     std::size_t offset;
     std::string_view bytes;
     const char* format;
+    const char* reader = "other";
 };
 
 constexpr const char* kVideo = "video";
@@ -49,16 +50,16 @@ constexpr Mark kMarks[] = {
     {4, "ftypheix"sv, "heif"},
     {4, "ftypmif1"sv, "heif"},
     {4, "ftypavif"sv, "heif"},
-    {4, "ftyp"sv, kVideo},
-    {4, "moov"sv, kVideo},
-    {4, "mdat"sv, kVideo},
-    {8, "AVI "sv, kVideo},
-    {0, "\x1A\x45\xDF\xA3"sv, kVideo},
-    {0, "OggS"sv, kVideo},
-    {0, "\0\0\x01\xBA"sv, kVideo},
-    {0, "\0\0\x01\xB3"sv, kVideo},
-    {0, "FLV\x01"sv, kVideo},
-    {0, "\x30\x26\xB2\x75\x8E\x66\xCF\x11"sv, kVideo},
+    {4, "ftyp"sv, kVideo, kVideo},
+    {4, "moov"sv, kVideo, kVideo},
+    {4, "mdat"sv, kVideo, kVideo},
+    {8, "AVI "sv, kVideo, kVideo},
+    {0, "\x1A\x45\xDF\xA3"sv, kVideo, kVideo},
+    {0, "OggS"sv, kVideo, kVideo},
+    {0, "\0\0\x01\xBA"sv, kVideo, kVideo},
+    {0, "\0\0\x01\xB3"sv, kVideo, kVideo},
+    {0, "FLV\x01"sv, kVideo, kVideo},
+    {0, "\x30\x26\xB2\x75\x8E\x66\xCF\x11"sv, kVideo, kVideo},
 };
 
 constexpr std::size_t kDicomMark = 128;
@@ -106,14 +107,14 @@ std::string ReadHead(const std::filesystem::path& file) {
 FileKind SniffFile(const std::filesystem::path& file) {
     const std::string head = ReadHead(file);
     // First: the free space in front of the mark may hold the head of another format.
-    if (Holds(head, kDicomMark, "DICM")) return {Reader::Dicom, "dicom"};
+    if (Holds(head, kDicomMark, "DICM")) return {"dicom", "dicom"};
     for (const Mark& mark : kMarks) {
         if (!Holds(head, mark.offset, mark.bytes)) continue;
-        return {mark.format == kVideo ? Reader::Video : Reader::Oiio, mark.format};
+        return {mark.reader, mark.format};
     }
-    if (Holds(head, 0, "SIMPLE  =")) return {Reader::Fits, "fits"};
-    if (IsBareDicom(head)) return {Reader::Dicom, "dicom"};
-    if (IsPnm(head)) return {Reader::Oiio, "pnm"};
+    if (Holds(head, 0, "SIMPLE  =")) return {"fits", "fits"};
+    if (IsBareDicom(head)) return {"dicom", "dicom"};
+    if (IsPnm(head)) return {"other", "pnm"};
     throw FileError(file, "is of no known picture or video format");
 }
 

@@ -6,11 +6,9 @@
 
 namespace pzel_io {
 
-enum class Reader { Oiio, Dicom, Fits, Video };
-
 struct FileKind {
-    Reader reader = Reader::Oiio;
-    std::string format;  ///< for Reader::Oiio the reader's name of the format
+    std::string reader;  ///< the name of the program for it, behind "pzel-read-"
+    std::string format;  ///< a short name; where several formats have one reader, the one that it goes by
 };
 
 /// @throws FileError for a file that cannot be read, is empty, or starts like no known format

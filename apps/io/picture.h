@@ -1,15 +1,18 @@
 // Reading picture files: what a file holds, and one frame of it at a time as an image record.
 //
 // The folder:
-//   picture.h       this seam: what a file tells of itself, and the source of its frames
-//   file_kind.h     which reader a file belongs to, by its content
-//   *_source.h      the four readers; dicom_pixels.h the decoding of one of them
-//   fields.h        pictures woven from two others, or taken from every second row of one
-//   quiet_errors.h  silence for the decoding libraries' own messages
-//   display_copy.h  copies of a frame for what the display cannot show as it is
-//   colour_copy.h   copies of a colour frame in other colour models
-//   file_movie.h    files as the layers of a movie that holds one frame of each at a time
-//   png_writer.h    the way back: a shown bitmap as a file
+//   picture.h         this seam: what a file tells of itself, and the source of its frames
+//   picture_info.h    the part of it that hosts and readers share
+//   file_kind.h       which reader a file belongs to, by its content
+//   readers/          a small program for each format, built on the library that is made for it
+//   reader_process.h  the host's end of a reader: it runs apart, so that no file can end the host
+//   message.h         what the two say to each other
+//   program_parts.h   where a program finds what belongs to it
+//   fields.h          pictures woven from two others, or taken from every second row of one
+//   display_copy.h    copies of a frame for what the display cannot show as it is
+//   colour_copy.h     copies of a colour frame in other colour models
+//   file_movie.h      files as the layers of a movie that holds one frame of each at a time
+//   png_writer.h      the way back: a shown bitmap as a file
 #pragma once
 
 #include <cstddef>
@@ -17,28 +20,14 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <stdexcept>
+#include <span>
 #include <string>
 #include <vector>
 
+#include "apps/io/picture_info.h"
 #include "pzel/image/image.h"
 
 namespace pzel_io {
-
-/// What went wrong with a file, as one line: "FILE: reason".
-class FileError : public std::runtime_error {
-  public:
-    FileError(const std::filesystem::path& file, const std::string& reason);
-};
-
-/// How the channels of a picture are ordered, in a file or in a record.
-enum class Layout { Planar, Interleaved };
-
-/// A range of values to be shown from black to white.
-struct Window {
-    double low;
-    double high;
-};
 
 /// An image record of its own, released with its pixels.
 struct ImageDeleter {
@@ -46,26 +35,12 @@ struct ImageDeleter {
 };
 using OwnedImage = std::unique_ptr<Image, ImageDeleter>;
 
-/// What a file holds. Every frame has this size and type; frames that differ are left out, with a note.
-struct PictureInfo {
-    std::filesystem::path file;
-    std::string format;                    ///< the file format's short name
-    std::uint32_t frames = 1;              ///< 1 or more; of a video: as far as the file tells
-    int width = 0;                         ///< pixels
-    int height = 0;                        ///< rows
-    int channels = 1;                      ///< of the record: alpha and the like are left out
-    ImageDataType type = DataNone;         ///< of the record
-    ImageSubType model = SubGrey;          ///< SubGrey, SubColour or SubYuv
-    Layout layout = Layout::Interleaved;   ///< of the file
-    std::optional<Window> window;          ///< the range that the file itself asks to be shown
-    bool lowIsWhite = false;               ///< the file's lowest values stand for white
-    std::vector<std::string> conversions;  ///< what reading changes or leaves out, one line each
+/// A frame as it was read.
+struct Frame {
+    OwnedImage image;
+    std::optional<Window> window;    ///< the range that the file asks to be shown, of this frame
+    std::vector<std::string> notes;  ///< what is wrong with it, or was changed, beyond the file's conversions
 };
-
-/// Pixels as a reader delivers them: rows from the top, without padding, pixel by pixel, the channels as a
-/// user names them (red, green, blue; y, u, v). Bit rows are (width + 7) / 8 bytes, most significant bit
-/// first.
-using RawPixels = std::vector<unsigned char>;
 
 /// Where frames come from: an open file, or others that it is made of. Not for several threads at a time.
 class PictureSource {
@@ -77,43 +52,26 @@ class PictureSource {
     const PictureInfo& Info() const { return info; }
     /// Reads a frame, counted from 0, into a new record. Colour is stored blue first.
     /// @throws FileError for a frame that is not there, a damaged file, or rows too long for a record
-    virtual OwnedImage Read(std::uint32_t frame, Layout layout) = 0;
+    virtual Frame Read(std::uint32_t frame, Layout layout) = 0;
+    /// Says which frame is read next, so that decoding can go on while the caller works.
+    virtual void Expect(std::uint32_t /*frame*/) {}
+    /// Says which rows are needed from now on; the others of a frame may be left black where that saves time.
+    virtual void WantRows(const Rows& /*rows*/) {}
 
   protected:
     PictureSource() = default;
-    [[noreturn]] void Fail(const std::string& reason) const;
+    [[noreturn]] void Fail(const std::string& reason) const { throw FileError(info.file, reason); }
 
     PictureInfo info;
 };
 
-/// What the readers share: their pixels become records here.
-class FileSource : public PictureSource {
-  public:
-    OwnedImage Read(std::uint32_t frame, Layout layout) override;
-
-  protected:
-    /// Exactly the bytes of one frame, or a FileError.
-    virtual RawPixels ReadPixels(std::uint32_t frame) = 0;
-    /// Refuses sizes that no record can hold, in any layout. Readers call it before they allocate pixels.
-    void CheckSize() const;
-};
-
-/// What a file is read for. Of a file with two channels a picture takes what is not alpha, a vector field
-/// both.
-enum class Purpose { Picture, Vectors };
-
 /// Opens a file with the reader that its content asks for.
 /// @throws FileError for a file that is missing, empty, damaged or of no known format
 std::unique_ptr<PictureSource> OpenPicture(const std::filesystem::path& file,
-                                           Purpose purpose = Purpose::Picture);
+                                           const OpenOptions& options = {});
 
-/// Bytes of one element of a type as files store it; 0 for bits.
-std::size_t ElementBytes(ImageDataType type);
-/// A short name: "bit", "uint8", ..., "float".
-const char* TypeName(ImageDataType type);
-/// A short name: "grey", "colour", "yuv".
-const char* ModelName(ImageSubType model);
-/// A number in as few digits as tell it from its neighbours.
-std::string NumberText(double number);
+/// A record of a frame from its pixels as readers deliver them.
+/// @throws FileError for rows that are too long for a record of this layout
+OwnedImage MakeRecord(const PictureInfo& info, Layout layout, std::span<const unsigned char> pixels);
 
 }  // namespace pzel_io

@@ -135,10 +135,12 @@ FrameMaker::FrameMaker(const Layer& wishes, pzel_io::PictureSource& file) : laye
 
 OwnedImage FrameMaker::Make(std::uint32_t frame) {
     const PictureInfo& info = source.Info();
-    if (layer.IsOverlay()) return AsOverlay(source.Read(frame, layer.look.layout));
+    pzel_io::Frame read = source.Read(frame, layer.look.layout);
+    for (const std::string& line : read.notes) Note(line);
+    if (layer.IsOverlay()) return AsOverlay(std::move(read.image));
     if (layer.look.perFrame) colourRange.reset();
-    scale = {0, FileRanges(info), info.window, false};
-    OwnedImage image = ForDisplay(InModel(source.Read(frame, layer.look.layout)));
+    scale = {0, FileRanges(info), read.window, false};
+    OwnedImage image = ForDisplay(InModel(std::move(read.image)));
     stored.clear();
     if (GetDataType(image.get()) != DataBit) ChooseFor(image);
     if (layer.look.bake) NoteBaking();

@@ -9,10 +9,11 @@ namespace {
 using pzel_io::FileError;
 
 std::unique_ptr<pzel_io::PictureSource> Open(const Layer& layer) {
-    const auto purpose = layer.role == Role::Vectors ? pzel_io::Purpose::Vectors : pzel_io::Purpose::Picture;
-    auto source = pzel_io::OpenPicture(layer.file, purpose);
+    pzel_io::OpenOptions how;
+    if (layer.role == Role::Vectors) how.purpose = pzel_io::Purpose::Vectors;
+    auto source = pzel_io::OpenPicture(layer.file, how);
     if (!layer.oddField.empty())
-        source = pzel_io::WeaveFields(std::move(source), pzel_io::OpenPicture(layer.oddField, purpose));
+        source = pzel_io::WeaveFields(std::move(source), pzel_io::OpenPicture(layer.oddField, how));
     if (layer.field) source = pzel_io::TakeField(std::move(source), *layer.field);
     return source;
 }

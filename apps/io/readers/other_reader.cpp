@@ -1,15 +1,13 @@
 // Pictures of the common formats. What the reading library changes on the way (widened samples,
 // expanded bits) is undone where that is exact, and reported where it is not. DICOM, FITS and videos have
 // readers of their own.
-#include "apps/io/oiio_source.h"
+#include "apps/io/readers/reader.h"
 
 #include <OpenImageIO/imageio.h>
 
 #include <algorithm>
 #include <cstring>
 #include <fstream>
-
-#include "apps/io/quiet_errors.h"
 
 namespace pzel_io {
 
@@ -49,12 +47,9 @@ bool SameFrames(const ImageSpec& a, const ImageSpec& b) {
     return a.width == b.width && a.height == b.height && a.nchannels == b.nchannels && a.format == b.format;
 }
 
-class OiioSource final : public FileSource {
+class OtherReader final : public Reader {
   public:
-    OiioSource(const std::filesystem::path& file, const std::string& format, Purpose readFor)
-        : readerName(format), purpose(readFor) {
-        info.file = file;
-        info.format = format;
+    explicit OtherReader(const OpenRequest& request) : Reader(request), readerName(request.format) {
         input = Open();
         spec = input->spec();
         info.width = spec.width;
@@ -68,18 +63,22 @@ class OiioSource final : public FileSource {
         NoteRest();
     }
 
+    FrameNotes ReadPixels(const FrameRequest& wanted, std::span<unsigned char> pixels) override {
+        const RawPixels read = ReadFrame(wanted.frame);
+        if (read.size() != pixels.size()) Fail("is cut short");
+        std::copy(read.begin(), read.end(), pixels.begin());
+        return {};
+    }
+
   private:
-    RawPixels ReadPixels(std::uint32_t frame) override {
+    RawPixels ReadFrame(std::uint32_t frame) {
         const std::size_t count =
             static_cast<std::size_t>(info.width) * static_cast<std::size_t>(info.height);
         const std::size_t bytes = info.type == DataBit ? 1 : ElementBytes(info.type);
         RawPixels pixels(count * bytes * info.channels);
         const TypeDesc wanted = info.type == DataFloat ? TypeDesc(TypeDesc::FLOAT) : spec.format;
         bool read = false;
-        {
-            const QuietErrors quiet;
-            read = input->read_image(subimages[frame], 0, 0, info.channels, wanted, pixels.data());
-        }
+        { read = input->read_image(subimages[frame], 0, 0, info.channels, wanted, pixels.data()); }
         if (!read) {
             Fail(FrameText(frame) + " cannot be read: " + Reason(input->geterror(), info.file));
         }
@@ -107,10 +106,7 @@ class OiioSource final : public FileSource {
         }
         ImageSpec ignored;
         bool open = false;
-        {
-            const QuietErrors quiet;
-            open = opened->open(info.file.string(), ignored, config);
-        }
+        { open = opened->open(info.file.string(), ignored, config); }
         if (!open) {
             Fail("cannot be opened as " + info.format + ": " + Reason(opened->geterror(), info.file));
         }
@@ -148,7 +144,7 @@ class OiioSource final : public FileSource {
     }
 
     bool HasAlpha() const {
-        const bool pair = purpose == Purpose::Vectors && spec.nchannels == 2;
+        const bool pair = options.purpose == Purpose::Vectors && spec.nchannels == 2;
         return spec.nchannels > 1 && !pair && IsAlpha(spec.nchannels - 1);
     }
 
@@ -216,8 +212,6 @@ class OiioSource final : public FileSource {
             Note("luminance and colour differences to colour");
     }
 
-    void Note(const std::string& line) { info.conversions.push_back(line); }
-
     // Bits arrive as bytes of 0 and 255.
     RawPixels PackBits(const RawPixels& bytes) const {
         const auto width = static_cast<std::size_t>(info.width);
@@ -250,7 +244,6 @@ class OiioSource final : public FileSource {
     }
 
     std::string readerName;
-    Purpose purpose;
     std::unique_ptr<ImageInput> input;
     ImageSpec spec;              // of the first image
     std::vector<int> subimages;  // frame number to image number
@@ -259,9 +252,8 @@ class OiioSource final : public FileSource {
 
 }  // namespace
 
-std::unique_ptr<PictureSource> OpenOiio(const std::filesystem::path& file, const std::string& format,
-                                        Purpose purpose) {
-    return std::make_unique<OiioSource>(file, format, purpose);
+std::unique_ptr<Reader> OpenReader(const OpenRequest& request) {
+    return std::make_unique<OtherReader>(request);
 }
 
 }  // namespace pzel_io

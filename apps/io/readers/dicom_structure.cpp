@@ -1,6 +1,6 @@
 // The walk over the elements of a DICOM file: tags and lengths only, values are stepped over. Deflated files
 // and unknown value types end it early.
-#include "apps/io/dicom_structure.h"
+#include "apps/io/readers/dicom_structure.h"
 
 #include <algorithm>
 #include <array>
@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "apps/io/picture.h"
+#include "apps/io/readers/reader.h"
 
 namespace pzel_io {
 

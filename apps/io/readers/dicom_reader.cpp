@@ -1,6 +1,6 @@
 // DICOM files: stored values, rescaled only where the file says so, never stretched. The whole file is
 // decoded when its first frame is read and kept until the source is closed.
-#include "apps/io/dicom_source.h"
+#include "apps/io/readers/reader.h"
 
 #include <gdcmAttribute.h>
 #include <gdcmImageApplyLookupTable.h>
@@ -15,9 +15,8 @@
 #include <initializer_list>
 #include <sstream>
 
-#include "apps/io/dicom_pixels.h"
-#include "apps/io/dicom_structure.h"
-#include "apps/io/quiet_errors.h"
+#include "apps/io/readers/dicom_pixels.h"
+#include "apps/io/readers/dicom_structure.h"
 
 namespace pzel_io {
 
@@ -72,12 +71,10 @@ ImageDataType SampleType(const gdcm::PixelFormat& format) {
     }
 }
 
-class DicomSource final : public FileSource {
+class DicomReader final : public Reader {
   public:
-    explicit DicomSource(const std::filesystem::path& file) {
-        info.file = file;
-        info.format = "dicom";
-        CheckDicomStructure(file);
+    explicit DicomReader(const OpenRequest& request) : Reader(request) {
+        CheckDicomStructure(info.file);
         gdcm::Trace::DebugOff();
         gdcm::Trace::WarningOff();
         gdcm::Trace::ErrorOff();
@@ -89,8 +86,15 @@ class DicomSource final : public FileSource {
         if (info.model == SubGrey && info.type != DataBit) ChooseScale();
     }
 
+    FrameNotes ReadPixels(const FrameRequest& wanted, std::span<unsigned char> pixels) override {
+        const RawPixels read = ReadFrame(wanted.frame);
+        if (read.size() != pixels.size()) Fail("is cut short");
+        std::copy(read.begin(), read.end(), pixels.begin());
+        return {};
+    }
+
   private:
-    RawPixels ReadPixels(std::uint32_t frame) override {
+    RawPixels ReadFrame(std::uint32_t frame) {
         if (info.type == DataBit) return UnpackDicomBits(StoredBytes(), frame, info.width, info.height);
         RawPixels pixels = Arranged(frame);
         if (info.model == SubYuv) CentreColourDifferences(pixels);
@@ -112,7 +116,6 @@ class DicomSource final : public FileSource {
     }
 
     void Open() {
-        const QuietErrors quiet;
         std::stringstream completed;
         if (LacksFrameCount(completed)) {
             reader.SetStream(completed);
@@ -176,7 +179,6 @@ class DicomSource final : public FileSource {
     }
 
     void ApplyPalette() {
-        const QuietErrors quiet;
         palette.SetInput(*image);
         if (!palette.Apply()) Fail("its palette cannot be applied");
         image = &palette.GetOutput();
@@ -252,7 +254,6 @@ class DicomSource final : public FileSource {
 
     void DecodeAll() {
         if (!decodedAll.empty()) return;
-        const QuietErrors quiet;
         decodedAll.resize(image->GetBufferLength());
         bool decoded = false;
         try {
@@ -270,7 +271,6 @@ class DicomSource final : public FileSource {
     }
 
     const gdcm::DataSet& Set() const { return reader.GetFile().GetDataSet(); }
-    void Note(const std::string& line) { info.conversions.push_back(line); }
 
     gdcm::ImageReader reader;
     gdcm::ImageApplyLookupTable palette;
@@ -286,8 +286,8 @@ class DicomSource final : public FileSource {
 
 }  // namespace
 
-std::unique_ptr<PictureSource> OpenDicom(const std::filesystem::path& file) {
-    return std::make_unique<DicomSource>(file);
+std::unique_ptr<Reader> OpenReader(const OpenRequest& request) {
+    return std::make_unique<DicomReader>(request);
 }
 
 }  // namespace pzel_io

@@ -1,6 +1,6 @@
 // Orders, widens and rescales the samples of DICOM frames. The decoding library's own way with run-length
 // coded samples of more than 8 bits in colour mixes up their bytes, so that coding is undone here.
-#include "apps/io/dicom_pixels.h"
+#include "apps/io/readers/dicom_pixels.h"
 
 #include <algorithm>
 #include <cstring>

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <span>
 
-#include "apps/io/picture.h"
+#include "apps/io/readers/reader.h"
 
 namespace pzel_io {
 

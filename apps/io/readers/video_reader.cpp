@@ -1,7 +1,7 @@
 // Videos: frame N is the N-th picture that the file stores, however long it stays on the screen. The packets
 // are counted once on opening; frames are decoded one after another, with a jump to the last key picture
 // where the wanted one is not ahead. Sound is left alone.
-#include "apps/io/video_source.h"
+#include "apps/io/readers/reader.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -36,12 +36,10 @@ struct ScalerCloser {
     void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
 };
 
-class VideoSource final : public FileSource {
+class VideoReader final : public Reader {
   public:
-    explicit VideoSource(const std::filesystem::path& file) {
+    explicit VideoReader(const OpenRequest& request) : Reader(request) {
         av_log_set_level(AV_LOG_QUIET);  // what matters is reported in one line
-        info.file = file;
-        info.format = "video";
         info.type = DataUInt8;
         info.channels = kColourChannels;
         info.model = SubColour;
@@ -55,8 +53,15 @@ class VideoSource final : public FileSource {
         info.conversions.push_back("video frames decoded to 8-bit colour");
     }
 
+    FrameNotes ReadPixels(const FrameRequest& wanted, std::span<unsigned char> pixels) override {
+        const RawPixels read = ReadFrame(wanted.frame);
+        if (read.size() != pixels.size()) Fail("is cut short");
+        std::copy(read.begin(), read.end(), pixels.begin());
+        return {};
+    }
+
   private:
-    RawPixels ReadPixels(std::uint32_t number) override {
+    RawPixels ReadFrame(std::uint32_t number) {
         if (number < next || number - next > kFarAhead) JumpTo(number);
         while (next <= number) {
             if (!DecodeNext()) Fail("frame " + std::to_string(number) + " cannot be decoded");
@@ -195,8 +200,8 @@ class VideoSource final : public FileSource {
 
 }  // namespace
 
-std::unique_ptr<PictureSource> OpenVideo(const std::filesystem::path& file) {
-    return std::make_unique<VideoSource>(file);
+std::unique_ptr<Reader> OpenReader(const OpenRequest& request) {
+    return std::make_unique<VideoReader>(request);
 }
 
 }  // namespace pzel_io

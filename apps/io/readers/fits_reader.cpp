@@ -1,6 +1,6 @@
 // FITS files: every image of two dimensions or more is one frame for each plane. Integers with the usual
 // offsets are unsigned integers; other scalings, 64-bit values and blank values become floats.
-#include "apps/io/fits_source.h"
+#include "apps/io/readers/reader.h"
 
 #include <fitsio.h>
 
@@ -48,15 +48,13 @@ struct Frame {
     long plane;  // from 0
 };
 
-class FitsSource final : public FileSource {
+class FitsReader final : public Reader {
   public:
-    explicit FitsSource(const std::filesystem::path& file) {
-        info.file = file;
-        info.format = "fits";
+    explicit FitsReader(const OpenRequest& request) : Reader(request) {
         fitsfile* opened = nullptr;
         int status = 0;
         // The plain form: names are names here, never expressions.
-        if (fits_open_diskfile(&opened, file.c_str(), READONLY, &status)) {
+        if (fits_open_diskfile(&opened, info.file.c_str(), READONLY, &status)) {
             Fail("cannot be opened as fits: " + StatusText(status));
         }
         fits.reset(opened);
@@ -74,8 +72,15 @@ class FitsSource final : public FileSource {
         CheckSize();
     }
 
+    FrameNotes ReadPixels(const FrameRequest& wanted, std::span<unsigned char> pixels) override {
+        const RawPixels read = ReadFrame(wanted.frame);
+        if (read.size() != pixels.size()) Fail("is cut short");
+        std::copy(read.begin(), read.end(), pixels.begin());
+        return {};
+    }
+
   private:
-    RawPixels ReadPixels(std::uint32_t number) override {
+    RawPixels ReadFrame(std::uint32_t number) {
         const Frame& frame = frames[number];
         int status = 0;
         fits_movabs_hdu(fits.get(), frame.unit, nullptr, &status);
@@ -241,8 +246,8 @@ class FitsSource final : public FileSource {
 
 }  // namespace
 
-std::unique_ptr<PictureSource> OpenFits(const std::filesystem::path& file) {
-    return std::make_unique<FitsSource>(file);
+std::unique_ptr<Reader> OpenReader(const OpenRequest& request) {
+    return std::make_unique<FitsReader>(request);
 }
 
 }  // namespace pzel_io
