@@ -78,20 +78,29 @@ OwnedImage Converted(const Image& image, ImageDataType type) {
     return copy;
 }
 
-// Bits that are set where the rule holds for a pixel's first value.
+// Bits that are set where the rule holds for the values of any channel, or of all of them.
+enum class Holds { ForAny, ForAll };
+
 template <class Rule>
-OwnedImage MaskWhere(const Image& image, Rule rule) {
+OwnedImage MaskWhere(const Image& image, Holds holds, Rule rule) {
     OwnedImage mask(NewImage(image.width, image.height, 1, DataBit, false));
     SetImageType(mask.get(), static_cast<unsigned short>(SubGrey));
     ClearImage(mask.get());
-    std::size_t x = 0;
-    unsigned char* row = mask->data;
-    ForEachValue(GetDataType(&image), ChannelPlane(image, 0), GetImageSize(&image), [&](auto value) {
-        if (rule(static_cast<double>(value))) row[x / 8] |= static_cast<unsigned char>(0x80 >> x % 8);
-        if (++x < image.width) return;
-        x = 0;
-        row += mask->rowBytes;
-    });
+    if (holds == Holds::ForAll)
+        std::fill_n(mask->data, static_cast<std::size_t>(mask->rowBytes) * mask->height, 0xFF);
+    for (int c = 0; c < image.channels; ++c) {
+        std::size_t x = 0;
+        unsigned char* row = mask->data;
+        ForEachValue(GetDataType(&image), ChannelPlane(image, c), GetImageSize(&image), [&](auto value) {
+            const auto bit = static_cast<unsigned char>(0x80 >> x % 8);
+            const bool set = rule(static_cast<double>(value), c);
+            if (set && holds == Holds::ForAny) row[x / 8] |= bit;
+            if (!set && holds == Holds::ForAll) row[x / 8] &= static_cast<unsigned char>(~bit);
+            if (++x < image.width) return;
+            x = 0;
+            row += mask->rowBytes;
+        });
+    }
     return mask;
 }
 
@@ -124,11 +133,21 @@ OwnedImage ToBytes(const Image& image) {
 }
 
 OwnedImage RangeMask(const Image& grey, const Window& range) {
-    return MaskWhere(grey, [&](double value) { return value >= range.low && value <= range.high; });
+    return MaskWhere(grey, Holds::ForAny,
+                     [&](double value, int) { return value >= range.low && value <= range.high; });
 }
 
-OwnedImage NonZeroMask(const Image& grey) {
-    return MaskWhere(grey, [](double value) { return value != 0; });
+OwnedImage NonZeroMask(const Image& image) {
+    return MaskWhere(image, Holds::ForAny, [](double value, int) { return value != 0; });
+}
+
+OwnedImage ColourMask(const Image& colour, std::uint32_t rgb) {
+    constexpr int kChannelBits = 8;
+    constexpr std::uint32_t kMost = 0xFF;
+    // Colour is stored blue first, which is the lowest byte of the number.
+    return MaskWhere(colour, Holds::ForAll, [&](double value, int c) {
+        return value == static_cast<double>(rgb >> kChannelBits * c & kMost);
+    });
 }
 
 int DifferenceOffset(ImageDataType type) {

@@ -19,8 +19,10 @@ OwnedImage ToInt16(const Image& image);
 OwnedImage ToBytes(const Image& image);
 /// Where the values of a grey picture lie in a range, its ends included, as bits. NaN lies in none.
 OwnedImage RangeMask(const Image& grey, const Window& range);
-/// Where they are not zero, as bits.
-OwnedImage NonZeroMask(const Image& grey);
+/// Where any channel is not zero, as bits.
+OwnedImage NonZeroMask(const Image& image);
+/// Where an 8-bit colour picture has this colour, 0xRRGGBB, as bits.
+OwnedImage ColourMask(const Image& colour, std::uint32_t rgb);
 /// One colour difference of a luminance picture of 8 or 16 bits as a grey picture: value + DifferenceOffset.
 OwnedImage DifferencePlane(const Image& image, int channel);
 /// What DifferencePlane adds: 128 or 32768.

@@ -12,7 +12,10 @@
 
 namespace pzel_io {
 
-/// What the host asks for.
+/// The first byte of a host's request. A reader that is asked to open closes the file before.
+enum class Ask : unsigned char { Open, Frame };
+
+/// Which pixels the host asks for.
 struct FrameRequest {
     std::uint32_t frame = 0;
     Rows rows{};  ///< those that are needed

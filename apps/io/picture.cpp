@@ -67,26 +67,25 @@ void ImageDeleter::operator()(Image* image) const {
     DeleteImage(image);
 }
 
+bool FitsInterleaved(const PictureInfo& info) {
+    return PlaneRowBytes(info) * static_cast<std::size_t>(info.channels) <= kLargestRow;
+}
+
 OwnedImage MakeRecord(const PictureInfo& info, Layout layout, std::span<const unsigned char> pixels) {
-    const bool interleaved = layout == Layout::Interleaved && info.channels > 1;
-    const std::size_t row = PlaneRowBytes(info) * static_cast<std::size_t>(interleaved ? info.channels : 1);
-    if (row > kLargestRow) {
-        throw FileError(info.file, "an interleaved row of " + std::to_string(row) +
-                                       " bytes is longer than a record can hold (65535); the planar layout "
-                                       "would hold it");
-    }
     OwnedImage image(NewImage(static_cast<unsigned short>(info.width),
                               static_cast<unsigned short>(info.height),
-                              static_cast<unsigned char>(info.channels), info.type, interleaved));
+                              static_cast<unsigned char>(info.channels), info.type,
+                              layout == Layout::Interleaved && info.channels > 1));
     SetImageType(image.get(), static_cast<unsigned short>(info.model));
     StorePixels(info, layout, pixels, image->data);
     return image;
 }
 
-std::unique_ptr<PictureSource> OpenPicture(const std::filesystem::path& file, const OpenOptions& options) {
+std::unique_ptr<PictureSource> OpenPicture(const std::filesystem::path& file, const OpenOptions& options,
+                                           ReaderPool* pool) {
     const FileKind kind = SniffFile(file);
     try {
-        return OpenReaderProcess(file, kind, options);
+        return OpenReaderProcess(file, kind, options, pool);
     } catch (const std::bad_alloc&) {
         throw FileError(file, "does not fit into memory");
     }

@@ -8,6 +8,7 @@
 //   reader_process.h  the host's end of a reader: it runs apart, so that no file can end the host
 //   message.h         what the two say to each other
 //   program_parts.h   where a program finds what belongs to it
+//   stack.h           many files as the frames of one picture, a frame alone
 //   fields.h          pictures woven from two others, or taken from every second row of one
 //   display_copy.h    copies of a frame for what the display cannot show as it is
 //   colour_copy.h     copies of a colour frame in other colour models
@@ -50,13 +51,16 @@ class PictureSource {
     PictureSource& operator=(const PictureSource&) = delete;
 
     const PictureInfo& Info() const { return info; }
-    /// Reads a frame, counted from 0, into a new record. Colour is stored blue first.
-    /// @throws FileError for a frame that is not there, a damaged file, or rows too long for a record
+    /// Reads a frame, counted from 0, into a new record. Colour is stored blue first. Rows that are too long
+    /// for the layout come in the other one, with a note.
+    /// @throws FileError for a frame that is not there, or a damaged file
     virtual Frame Read(std::uint32_t frame, Layout layout) = 0;
     /// Says which frame is read next, so that decoding can go on while the caller works.
     virtual void Expect(std::uint32_t /*frame*/) {}
     /// Says which rows are needed from now on; the others of a frame may be left black where that saves time.
     virtual void WantRows(const Rows& /*rows*/) {}
+    /// The file that a frame comes from, where the source is made of several.
+    virtual std::filesystem::path FileOf(std::uint32_t /*frame*/) const { return info.file; }
 
   protected:
     PictureSource() = default;
@@ -65,13 +69,17 @@ class PictureSource {
     PictureInfo info;
 };
 
-/// Opens a file with the reader that its content asks for.
-/// @throws FileError for a file that is missing, empty, damaged or of no known format
-std::unique_ptr<PictureSource> OpenPicture(const std::filesystem::path& file,
-                                           const OpenOptions& options = {});
+class ReaderPool;
 
-/// A record of a frame from its pixels as readers deliver them.
-/// @throws FileError for rows that are too long for a record of this layout
+/// Opens a file with the reader that its content asks for, one of the pool's where there is one. The pool
+/// must live as long as the source.
+/// @throws FileError for a file that is missing, empty, damaged or of no known format
+std::unique_ptr<PictureSource> OpenPicture(const std::filesystem::path& file, const OpenOptions& options = {},
+                                           ReaderPool* pool = nullptr);
+
+/// Whether a record can hold rows of all channels: of long rows it holds the channels one by one alone.
+bool FitsInterleaved(const PictureInfo& info);
+/// A record of a frame from its pixels as readers deliver them, in a layout that fits.
 OwnedImage MakeRecord(const PictureInfo& info, Layout layout, std::span<const unsigned char> pixels);
 
 }  // namespace pzel_io

@@ -41,8 +41,9 @@ struct Rows {
 };
 
 /// What a file is read for. Of a file with two channels a picture takes what is not alpha, a vector field
-/// both.
-enum class Purpose { Picture, Vectors };
+/// both. Of a palette a picture takes the colours, a mask the entries' numbers, which annotators use as
+/// labels.
+enum class Purpose { Picture, Vectors, Mask };
 
 /// How a file is to be read.
 struct OpenOptions {

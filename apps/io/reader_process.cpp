@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 #include "apps/io/message.h"
@@ -153,27 +154,67 @@ class Mapping {
     void* start = nullptr;
 };
 
+}  // namespace
+
+// A running reader and the memory that it shares.
+class ReaderProgram {
+  public:
+    explicit ReaderProgram(std::string readerKind)
+        : kind(std::move(readerKind)),
+          memory(memfd_create("pzel-frame", MFD_CLOEXEC | MFD_ALLOW_SEALING)),
+          child(FindPart("pzel-read-" + kind), memory) {
+        if (!memory) throw std::runtime_error(std::string("no memory to share: ") + std::strerror(errno));
+    }
+
+    const std::string kind;
+    const Descriptor memory;
+    Child child;
+};
+
+ReaderPool::ReaderPool() = default;
+ReaderPool::~ReaderPool() = default;
+
+std::unique_ptr<ReaderProgram> ReaderPool::Take(const std::string& kind) {
+    const auto found = idle.find(kind);
+    if (found == idle.end()) return std::make_unique<ReaderProgram>(kind);
+    auto program = std::move(found->second);
+    idle.erase(found);
+    return program;
+}
+
+void ReaderPool::GiveBack(std::unique_ptr<ReaderProgram> program) {
+    const std::string& kind = program->kind;
+    idle.try_emplace(kind, std::move(program));
+}
+
+namespace {
+
 class ReaderProcess final : public PictureSource {
   public:
-    ReaderProcess(const std::filesystem::path& file, const FileKind& kind, const OpenOptions& options)
-        : memory(memfd_create("pzel-frame", MFD_CLOEXEC | MFD_ALLOW_SEALING)) {
+    ReaderProcess(const std::filesystem::path& file, const FileKind& kind, const OpenOptions& options,
+                  ReaderPool* programs)
+        : pool(programs) {
         info.file = file;
-        if (!memory) Fail(std::string("no memory to share: ") + std::strerror(errno));
         std::error_code unknown;
         const std::uintmax_t size = std::filesystem::file_size(file, unknown);
         fileBytes = unknown ? 0 : size;
-        child = std::make_unique<Child>(FindPart("pzel-read-" + kind.reader), memory);
+        program = pool ? pool->Take(kind.reader) : std::make_unique<ReaderProgram>(kind.reader);
         Message open;
+        open.Put(Ask::Open);
         open.Put(file.string());
         open.Put(kind.format);
         open.Put(options);
-        child->Tell(open);
+        program->child.Tell(open);
         Message answer = Heard(Answer::Info);
         info = answer.Take<PictureInfo>();
         info.file = file;
         CheckInfo();
         rows = {0, info.height - 1};
         MapMemory();
+    }
+
+    ~ReaderProcess() override {
+        if (pool && program && !asked) pool->GiveBack(std::move(program));
     }
 
     Frame Read(std::uint32_t frame, Layout layout) override {
@@ -188,15 +229,21 @@ class ReaderProcess final : public PictureSource {
         Expect(frame);
         asked.reset();
         const auto notes = Heard(Answer::Frame).Take<FrameNotes>();
-        return {MakeRecord(info, layout, mapping.Pixels()), notes.window ? notes.window : info.window,
-                notes.notes};
+        Frame read{nullptr, notes.window ? notes.window : info.window, notes.notes};
+        if (layout == Layout::Interleaved && info.channels > 1 && !FitsInterleaved(info)) {
+            layout = Layout::Planar;
+            read.notes.push_back("kept planar: its rows are too long to be interleaved");
+        }
+        read.image = MakeRecord(info, layout, mapping.Pixels());
+        return read;
     }
 
     void Expect(std::uint32_t frame) override {
         if (asked || frame >= info.frames) return;
         Message request;
+        request.Put(Ask::Frame);
         request.Put(FrameRequest{frame, rows});
-        if (child) child->Tell(request);
+        if (program) program->child.Tell(request);
         asked = frame;
     }
 
@@ -204,12 +251,12 @@ class ReaderProcess final : public PictureSource {
 
   private:
     Message HearAnything() {
-        if (!child) Fail("its reader has ended");
+        if (!program) Fail("its reader has ended");
         const double seconds = kWaitingFactor * ReaderSeconds(fileBytes, mapping.Pixels().size());
-        auto answer = child->Hear(seconds);
+        auto answer = program->child.Hear(seconds);
         if (answer) return std::move(*answer);
-        const int status = child->End();
-        child.reset();
+        const int status = program->child.End();
+        program.reset();
         Fail(WayOfEnding(status));
     }
 
@@ -242,16 +289,16 @@ class ReaderProcess final : public PictureSource {
     void MapMemory() {
         struct stat found {};
         const std::size_t bytes = FrameBytes(info);
-        if (fstat(memory.Number(), &found) != 0 || static_cast<std::size_t>(found.st_size) < bytes ||
-            fcntl(memory.Number(), F_ADD_SEALS, F_SEAL_SHRINK) != 0) {
+        if (fstat(program->memory.Number(), &found) != 0 || static_cast<std::size_t>(found.st_size) < bytes ||
+            fcntl(program->memory.Number(), F_ADD_SEALS, F_SEAL_SHRINK) != 0) {
             Fail("its reader shares no pixels");
         }
-        mapping = Mapping(memory, bytes);
+        mapping = Mapping(program->memory, bytes);
     }
 
-    Descriptor memory;
+    ReaderPool* pool;
     std::uintmax_t fileBytes = 0;
-    std::unique_ptr<Child> child;
+    std::unique_ptr<ReaderProgram> program;
     Mapping mapping;
     Rows rows{};
     std::optional<std::uint32_t> asked;  // the frame that is being read
@@ -260,8 +307,8 @@ class ReaderProcess final : public PictureSource {
 }  // namespace
 
 std::unique_ptr<PictureSource> OpenReaderProcess(const std::filesystem::path& file, const FileKind& kind,
-                                                 const OpenOptions& options) {
-    return std::make_unique<ReaderProcess>(file, kind, options);
+                                                 const OpenOptions& options, ReaderPool* pool) {
+    return std::make_unique<ReaderProcess>(file, kind, options, pool);
 }
 
 }  // namespace pzel_io

@@ -3,6 +3,7 @@
 #include "frame_maker.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 #include "apps/io/colour_copy.h"
@@ -68,15 +69,26 @@ void CheckChannel(const Layer& layer, const PictureInfo& info) {
         throw FileError(info.file, "is no colour picture (--to-yuv)" + IsA(info));
 }
 
-// Set pixels are bits, or bytes that are not zero, or whatever a threshold says of a grey picture.
+// Set pixels are bits, or bytes that are not zero, whatever a threshold says of a grey picture, or one label.
 void CheckMask(const Layer& layer, const PictureInfo& info) {
     const std::string type = TypeName(info.type);
-    if (info.channels != 1) throw FileError(info.file, "is no mask" + IsA(info));
-    if (layer.threshold && info.type == DataBit)
-        throw FileError(info.file, "is a picture of bits, which needs no threshold");
-    if (!layer.threshold && info.type != DataBit && info.type != DataUInt8 && info.type != DataInt8)
-        throw FileError(info.file,
-                        "values of " + type + " are no mask; threshold=LOW:HIGH makes one of them");
+    const bool colour = info.model == SubColour;
+    const bool bytes = info.type == DataUInt8 || info.type == DataInt8;
+    if (info.channels != 1 && !colour) throw FileError(info.file, "is no mask" + IsA(info));
+    if (info.type == DataBit && (layer.threshold || layer.maskValue))
+        throw FileError(info.file, "is a picture of bits, which needs no threshold and no label");
+    if (colour && layer.threshold) throw FileError(info.file, "has no threshold" + IsA(info));
+    if (layer.maskValue) {
+        const bool isColour = layer.maskValue->rgb.has_value();
+        if (isColour && (!colour || info.type != DataUInt8))
+            throw FileError(info.file,
+                            "has no label of a colour: it is " + type + ", " + ModelName(info.model));
+        if (!isColour && colour)
+            throw FileError(info.file, "has no label of a value, but of a colour, #RRGGBB" + IsA(info));
+    } else if (!layer.threshold && info.type != DataBit && !bytes) {
+        throw FileError(info.file, "values of " + type +
+                                       " are no mask; threshold=LOW:HIGH or mask=VALUE makes one of them");
+    }
 }
 
 void CheckOverlay(const Layer& layer, const PictureInfo& info) {
@@ -125,7 +137,8 @@ Levels FileRanges(const PictureInfo& info) {
 
 }  // namespace
 
-FrameMaker::FrameMaker(const Layer& wishes, pzel_io::PictureSource& file) : layer(wishes), source(file) {
+FrameMaker::FrameMaker(const Layer& wishes, pzel_io::PictureSource& file)
+    : layer(wishes), source(file), layout(wishes.look.layout) {
     if (layer.IsOverlay()) {
         CheckOverlay(layer, source.Info());
     } else {
@@ -134,8 +147,19 @@ FrameMaker::FrameMaker(const Layer& wishes, pzel_io::PictureSource& file) : laye
 }
 
 OwnedImage FrameMaker::Make(std::uint32_t frame) {
+    if (layout == pzel_io::Layout::Planar) return MakeInLayout(frame);
+    try {
+        return MakeInLayout(frame);
+    } catch (const std::length_error&) {  // a copy for the display whose rows are too long
+        layout = pzel_io::Layout::Planar;
+        Note("kept planar: rows of its copy for the display are too long to be interleaved");
+        return MakeInLayout(frame);
+    }
+}
+
+OwnedImage FrameMaker::MakeInLayout(std::uint32_t frame) {
     const PictureInfo& info = source.Info();
-    pzel_io::Frame read = source.Read(frame, layer.look.layout);
+    pzel_io::Frame read = source.Read(frame, layout);
     for (const std::string& line : read.notes) Note(line);
     if (layer.IsOverlay()) return AsOverlay(std::move(read.image));
     if (layer.look.perFrame) colourRange.reset();
@@ -151,6 +175,11 @@ OwnedImage FrameMaker::Make(std::uint32_t frame) {
 // of the first frame for all, unless each frame chooses its own.
 OwnedImage FrameMaker::AsOverlay(OwnedImage image) {
     if (layer.threshold) return pzel_io::RangeMask(*image, *layer.threshold);
+    if (layer.maskValue) {
+        const MaskValue& label = *layer.maskValue;
+        return label.rgb ? pzel_io::ColourMask(*image, *label.rgb)
+                         : pzel_io::RangeMask(*image, {label.value, label.value});
+    }
     if (layer.role != Role::Vectors)
         return GetDataType(image.get()) == DataBit ? std::move(image) : pzel_io::NonZeroMask(*image);
     SetMajorType(image.get(), MajorVector);
@@ -239,7 +268,8 @@ OwnedImage FrameMaker::ForDisplay(OwnedImage image) {
 void FrameMaker::ChooseFor(OwnedImage& image) {
     const std::filesystem::path& file = source.Info().file;
     const bool joint = layer.look.channel == Channel::Hsi;
-    if (layer.look.perFrame || !shared) {
+    if (layer.look.perFrame || !shared || FollowsWindow()) {
+        sharedWindow = scale.window;
         // A converted picture has a full scale of its own.
         const bool full = layer.look.toYuv && layer.look.levels.empty();
         shared = joint  ? ChooseJointLevels(layer.look.levels, file, *image)
@@ -252,6 +282,16 @@ void FrameMaker::ChooseFor(OwnedImage& image) {
         image = pzel_io::ToFloat(*image);
     }
     stored = joint ? *shared : StoredLevels(*shared, *image, scale.offset);
+}
+
+// Frames that come with windows of their own are shown as each asks, where the file is asked.
+bool FrameMaker::FollowsWindow() {
+    const std::vector<LevelSpec>& asked = layer.look.levels;
+    const bool byFile = asked.empty() ? scale.window.has_value() : asked[0].kind == LevelSpec::Kind::File;
+    if (!byFile || layer.look.channel == Channel::Hsi || !scale.window || !sharedWindow) return false;
+    const bool same = scale.window->low == sharedWindow->low && scale.window->high == sharedWindow->high;
+    if (!same) Note("levels follow the window of each frame");
+    return !same;
 }
 
 void FrameMaker::NoteBaking() {

@@ -30,6 +30,8 @@ class FrameMaker {
     std::vector<std::string> Conversions() const;
 
   private:
+    pzel_io::OwnedImage MakeInLayout(std::uint32_t frame);
+    bool FollowsWindow();
     pzel_io::OwnedImage AsOverlay(pzel_io::OwnedImage image);
     pzel_io::OwnedImage InModel(pzel_io::OwnedImage image);
     pzel_io::OwnedImage AsYuv(const Image& image);
@@ -43,9 +45,11 @@ class FrameMaker {
 
     const Layer& layer;
     pzel_io::PictureSource& source;
+    pzel_io::Layout layout;  // which may be another than asked for, of long rows
     std::vector<std::string> notes;
     std::optional<pzel_io::Window> colourRange;  // what counts as no and as full red, green and blue
     std::optional<Levels> shared;
+    std::optional<pzel_io::Window> sharedWindow;  // of the file, when these were chosen
     Levels stored;
     ValueScale scale;
     bool isFirst = true;

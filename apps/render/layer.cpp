@@ -93,6 +93,12 @@ class LayerParser {
             Set(layer.threshold, Range(part), part, "threshold");
         } else if (part.starts_with("levels=")) {
             TakeLevels(part);
+        } else if (part.starts_with("page=") || part.starts_with("hdu=")) {
+            Set(layer.page, static_cast<int>(Count(part)), part, "page");
+        } else if (part.starts_with("frame=")) {
+            Set(layer.frame, Count(part), part, "frame");
+        } else if (part.starts_with("mask=")) {
+            TakeMaskValue(part);
         } else if (const auto number = WholeText<double>(part); number && part[0] != '+') {
             if (!(*number >= 0 && *number <= 1)) Refuse("'" + part + "' is not an opacity of 0 to 1");
             Set(opacity, *number, part, "opacity");
@@ -112,6 +118,33 @@ class LayerParser {
                               : WholeText<double>(std::string_view(text).substr(colon + 1));
         if (!low || !high || !(*low <= *high)) Refuse("'" + part + "' is not LOW:HIGH with LOW up to HIGH");
         return {*low, *high};
+    }
+
+    std::uint32_t Count(const std::string& part) const {
+        const auto number = WholeText<std::int32_t>(std::string_view(part).substr(part.find('=') + 1));
+        if (!number || *number < 0) Refuse("'" + part + "' is no number of 0 or more");
+        return static_cast<std::uint32_t>(*number);
+    }
+
+    // A label, or the colour that it is painted in.
+    void TakeMaskValue(const std::string& part) {
+        constexpr std::size_t kColourDigits = 6;
+        std::string_view text = std::string_view(part).substr(part.find('=') + 1);
+        MaskValue value;
+        if (text.starts_with('#')) {
+            text.remove_prefix(1);
+            std::uint32_t rgb = 0;
+            const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), rgb, 16);
+            if (error != std::errc() || stop != text.data() + text.size() || text.size() != kColourDigits)
+                Refuse("'" + part + "' is no colour: #RRGGBB");
+            value.rgb = rgb;
+        } else if (const auto number = WholeText<double>(text)) {
+            value.value = *number;
+        } else {
+            Refuse("'" + part + "' is no value, and no colour #RRGGBB");
+        }
+        Set(role, Role::Mask, part, "way to show it beside " + Other());
+        layer.maskValue = value;
     }
 
     void TakeLevels(const std::string& part) {
@@ -150,6 +183,8 @@ class LayerParser {
         layer.opacity = opacity.value_or(layer.role == Role::Mask ? kMaskOpacity : 1);
         if (place) std::tie(layer.x, layer.y) = *place;
         if (layer.role == Role::Vectors && layer.threshold) Refuse("a threshold makes a mask, not vectors");
+        if (layer.maskValue && layer.threshold)
+            Refuse("a mask is made of one value, or of those within a threshold");
         if (layer.IsOverlay() && !layer.look.levels.empty())
             Refuse(std::string("levels are those of a picture, not of '") + RoleName(layer.role) + "'");
     }

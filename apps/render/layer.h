@@ -8,6 +8,7 @@
 
 #include "apps/io/fields.h"
 #include "apps/io/picture.h"
+#include "apps/io/stack.h"
 #include "levels.h"
 
 /// Which channel is shown.
@@ -56,12 +57,23 @@ enum class Role {
 /// The colours of overlays, as entries of the library's standard colours.
 enum class Colour : std::uint8_t { Red = 1, Green, Blue, Yellow, Cyan, Magenta, White };
 
+/// The pixels that a mask is made of, where it is not whatever is not zero.
+struct MaskValue {
+    double value = 0;                  ///< of a grey picture, or the number of a palette's entry
+    std::optional<std::uint32_t> rgb;  ///< 0xRRGGBB: of a colour picture
+};
+
 struct Layer {
-    std::string argument;  ///< as the user typed it
-    std::string file;
-    std::string oddField;  ///< the file of the odd rows, where `file` holds the even ones alone
+    std::string argument;            ///< as the user typed it
+    std::string file;                ///< or a folder, or a pattern of files: a stack of them
+    std::vector<std::string> stack;  ///< the files of a stack, where they are listed
+    pzel_io::StackOrder order = pzel_io::StackOrder::Auto;
+    std::optional<int> page;             ///< of the file: a page, an image, a header unit
+    std::optional<std::uint32_t> frame;  ///< the only one that is shown
+    std::string oddField;                ///< the file of the odd rows, where `file` holds the even ones alone
     std::optional<pzel_io::Field> field;  ///< shown alone
     Role role = Role::Picture;
+    std::optional<MaskValue> maskValue;
     std::optional<pzel_io::Window> threshold;  ///< the values that a mask is made of, ends included
     Colour colour = Colour::Red;
     double opacity = 1;

@@ -8,13 +8,35 @@ namespace {
 
 using pzel_io::FileError;
 
-std::unique_ptr<pzel_io::PictureSource> Open(const Layer& layer) {
+pzel_io::OpenOptions HowToOpen(const Layer& layer) {
     pzel_io::OpenOptions how;
     if (layer.role == Role::Vectors) how.purpose = pzel_io::Purpose::Vectors;
-    auto source = pzel_io::OpenPicture(layer.file, how);
+    if (layer.role == Role::Mask || layer.role == Role::Boundary) how.purpose = pzel_io::Purpose::Mask;
+    how.page = layer.page;
+    return how;
+}
+
+std::unique_ptr<pzel_io::PictureSource> OpenFiles(const Layer& layer, const pzel_io::OpenOptions& how) {
+    if (!layer.stack.empty()) {
+        std::vector<std::filesystem::path> files;
+        for (const std::string& argument : layer.stack) {
+            const auto more = pzel_io::FilesOf(argument);
+            files.insert(files.end(), more.begin(), more.end());
+        }
+        return pzel_io::StackPictures(layer.file, files, layer.order, pzel_io::Strangers::Refused, how);
+    }
+    if (!pzel_io::IsManyFiles(layer.file)) return pzel_io::OpenPicture(layer.file, how);
+    return pzel_io::StackPictures(layer.file, pzel_io::FilesOf(layer.file), layer.order,
+                                  pzel_io::Strangers::LeftOut, how);
+}
+
+std::unique_ptr<pzel_io::PictureSource> Open(const Layer& layer) {
+    const pzel_io::OpenOptions how = HowToOpen(layer);
+    auto source = OpenFiles(layer, how);
     if (!layer.oddField.empty())
         source = pzel_io::WeaveFields(std::move(source), pzel_io::OpenPicture(layer.oddField, how));
     if (layer.field) source = pzel_io::TakeField(std::move(source), *layer.field);
+    if (layer.frame) source = pzel_io::TakeFrame(std::move(source), *layer.frame);
     return source;
 }
 

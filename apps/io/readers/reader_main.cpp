@@ -34,10 +34,7 @@ namespace {
 // Memory and time beyond what a file can honestly need end the reader, and the host says so.
 class Limits {
   public:
-    explicit Limits(std::uintmax_t size) : fileBytes(size) {
-        mallopt(M_ARENA_MAX, 2);  // address space that threads only reserve counts as well
-        LimitMemory(0);
-    }
+    explicit Limits(std::uintmax_t size = 0) : fileBytes(size) {}
     void LimitMemory(std::size_t frameBytes) const {
         if (kIsSanitized) return;
         const rlimit limit{ReaderBytes(fileBytes, frameBytes), RLIM_INFINITY};
@@ -54,6 +51,24 @@ class Limits {
 
   private:
     std::uintmax_t fileBytes;
+};
+
+// The host's memory for frames, as large as the largest one up to now.
+class SharedMemory {
+  public:
+    void Grow(std::size_t bytes) {
+        if (bytes <= pixels.size()) return;
+        if (!pixels.empty()) munmap(pixels.data(), pixels.size());
+        pixels = {};
+        if (ftruncate(kReaderMemory, static_cast<off_t>(bytes)) != 0) throw std::bad_alloc();
+        void* const shared = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, kReaderMemory, 0);
+        if (shared == MAP_FAILED) throw std::bad_alloc();
+        pixels = {static_cast<unsigned char*>(shared), bytes};
+    }
+    std::span<unsigned char> Pixels() const { return pixels; }
+
+  private:
+    std::span<unsigned char> pixels;
 };
 
 // Runs a step of the reader; what it throws becomes the answer.
@@ -80,40 +95,43 @@ Message Answered(Step step) {
 class Program {
   public:
     void Run() {
-        auto request = Receive(kReaderSocket);
-        if (!request) return;
-        OpenRequest open;
-        open.file = request->Take<std::string>();
-        open.format = request->Take<std::string>();
-        open.options = request->Take<OpenOptions>();
-        std::error_code unknown;
-        const std::uintmax_t size = std::filesystem::file_size(open.file, unknown);
-        limits = std::make_unique<Limits>(unknown ? 0 : size);
-        limits->LimitRequest(0);
-        Tell(Answered([&](Message& answer) { Open(open, answer); }));
-        while ((request = Receive(kReaderSocket)) && reader) {
-            limits->LimitRequest(pixels.size());
-            const auto wanted = request->Take<FrameRequest>();
+        while (auto request = Receive(kReaderSocket)) {
             Tell(Answered([&](Message& answer) {
-                const FrameNotes notes = reader->ReadPixels(wanted, pixels);
-                answer.Put(Answer::Frame);
-                answer.Put(notes);
+                if (request->Take<Ask>() == Ask::Open) {
+                    Open(*request, answer);
+                } else if (reader) {
+                    ReadFrame(request->Take<FrameRequest>(), answer);
+                }
             }));
         }
     }
 
   private:
-    void Open(const OpenRequest& request, Message& answer) {
-        reader = OpenReader(request);
+    void Open(Message& request, Message& answer) {
+        reader.reset();
+        OpenRequest open;
+        open.file = request.Take<std::string>();
+        open.format = request.Take<std::string>();
+        open.options = request.Take<OpenOptions>();
+        std::error_code unknown;
+        const std::uintmax_t size = std::filesystem::file_size(open.file, unknown);
+        limits = Limits(unknown ? 0 : size);
+        limits.LimitMemory(0);
+        limits.LimitRequest(0);
+        reader = OpenReader(open);
         CheckSize(reader->Info());
-        const std::size_t bytes = FrameBytes(reader->Info());
-        limits->LimitMemory(bytes);
-        if (ftruncate(kReaderMemory, static_cast<off_t>(bytes)) != 0) throw std::bad_alloc();
-        void* const shared = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, kReaderMemory, 0);
-        if (shared == MAP_FAILED) throw std::bad_alloc();
-        pixels = {static_cast<unsigned char*>(shared), bytes};
+        limits.LimitMemory(FrameBytes(reader->Info()));
+        memory.Grow(FrameBytes(reader->Info()));
         answer.Put(Answer::Info);
         answer.Put(reader->Info());
+    }
+
+    void ReadFrame(const FrameRequest& wanted, Message& answer) {
+        const auto pixels = memory.Pixels().first(FrameBytes(reader->Info()));
+        limits.LimitRequest(pixels.size());
+        const FrameNotes notes = reader->ReadPixels(wanted, pixels);
+        answer.Put(Answer::Frame);
+        answer.Put(notes);
     }
 
     static void Tell(const Message& answer) {
@@ -121,9 +139,9 @@ class Program {
         Send(kReaderSocket, answer);
     }
 
-    std::unique_ptr<Limits> limits;
+    Limits limits;
+    SharedMemory memory;
     std::unique_ptr<Reader> reader;
-    std::span<unsigned char> pixels;
 };
 
 }  // namespace
@@ -138,6 +156,7 @@ int main() {
 #ifdef __SANITIZE_ADDRESS__
     __sanitizer_set_report_fd(reinterpret_cast<void*>(static_cast<std::intptr_t>(pzel_io::kReaderReports)));
 #endif
+    mallopt(M_ARENA_MAX, 2);  // address space that threads only reserve counts as well
     pzel_io::Program().Run();
     // Nothing is left to do but what a sanitizer looks for.
     if (!pzel_io::kIsSanitized) _exit(0);
