@@ -27,7 +27,7 @@ bool IsDifference(Channel channel) {
 }
 
 bool IsBend(const Layer& layer, const PictureInfo& info) {
-    return layer.look.gamma != 1 || layer.look.invert != info.lowIsWhite;
+    return layer.look.IsCurved(info.lowIsWhite);
 }
 
 std::string IsA(const PictureInfo& info) {

@@ -9,7 +9,9 @@
 #include "apps/io/fields.h"
 #include "apps/io/picture.h"
 #include "apps/io/stack.h"
+#include "colour_map.h"
 #include "levels.h"
+#include "tone_curve.h"
 
 /// Which channel is shown.
 enum class Channel {
@@ -39,11 +41,16 @@ struct Look {
     std::vector<LevelSpec> levels;  ///< empty: not given
     bool perFrame = false;
     Channel channel = Channel::All;
+    Bend bend = Bend::None;
     double gamma = 1;
     bool invert = false;
     bool bake = false;
     bool toYuv = false;
+    std::optional<ColourMap> colourMap;  ///< of greys
     pzel_io::Layout layout = pzel_io::Layout::Interleaved;
+
+    /// Whether values go through a curve, of a picture whose low values may be white.
+    bool IsCurved(bool lowIsWhite) const { return bend != Bend::None || gamma != 1 || invert != lowIsWhite; }
 };
 
 /// What a layer is shown as.

@@ -10,15 +10,28 @@ constexpr int kEntries = 512;
 constexpr double kTopLevel = 255;
 constexpr int kIntensity = 3;  // the first of the three channels behind the image's own
 
+double Bent(Bend bend, double v) {
+    constexpr double kLogScale = 1000, kAsinhScale = 10;
+    switch (bend) {
+        case Bend::None: break;
+        case Bend::Log: return std::log1p(kLogScale * v) / std::log1p(kLogScale);
+        case Bend::Asinh: return std::asinh(kAsinhScale * v) / std::asinh(kAsinhScale);
+        case Bend::SquareRoot: return std::sqrt(v);
+    }
+    return v;
+}
+
 }  // namespace
 
-ToneCurve::ToneCurve(double exponent, bool turned, Model of) : gamma(exponent), inverted(turned), model(of) {
+ToneCurve::ToneCurve(Bend bent, double exponent, bool turned, Model of)
+    : bend(bent), gamma(exponent), inverted(turned), model(of) {
     BuildTable();
 }
 
 bool ToneCurve::IsEqual(const Zel::Remapper& other) const {
     const auto* curve = dynamic_cast<const ToneCurve*>(&other);
-    return curve && curve->gamma == gamma && curve->inverted == inverted && curve->model == model;
+    return curve && curve->bend == bend && curve->gamma == gamma && curve->inverted == inverted &&
+           curve->model == model;
 }
 
 Zel::Remapper* ToneCurve::Clone() const {
@@ -35,6 +48,7 @@ int ToneCurve::GetMode() const {
 }
 
 void ToneCurve::Reset() {
+    bend = Bend::None;
     gamma = 1;
     inverted = false;
     BuildTable();
@@ -50,12 +64,12 @@ bool ToneCurve::IsCurved(int channel) const {
 }
 
 bool ToneCurve::IsIdentity(int channel) const {
-    return !IsCurved(channel) || (gamma == 1 && !inverted);
+    return !IsCurved(channel) || (bend == Bend::None && gamma == 1 && !inverted);
 }
 
 float ToneCurve::Remap(float value, int channel) const {
     if (IsIdentity(channel)) return value;
-    const double curved = std::pow(static_cast<double>(value), 1 / gamma);
+    const double curved = std::pow(Bent(bend, static_cast<double>(value)), 1 / gamma);
     return static_cast<float>(inverted ? 1 - curved : curved);
 }
 

@@ -71,7 +71,8 @@ View::View(pzel_io::FileMovie& frames, std::size_t index, const FrameMaker& fram
       info(picture),
       layer(wishes),
       comp(frames.Picture(index)),
-      hasLines(wishes.role == Role::Boundary || (wishes.role == Role::Vectors && zoom < -1)) {
+      hasStandIn(wishes.role == Role::Boundary || (wishes.role == Role::Vectors && zoom < -1) ||
+                 wishes.look.colourMap) {
     comp.AttachObserver(this);
 }
 
@@ -119,10 +120,12 @@ void View::SetUp() {
                       static_cast<std::int16_t>(area.top), static_cast<std::int16_t>(area.bottom)};
         comp.flagsA |= CompExtentDataArea;
     }
-    if (hasLines) PlaceLines();
-    Comp& shown = hasLines ? *lines : comp;
-    shown.x = static_cast<std::int16_t>(layer.x);
-    shown.y = static_cast<std::int16_t>(layer.y);
+    if (hasStandIn) PlaceStandIn();
+    Comp& shown = hasStandIn ? *standIn : comp;
+    // Colours are drawn of the visible part alone, which so has a place of its own.
+    const bool isPart = hasStandIn && layer.look.colourMap && layer.area;
+    shown.x = static_cast<std::int16_t>(layer.x + (isPart ? layer.area->left : 0));
+    shown.y = static_cast<std::int16_t>(layer.y + (isPart ? layer.area->top : 0));
     shown.SetOpacity(static_cast<float>(layer.opacity));
     shown.SetVisible(!layer.hidden);
     if (layer.IsOverlay()) shown.overlayColour = static_cast<std::uint8_t>(layer.colour);
@@ -130,20 +133,27 @@ void View::SetUp() {
     isSetUp = true;
 }
 
-// The movie has lines where the file has a mask, or arrows of which a shrinking zoom would leave dots.
-void View::PlaceLines() {
-    lines.reset(AllocComp(1));
-    lines->frameCount = comp.frameCount;
-    SetComponent(&movie.GetMovie(), static_cast<int>(place), lines.get());
+// The movie has another picture where the file has a mask to be outlined, arrows of which a shrinking zoom
+// would leave dots, or greys to be coloured.
+void View::PlaceStandIn() {
+    standIn.reset(AllocComp(1));
+    standIn->frameCount = comp.frameCount;
+    SetComponent(&movie.GetMovie(), static_cast<int>(place), standIn.get());
 }
 
-void View::DrawLines() {
-    const bool outline = layer.role == Role::Boundary;
-    const pzel_io::OwnedImage drawing = outline ? pzel_io::OwnedImage(MaskToBoundary(comp.GetCurrentImage()))
-                                                : AsBoundary(comp.GetShownBitmap());
-    CleanupImage(lines->GetCurrentImage());
-    TransferImage(lines->GetCurrentImage(), drawing.get());
-    lines->ComputeBitmap(-1);
+void View::DrawStandIn() {
+    const pzel_io::OwnedImage drawing = Drawing();
+    CleanupImage(standIn->GetCurrentImage());
+    TransferImage(standIn->GetCurrentImage(), drawing.get());
+    standIn->ComputeBitmap(-1);
+}
+
+pzel_io::OwnedImage View::Drawing() const {
+    const ShownBitmap shown = comp.GetShownBitmap();
+    if (layer.role == Role::Boundary) return pzel_io::OwnedImage(MaskToBoundary(comp.GetCurrentImage()));
+    if (layer.role == Role::Vectors) return AsBoundary(shown);
+    if (shown.bits != 8) throw FileError(info.file, "is no picture of greys, which colour maps are for");
+    return InColours(shown, *layer.look.colourMap);
 }
 
 // Bitmap rows count their bytes in 16 bits.
@@ -167,7 +177,7 @@ void View::CheckBitmap() {
 void View::ShowOverlay() {
     Change([&] {
         comp.ComputeBitmap(-1);
-        if (hasLines) DrawLines();
+        if (hasStandIn) DrawStandIn();
         TakePicture();
     });
 }
@@ -177,11 +187,11 @@ void View::ShowPicture() {
     SetLevels();
     const Image& image = *comp.GetCurrentImage();
     const bool inverted = layer.look.invert != info.lowIsWhite;
-    const bool curved = GetDataType(&image) != DataBit && (inverted || layer.look.gamma != 1);
+    const bool curved = GetDataType(&image) != DataBit && layer.look.IsCurved(info.lowIsWhite);
     if (layer.look.bake) {
         Bake();
     } else if (curved && !comp.GetRemapper()) {
-        auto* curve = new ToneCurve(layer.look.gamma, inverted, CurveModel(image));
+        auto* curve = new ToneCurve(layer.look.bend, layer.look.gamma, inverted, CurveModel(image));
         // It comes after the switch of the display, which it would have been told of.
         curve->SetMode(IsJoint() ? 1 : 0, 1);
         Change([&] { comp.SetRemapper(curve); });
@@ -193,6 +203,9 @@ void View::ShowPicture() {
             TakePicture();
         });
     }
+    if (!hasStandIn) return;
+    DrawStandIn();
+    TakePicture();
 }
 
 void View::SetLevels() {
@@ -206,7 +219,8 @@ void View::SetLevels() {
 // The data take over what the levels and the curve do to them, and are shown with their full scale.
 void View::Bake() {
     Image& image = *comp.GetCurrentImage();
-    ToneCurve curve(layer.look.gamma, layer.look.invert != info.lowIsWhite, CurveModel(image));
+    ToneCurve curve(layer.look.bend, layer.look.gamma, layer.look.invert != info.lowIsWhite,
+                    CurveModel(image));
     if (IsJoint()) {
         BakeJoint(image, curve);
     } else {
@@ -228,5 +242,5 @@ void View::Change(const std::function<void()>& step) {
 
 void View::TakePicture() {
     spent = Clock::now() - start;
-    drawn = (hasLines ? *lines : comp).GetShownBitmap();
+    drawn = (hasStandIn ? *standIn : comp).GetShownBitmap();
 }

@@ -41,8 +41,9 @@ class View final : public Observer {
     using Clock = std::chrono::steady_clock;
 
     void SetUp();
-    void PlaceLines();
-    void DrawLines();
+    void PlaceStandIn();
+    void DrawStandIn();
+    pzel_io::OwnedImage Drawing() const;
     void CheckBitmap();
     void ShowPicture();
     void ShowOverlay();
@@ -58,9 +59,9 @@ class View final : public Observer {
     const pzel_io::PictureInfo& info;
     const Layer& layer;
     Comp& comp;  // the file's
-    // Stand for the file's in the movie, where that is shown as lines.
-    std::unique_ptr<Comp, pzel_io::Releaser> lines;
-    bool hasLines;
+    // Stands for the file's in the movie, where that is shown as lines, or in other colours.
+    std::unique_ptr<Comp, pzel_io::Releaser> standIn;
+    bool hasStandIn;
     bool isSetUp = false;
     ShownBitmap drawn{};
     Clock::time_point start;
