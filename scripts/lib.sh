@@ -2,6 +2,7 @@
 
 BUILD_PACKAGES="g++ cmake ninja-build"
 APP_PACKAGES="libcli11-dev libopenimageio-dev libgdcm-dev libcfitsio-dev libavformat-dev libavcodec-dev libswscale-dev"
+APP_PACKAGES="$APP_PACKAGES libisal-dev libdeflate-dev zlib1g-dev libjpeg-dev libtiff-dev libfreetype-dev fonts-dejavu-core"
 TEST_PACKAGES="libgtest-dev python3"
 
 # Runs a command as root: directly, or through sudo. Ends the script where neither is possible.

@@ -13,7 +13,7 @@
 //   display_copy.h    copies of a frame for what the display cannot show as it is
 //   colour_copy.h     copies of a colour frame in other colour models
 //   file_movie.h      files as the layers of a movie that holds one frame of each at a time
-//   png_writer.h      the way back: a shown bitmap as a file
+//   picture_writer.h  the way back: a shown bitmap as a file
 #pragma once
 
 #include <cstddef>

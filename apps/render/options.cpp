@@ -195,13 +195,59 @@ void SetLayers(Options& options, const std::vector<std::string>& arguments, cons
         throw CLI::ValidationError("LAYER", "nothing is left to see where all are hidden");
 }
 
-void CheckOutput(const Options& options) {
+// What the command line says of the files that are written.
+struct Writing {
+    std::optional<pzel_io::FileFormat> format;
+    std::optional<int> compression;
+    std::optional<int> quality;
+};
+
+// A name's ending tells the format where --format does not; what is no regular file gets PNG.
+void SetOutput(Options& options, const Writing& writing) {
+    using pzel_io::FileFormat;
     if (options.info || (options.pixel && options.output.empty())) return;
     if (options.output.empty()) throw CLI::RequiredError("-o OUT.png");
-    if (!options.output.ends_with(".png")) {
-        throw CLI::ValidationError("-o",
-                                   "'" + options.output + "': only PNG files are written, ending in .png");
-    }
+    const bool streamed = options.output == pzel_io::kStandardOutput || pzel_io::IsDevice(options.output);
+    auto format = writing.format ? writing.format : pzel_io::FormatOfName(options.output);
+    if (!format && streamed) format = FileFormat::Png;
+    if (!format)
+        throw CLI::ValidationError(
+            "-o", "'" + options.output + "' ends in none of .png, .jpg and .tif, and there is no --format");
+    if (streamed && options.frames.numbered)
+        throw CLI::ValidationError("-o", "'" + options.output + "' takes a single picture");
+    if (options.depth == 16 && *format == FileFormat::Jpeg)
+        throw CLI::ValidationError("--depth", "JPEG files have 8 bits");
+    if (writing.quality && *format != FileFormat::Jpeg)
+        throw CLI::ValidationError("--quality", "is that of JPEG files alone");
+    if (writing.compression && *format == FileFormat::Jpeg)
+        throw CLI::ValidationError("--compression",
+                                   "is that of PNG and TIFF files; of JPEG files: --quality");
+    options.writing.format = *format;
+    if (writing.compression) options.writing.encode.compression = *writing.compression;
+    if (writing.quality) options.writing.encode.quality = *writing.quality;
+}
+
+void AddWritingOptions(CLI::App& app, Options& options, Writing& writing) {
+    using pzel_io::FileFormat;
+    app.add_option("-o,--output", options.output,
+                   "The file to write: .png, .jpg or .tif; - is standard output")
+        ->type_name("OUT.png");
+    const std::map<std::string, FileFormat> formats = {
+        {"png", FileFormat::Png}, {"jpeg", FileFormat::Jpeg}, {"tiff", FileFormat::Tiff}};
+    app.add_option("--format", writing.format, "png, jpeg or tiff, whatever the name says")
+        ->transform(CLI::CheckedTransformer(formats).description(""))
+        ->type_name("FORMAT");
+    app.add_option("--compression", writing.compression,
+                   "Of PNG and TIFF: 0 (none), 1 (default) to 9 (smallest)")
+        ->check(CLI::Range(0, 9).description(""))
+        ->type_name("N");
+    app.add_option("--quality", writing.quality, "Of JPEG: 1 to 100 (default 90)")
+        ->check(CLI::Range(1, 100).description(""))
+        ->type_name("N");
+    app.add_option("--depth", options.depth,
+                   "16: PNG and TIFF get the values between the levels as 0 to 65535")
+        ->check(CLI::IsMember({8, 16}).description(""))
+        ->type_name("BITS");
 }
 
 // The four ways to choose frames, of which one serves.
@@ -267,15 +313,16 @@ void AddChannelOption(CLI::App& app, Channel& channel) {
 std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
     Options options;
     FirstLayer first;
+    Writing writing;
     Look& look = first.look;
     std::vector<std::string> arguments;
-    CLI::App app("Renders a picture, or frames of a stack or a video, or several as layers, to PNG files.",
+    CLI::App app("Renders a picture, or frames of a stack or a video, or several as layers, to files.",
                  "pzel-render");
     app.footer(kFooter);
     app.get_formatter()->column_width(34);
     app.add_option("LAYER", arguments, "A picture, a stack or a video, with @OPTIONS, see below")
         ->type_name("");
-    app.add_option("-o,--output", options.output, "The PNG file to write")->type_name("OUT.png");
+    AddWritingOptions(app, options, writing);
     AddFrameOptions(app, options.frames);
     AddParsed(app, "--levels", "LEVELS", "data, full, file, LOW:HIGH or PERCENT%, see below", look.levels,
               ParseLevels);
@@ -310,7 +357,7 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
     try {
         app.parse(argc, argv);
         SetLayers(options, arguments, first);
-        CheckOutput(options);
+        SetOutput(options, writing);
     } catch (const CLI::Success& success) {
         exitStatus = app.exit(success);
         return {};

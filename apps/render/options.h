@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "layer.h"
+#include "picture_queue.h"
 
 struct Pixel {
     int x;
@@ -27,7 +28,9 @@ struct FrameSelection {
 
 struct Options {
     std::vector<Layer> layers;  ///< 1 or more, the first one lowest
-    std::string output;         ///< empty: no picture is written
+    std::string output;         ///< empty: no picture is written; "-": standard output
+    WriteSettings writing;
+    int depth = 8;  ///< bits of a value in the file, where it is not a bit: 8 or 16
     FrameSelection frames;
     std::optional<Area> area;    ///< of the picture of all layers
     std::optional<Pixel> pixel;  ///< of the first layer

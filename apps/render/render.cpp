@@ -1,23 +1,28 @@
-// The road of a frame: files, image records, components, bitmap, PNG file. Reading and preparing are left to
+// The road of a frame: files, image records, components, bitmap, file. Reading and preparing are left to
 // the frame makers, showing to the views, putting together to the composition.
 #include "render.h"
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <deque>
 #include <iostream>
 #include <limits>
 #include <set>
+#include <sstream>
 #include <utility>
 
 #include "apps/io/file_movie.h"
-#include "apps/io/png_writer.h"
+#include "apps/io/picture_writer.h"
 #include "composition.h"
+#include "deep_picture.h"
 #include "info.h"
 #include "opened_layer.h"
+#include "picture_queue.h"
 #include "pzel/component/group.h"
 #include "pzel/display/vector.h"
 #include "pzel/image/arithmetic.h"
@@ -62,12 +67,32 @@ class Progress {
     bool shown;
 };
 
+// Lines about pictures, where the pictures themselves do not go.
+class Teller {
+  public:
+    Teller(const std::filesystem::path& output, const Progress& shown)
+        : stream(pzel_io::IsStandardOutput(output) ? stderr : stdout), progress(shown) {}
+
+    /// @throws FileError where the line cannot be written
+    void Tell(const std::string& lines) const {
+        if (lines.empty()) return;
+        progress.Hide();
+        if (std::fputs(lines.c_str(), stream) < 0 || std::fflush(stream) != 0)
+            throw FileError("standard output", std::string("cannot be written: ") + std::strerror(errno));
+    }
+
+  private:
+    std::FILE* stream;
+    const Progress& progress;
+};
+
 class Rendering {
   public:
     explicit Rendering(const Options& wishes) : options(wishes), ranges(wishes.frames.ranges) {
         for (const Layer& layer : options.layers)
             frames = std::max(frames, layers.emplace_back(layer).Info().frames);
         CheckPlaces();
+        if (IsDeep()) CheckDepth();
         for (OpenedLayer& opened : layers) opened.Prepare();
         CheckFrames();
     }
@@ -95,20 +120,31 @@ class Rendering {
             views.emplace_back(file, i, layers[i].Maker(), layers[i].Info(), layers[i].layer, options.zoom);
         Composition composition(movie, shown, options.zoom);
         for (const FrameRange& range : ranges) movie.AddFrameRange({range.first, range.last});
-        const Progress progress(static_cast<std::uint32_t>(movie.GetRangesLength()));
+        const auto total = static_cast<std::uint64_t>(movie.GetRangesLength());
+        const Progress progress(static_cast<std::uint32_t>(total));
+        Teller teller(options.output, progress);
+        PictureQueue queue(options.writing, total, [&teller](const std::string& line) { teller.Tell(line); });
         std::uint32_t done = 0;
-        for (FrameIterator frame = movie.GetFrameIterator(); !frame.Done(); ++frame) {
-            progress.Show(done++);
-            const auto number = static_cast<std::uint32_t>(*frame);
-            file.GoTo(number);
-            for (View& view : views) view.Show();
-            const Picture picture = MakePicture(views, composition);
-            const std::filesystem::path output = Write(picture, number);
-            progress.Hide();
-            if (!options.quiet && !options.output.empty())
-                PrintLine(views, picture, number, done == 1, output);
-            if (options.pixel) PrintPixel(file, number);
+        try {
+            for (FrameIterator frame = movie.GetFrameIterator(); !frame.Done(); ++frame) {
+                progress.Show(done++);
+                const auto number = static_cast<std::uint32_t>(*frame);
+                file.GoTo(number);
+                for (View& view : views) view.Show();
+                const Picture picture = MakePicture(views, composition);
+                const std::filesystem::path output = OutputOf(number);
+                std::ostringstream lines;
+                if (!options.quiet && !output.empty())
+                    PrintLine(lines, views, picture, number, done == 1, output);
+                if (options.pixel) PrintPixel(lines, file, number);
+                Put(queue, file, picture, output, lines.str());
+            }
+        } catch (...) {
+            // What came before is written, and what went wrong with it went wrong first.
+            queue.Finish();
+            throw;
         }
+        queue.Finish();
     }
 
   private:
@@ -137,6 +173,8 @@ class Rendering {
         const Layer& layer = layers[0].layer;
         return layers.size() == 1 && !layer.IsOverlay() && layer.opacity == 1 && IsOneToOne();
     }
+    // Values of 16 bits go past bitmaps.
+    bool IsDeep() const { return options.depth == 16 && !options.output.empty(); }
     bool IsOneToOne() const { return options.zoom > -2 && options.zoom < 2; }
 
     // The rectangle of all that is visible, and what is asked for of it.
@@ -161,6 +199,12 @@ class Rendering {
         for (const OpenedLayer& opened : layers) CheckReach(opened);
         const std::string objection = Composition::Objection(shown, options.zoom);
         if (!objection.empty()) throw FileError(NameOfPicture(), objection);
+    }
+
+    void CheckDepth() const {
+        const char* objection = IsPlain() ? DeepObjection(layers[0].layer, First())
+                                          : "only a single picture at its own size has 16 bits (--depth 16)";
+        if (*objection) throw FileError(NameOfPicture(), objection);
     }
 
     // The movie counts its columns and rows in 16 bits.
@@ -221,13 +265,21 @@ class Rendering {
         return {bitmap, spent.count()};
     }
 
-    std::filesystem::path Write(const Picture& picture, std::uint32_t frame) const {
+    std::filesystem::path OutputOf(std::uint32_t frame) const {
         if (options.output.empty()) return {};
         const std::filesystem::path output = options.frames.numbered ? NumberedName(options.output, frame)
                                                                      : std::filesystem::path(options.output);
         CheckOutput(output);
-        pzel_io::WritePng(output, picture.bitmap);
         return output;
+    }
+
+    void Put(PictureQueue& queue, FileMovie& file, const Picture& picture,
+             const std::filesystem::path& output, const std::string& lines) const {
+        if (!IsDeep()) return queue.Put(output, pzel_io::AsFilePicture(picture.bitmap), lines);
+        const OpenedLayer& first = layers[0];
+        const DeepPicture deep(*file.Picture(0).GetCurrentImage(), GetLevels(file.Picture(0)), first.layer,
+                               first.Info());
+        queue.Put(output, deep.AsFilePicture(), lines);
     }
 
     // The inputs must outlive a slip of the pen.
@@ -247,47 +299,49 @@ class Rendering {
         return name + " frame " + std::to_string(frame) + " of " + std::to_string(info.frames);
     }
 
-    static void PrintLayer(const OpenedLayer& opened, const View& view, std::uint32_t frame) {
+    static void PrintLayer(std::ostream& out, const OpenedLayer& opened, const View& view,
+                           std::uint32_t frame) {
         const PictureInfo& info = opened.Info();
         const Layer& layer = opened.layer;
-        std::cout << NameOf(info, frame) << ": " << pzel_io::TypeName(info.type) << " x " << info.channels
-                  << " " << pzel_io::ModelName(info.model) << ", " << info.width << " x " << info.height
-                  << ", " << view.Text();
-        if (layer.opacity != 1) std::cout << ", opacity " << pzel_io::NumberText(layer.opacity);
-        if (layer.x != 0 || layer.y != 0) std::cout << ", at " << layer.x << "," << layer.y;
-        if (layer.hidden) std::cout << ", hidden";
+        out << NameOf(info, frame) << ": " << pzel_io::TypeName(info.type) << " x " << info.channels << " "
+            << pzel_io::ModelName(info.model) << ", " << info.width << " x " << info.height << ", "
+            << view.Text();
+        if (layer.opacity != 1) out << ", opacity " << pzel_io::NumberText(layer.opacity);
+        if (layer.x != 0 || layer.y != 0) out << ", at " << layer.x << "," << layer.y;
+        if (layer.hidden) out << ", hidden";
     }
 
-    void PrintLine(const std::deque<View>& views, const Picture& picture, std::uint32_t frame, bool first,
-                   const std::filesystem::path& output) const {
+    void PrintLine(std::ostream& out, const std::deque<View>& views, const Picture& picture,
+                   std::uint32_t frame, bool first, const std::filesystem::path& output) const {
         for (std::size_t i = 0; i < layers.size(); ++i) {
-            if (i > 0) std::cout << " + ";
-            PrintLayer(layers[i], views[i], frame);
+            if (i > 0) out << " + ";
+            PrintLayer(out, layers[i], views[i], frame);
         }
         char spent[32];
         std::snprintf(spent, sizeof spent, "%.3f", picture.milliseconds);
         const ShownBitmap& bitmap = picture.bitmap;
-        std::cout << ", " << bitmap.width << " x " << bitmap.height << " bitmap of " << bitmap.bits
-                  << (bitmap.bits == 1 ? " bit" : " bits");
-        if (!IsOneToOne()) std::cout << " at zoom " << options.zoom;
-        std::cout << " in " << spent << " ms -> " << output.string();
-        if (first) PrintConversions();
-        std::cout << std::endl;
+        const int bits = IsDeep() ? bitmap.bits * 2 : bitmap.bits;
+        out << ", " << bitmap.width << " x " << bitmap.height << " bitmap of " << bits
+            << (bits == 1 ? " bit" : " bits");
+        if (!IsOneToOne()) out << " at zoom " << options.zoom;
+        out << " in " << spent << " ms -> " << output.string();
+        if (first) PrintConversions(out);
+        out << '\n';
     }
 
     // Of a file that serves several layers once.
-    void PrintConversions() const {
+    void PrintConversions(std::ostream& out) const {
         std::set<std::string> told;
         for (const OpenedLayer& opened : layers) {
             for (std::string line : opened.Maker().Conversions()) {
                 if (layers.size() > 1) line = opened.Info().file.string() + ": " + line;
-                if (told.insert(line).second) std::cout << "; " << line;
+                if (told.insert(line).second) out << "; " << line;
             }
         }
     }
 
     // Of the file whose component input and output act on, which is the first one.
-    void PrintPixel(FileMovie& file, std::uint32_t frame) const {
+    void PrintPixel(std::ostream& out, FileMovie& file, std::uint32_t frame) const {
         const Pixel at = *options.pixel;
         const int layer = GetIOComponent(&file.GetMovie())->GetIndex();
         Image& image = *file.Picture(static_cast<std::size_t>(layer)).GetCurrentImage();
@@ -295,7 +349,7 @@ class Rendering {
         constexpr int kOtherEnd = 7;
         char text[kPixelTextBytes];
         printData(&image, GetDataType(&image) == DataBit ? at.x ^ kOtherEnd : at.x, at.y, text);
-        std::cout << NameOf(First(), frame) << ": pixel " << at.x << "," << at.y << ": " << text << std::endl;
+        out << NameOf(First(), frame) << ": pixel " << at.x << "," << at.y << ": " << text << '\n';
     }
 
     const Options& options;

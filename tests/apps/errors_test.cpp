@@ -124,7 +124,7 @@ TEST_F(ErrorsTest, AnswersWrongOptionsWithUsage) {
     std::vector<std::vector<std::string>> wrong = {{},
                                                    {grey},
                                                    {"-o", out},
-                                                   {grey, "-o", Path("out.jpg")},
+                                                   {grey, "-o", Path("out.gif")},
                                                    {grey, "-o", out, "--colour"},
                                                    {grey, "-o", out, "--levels", "9:1"},
                                                    {grey, "-o", out, "--levels", "most"},
