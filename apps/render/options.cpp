@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "help_text.h"
+#include "pixel_text.h"
 
 namespace {
 
@@ -74,12 +75,6 @@ std::vector<int> ParsePlaces(const std::string& text, std::size_t count) {
         places.push_back(static_cast<int>(*place));
     }
     return places.size() == count ? places : std::vector<int>();
-}
-
-Pixel ParsePixel(const std::string& text) {
-    const std::vector<int> places = ParsePlaces(text, 2);
-    if (places.empty()) throw CLI::ValidationError("--pixel", "'" + text + "' is not X,Y");
-    return {places[0], places[1]};
 }
 
 Area ParseArea(const std::string& text) {
@@ -196,7 +191,7 @@ void SetLayers(Options& options, const std::vector<std::string>& arguments, cons
 }
 
 void CheckOutput(const Options& options) {
-    if (options.info || (options.pixel && options.output.empty())) return;
+    if (options.info || (options.pixels && options.output.empty())) return;
     if (options.output.empty()) throw CLI::RequiredError("-o OUT.png");
     if (!options.output.ends_with(".png")) {
         throw CLI::ValidationError("-o",
@@ -293,8 +288,8 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
                  "Show low values white (of y,u,v: the luminance; of hsi: the intensity)");
     auto* bake = app.add_flag("--bake", look.bake, "Put levels and curve into the data, and show these");
     app.add_flag("--to-yuv", look.toYuv, "Show a colour picture as y, u, v")->excludes(bake);
-    AddParsed(app, "--pixel", "X,Y", "Tell the values of a pixel; -o may be left out", options.pixel,
-              ParsePixel);
+    AddParsed(app, "--pixel", "X,Y", "Tell the values of a pixel, or of A-B,C-D; -o may be left out",
+              options.pixels, ParsePixels);
     AddParsed(app, "--zoom", "N", "Enlarge N times (2 to 127), or shrink (-2 to -127)", options.zoom,
               ParseZoom);
     AddFieldOptions(app, first);

@@ -8,11 +8,6 @@
 
 #include "layer.h"
 
-struct Pixel {
-    int x;
-    int y;
-};
-
 /// Inclusive.
 struct FrameRange {
     std::uint32_t first;
@@ -30,7 +25,7 @@ struct Options {
     std::string output;         ///< empty: no picture is written
     FrameSelection frames;
     std::optional<Area> area;    ///< of the picture of all layers
-    std::optional<Pixel> pixel;  ///< of the first layer
+    std::optional<Area> pixels;  ///< of the first layer
     int zoom = 1;
     bool info = false;
     bool quiet = false;

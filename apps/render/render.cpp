@@ -18,9 +18,9 @@
 #include "composition.h"
 #include "info.h"
 #include "opened_layer.h"
+#include "pixel_text.h"
 #include "pzel/component/group.h"
 #include "pzel/display/vector.h"
-#include "pzel/image/arithmetic.h"
 #include "view.h"
 
 namespace {
@@ -30,7 +30,6 @@ using pzel_io::FileMovie;
 using pzel_io::PictureInfo;
 
 constexpr std::size_t kFewestDigits = 4;  // of a frame number in a file name
-constexpr std::size_t kPixelTextBytes = 128;
 
 std::filesystem::path NumberedName(const std::filesystem::path& output, std::uint32_t frame) {
     std::string number = std::to_string(frame);
@@ -107,7 +106,7 @@ class Rendering {
             progress.Hide();
             if (!options.quiet && !options.output.empty())
                 PrintLine(views, picture, number, done == 1, output);
-            if (options.pixel) PrintPixel(file, number);
+            if (options.pixels) PrintPixels(file, number);
         }
     }
 
@@ -154,9 +153,9 @@ class Rendering {
                      all->left + options.area->right, all->top + options.area->bottom};
             for (OpenedLayer& opened : layers) ShowPart(opened);
         }
-        if (options.pixel)
-            CheckInside(options.pixel->x, options.pixel->y, PlaceOf(layers[0].layer, First()), "the pixel is",
-                        First().file);
+        if (options.pixels)
+            CheckInside(options.pixels->right, options.pixels->bottom, PlaceOf(layers[0].layer, First()),
+                        "the pixels go", First().file);
         if (IsPlain()) return;
         for (const OpenedLayer& opened : layers) CheckReach(opened);
         const std::string objection = Composition::Objection(shown, options.zoom);
@@ -287,15 +286,12 @@ class Rendering {
     }
 
     // Of the file whose component input and output act on, which is the first one.
-    void PrintPixel(FileMovie& file, std::uint32_t frame) const {
-        const Pixel at = *options.pixel;
-        const int layer = GetIOComponent(&file.GetMovie())->GetIndex();
-        Image& image = *file.Picture(static_cast<std::size_t>(layer)).GetCurrentImage();
-        // The text counts the bits of a byte from the right, pictures from the left.
-        constexpr int kOtherEnd = 7;
-        char text[kPixelTextBytes];
-        printData(&image, GetDataType(&image) == DataBit ? at.x ^ kOtherEnd : at.x, at.y, text);
-        std::cout << NameOf(First(), frame) << ": pixel " << at.x << "," << at.y << ": " << text << std::endl;
+    void PrintPixels(FileMovie& file, std::uint32_t frame) const {
+        const auto layer = static_cast<std::size_t>(GetIOComponent(&file.GetMovie())->GetIndex());
+        const Image& made = *file.Picture(layer).GetCurrentImage();
+        ::PrintPixels(std::cout, NameOf(First(), frame), layers[layer].Maker().Values(made),
+                      *options.pixels);
+        std::cout.flush();
     }
 
     const Options& options;

@@ -328,3 +328,9 @@ double Histogram::GetValue(std::uint64_t rank) const {
     while (left >= counts[bin]) left -= counts[bin++];
     return low + double(bin);
 }
+
+ValueStatistics ComputeStatistics(const Image* image, const ImagePart& part) {
+    Histogram counted(0, 0, 1);
+    counted.Add(image, part);
+    return counted.GetStatistics();
+}

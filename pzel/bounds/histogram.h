@@ -89,6 +89,9 @@ class PZEL_API Histogram {
     double squares = 0;  // of the distances from the mean, added up
 };
 
+/// What a histogram tells of the values of an image, where nothing else of it is wanted.
+PZEL_API ValueStatistics ComputeStatistics(const Image* image, const ImagePart& part = {});
+
 /// The rank of the value that `percent` of so many values lie below: count * percent / 100, rounded down, and
 /// less than `count` (0 for none).
 PZEL_API std::uint64_t RankOfPercent(double percent, std::uint64_t count);

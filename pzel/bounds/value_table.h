@@ -23,11 +23,9 @@ class ValueTable {
         if constexpr (!std::is_same_v<T, bool>) {
             using Index = std::make_unsigned_t<T>;
             constexpr unsigned size = 1U << (8 * sizeof(T));
-            // Neighbours have tables of their own: to count one value twice in a row takes turns in memory.
-            constexpr unsigned tables = sizeof(T) == 1 ? 8 : 2;
-            counts.assign(std::size_t(size) * tables, 0);
+            counts.assign(std::size_t(size) * tables<Index>, 0);
             for (int y = 0; y < height; ++y) countRow<Index>(rows.row(y), width, counts.data());
-            for (unsigned table = 1; table < tables; ++table)
+            for (unsigned table = 1; table < tables<Index>; ++table)
                 for (unsigned i = 0; i < size; ++i) counts[i] += counts[table * size + i];
             // Negative values stand behind the others.
             if constexpr (std::is_signed_v<T>)
@@ -51,6 +49,10 @@ class ValueTable {
     const std::uint32_t* data() const { return counts.data(); }
 
   private:
+    // Neighbours have tables of their own: to count one value twice in a row takes turns in memory.
+    template <class Index>
+    static constexpr int tables = sizeof(Index) == 1 ? 4 : 2;
+
     template <class Index, class Row>
     static void countRow(const Row& row, int width, std::uint32_t* table) {
         constexpr int size = 1 << (8 * sizeof(Index));
@@ -59,7 +61,7 @@ class ValueTable {
             for (; x + 8 <= width; x += 8) {
                 std::uint64_t word;
                 std::memcpy(&word, row + x, sizeof word);
-                for (int k = 0; k < 8; ++k) ++table[k * size + int(word >> (8 * k) & 0xFF)];
+                for (int k = 0; k < 8; ++k) ++table[k % tables<Index> * size + int(word >> (8 * k) & 0xFF)];
             }
         } else {
             for (; x + 2 <= width; x += 2) {
