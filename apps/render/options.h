@@ -28,6 +28,7 @@ struct Options {
     std::optional<Area> pixels;  ///< of the first layer
     int zoom = 1;
     bool info = false;
+    bool json = false;  ///< of info
     bool quiet = false;
 };
 

@@ -72,11 +72,13 @@ class Rendering {
     }
 
     void PrintInfo() {
-        for (OpenedLayer& opened : layers) {
-            if (&opened != &layers[0]) std::cout << "\n";
-            const std::uint32_t frame = opened.Info().frames == 1 ? 0 : ranges[0].first;
-            const pzel_io::OwnedImage image = opened.Make(frame);
-            ::PrintInfo(std::cout, opened.Info(), opened.Maker(), *image);
+        std::vector<LayerReport> reports;
+        for (OpenedLayer& opened : layers)
+            reports.push_back(MakeReport(opened, opened.Info().frames == 1 ? 0 : ranges[0].first));
+        if (options.json) return PrintJson(std::cout, reports);
+        for (const LayerReport& report : reports) {
+            if (&report != &reports[0]) std::cout << "\n";
+            PrintText(std::cout, report);
         }
     }
 
@@ -106,6 +108,7 @@ class Rendering {
             progress.Hide();
             if (!options.quiet && !options.output.empty())
                 PrintLine(views, picture, number, done == 1, output);
+            if (layers[0].Difference()) PrintDifference(*layers[0].Difference(), number);
             if (options.pixels) PrintPixels(file, number);
         }
     }
@@ -233,7 +236,9 @@ class Rendering {
     void CheckOutput(const std::filesystem::path& output) const {
         std::error_code ignored;
         for (const OpenedLayer& opened : layers) {
-            for (const std::string& input : {opened.layer.file, opened.layer.oddField}) {
+            const Layer& layer = opened.layer;
+            const std::string subtracted = layer.subtracted.empty() ? "" : layer.subtracted.front().file;
+            for (const std::string& input : {layer.file, layer.oddField, subtracted}) {
                 if (std::filesystem::equivalent(input, output, ignored))
                     throw FileError(output, layers.size() > 1 ? "is an input itself" : "is the input itself");
             }
@@ -285,12 +290,16 @@ class Rendering {
         }
     }
 
+    void PrintDifference(const pzel_io::DifferenceSource& difference, std::uint32_t frame) const {
+        std::cout << NameOf(First(), frame) << " - " << difference.Subtracted().string() << ": "
+                  << DifferenceText(difference.Figures(), First()) << std::endl;
+    }
+
     // Of the file whose component input and output act on, which is the first one.
     void PrintPixels(FileMovie& file, std::uint32_t frame) const {
         const auto layer = static_cast<std::size_t>(GetIOComponent(&file.GetMovie())->GetIndex());
         const Image& made = *file.Picture(layer).GetCurrentImage();
-        ::PrintPixels(std::cout, NameOf(First(), frame), layers[layer].Maker().Values(made),
-                      *options.pixels);
+        ::PrintPixels(std::cout, NameOf(First(), frame), layers[layer].Maker().Values(made), *options.pixels);
         std::cout.flush();
     }
 
