@@ -1,5 +1,7 @@
-// Minimum and maximum, and arithmetic on floats. The memcpy beside work that only reads copies what is read.
+// Minimum and maximum, histograms, and arithmetic on floats. The memcpy beside work that only reads copies
+// what is read.
 #include <cstring>
+#include <opencv2/imgproc.hpp>
 
 #include "bench/pictures.h"
 
@@ -30,6 +32,30 @@ Row minMax(int size, ImageDataType type) {
     row.result = resultOf(out, 2);
     row.copyBytes = GetImageTotalBytes(in.get());
     row.copyGoal = kMemoryBound;
+    return row;
+}
+
+/// Ours tells minimum, maximum, mean and deviation besides.
+Row histogram(int size, ImageDataType type, int bins, Goal goal) {
+    const Picture in = makePicture(size, size, kGrey, type);
+    const auto counts = std::make_shared<std::vector<float>>(bins);
+    const float end = type == DataUInt8 ? 256 : 65536;
+    Row row;
+    row.ours = [=] {
+        Histogram counted = type == DataFloat ? Histogram(0, double(end), bins) : Histogram();
+        counted.Add(in.get());
+        for (int i = 0; i < bins; ++i) (*counts)[std::size_t(i)] = float(counted.GetCount(i));
+    };
+    const auto calcHist = [=, from = matOf(in)] {
+        const int channel = 0;
+        const float range[] = {0, end};
+        const float* ranges = range;
+        cv::Mat found(bins, 1, CV_32F, counts->data());
+        cv::calcHist(&from, 1, &channel, cv::noArray(), found, 1, &bins, &ranges);
+    };
+    row.peers = {{"OpenCV calcHist", goal, calcHist}};
+    row.result = resultOf(counts->data(), counts->size());
+    row.copyBytes = GetImageTotalBytes(in.get());
     return row;
 }
 
@@ -79,6 +105,11 @@ void addArithmeticRows(Catalogue& rows) {
     rows.push_back(
         {"minimum and maximum, unsigned 16", [](int s) { return minMax<std::uint16_t>(s, DataUInt16); }});
     rows.push_back({"minimum and maximum, float", [](int s) { return minMax<float>(s, DataFloat); }});
+    rows.push_back({"histogram, unsigned 8", [](int s) { return histogram(s, DataUInt8, 256, 1.15); }});
+    rows.push_back({"histogram, unsigned 16", [](int s) {
+                        return histogram(s, DataUInt16, 65536, {0.95, 0.7});
+                    }});
+    rows.push_back({"histogram of 256 bins, float", [](int s) { return histogram(s, DataFloat, 256, 0.7); }});
     rows.push_back({"a += k·b, float", scaleAdd});
     rows.push_back({"sum of squares, float", squareSum});
     rows.push_back({"sum of squared differences, float", squaredDifference});

@@ -86,7 +86,7 @@ using Catalogue = std::vector<Entry>;
 void addMappingRows(Catalogue&);     // elements to bitmap bytes
 void addColourRows(Catalogue&);      // hue, saturation and intensity
 void addCopyRows(Catalogue&);        // rectangles, layouts and element types
-void addArithmeticRows(Catalogue&);  // floats; minimum and maximum
+void addArithmeticRows(Catalogue&);  // floats; minimum and maximum, histograms
 void addOverlayRows(Catalogue&);     // bitmaps over bitmaps, movies
 void addScalingRows(Catalogue&);     // what must not depend on sizes and counts
 

@@ -3,6 +3,7 @@
 
 #include "pzel/bounds/black_white.h"
 #include "pzel/bounds/bounds.h"
+#include "pzel/bounds/histogram.h"
 #include "pzel/bounds/min_max.h"
 #include "pzel/colour/convert_image.h"
 #include "pzel/colour/remapper.h"

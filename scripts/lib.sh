@@ -1,7 +1,7 @@
 # Shared by the scripts; to be sourced. Names the packages of each part and installs what is missing.
 
 BUILD_PACKAGES="g++ cmake ninja-build"
-APP_PACKAGES="libcli11-dev libopenimageio-dev libgdcm-dev libcfitsio-dev libavformat-dev libavcodec-dev libswscale-dev"
+APP_PACKAGES="libcli11-dev nlohmann-json3-dev libopenimageio-dev libgdcm-dev libcfitsio-dev libavformat-dev libavcodec-dev libswscale-dev"
 APP_PACKAGES="$APP_PACKAGES libisal-dev libdeflate-dev zlib1g-dev libjpeg-dev libtiff-dev libfreetype-dev fonts-dejavu-core"
 TEST_PACKAGES="libgtest-dev python3"
 

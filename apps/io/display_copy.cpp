@@ -1,49 +1,15 @@
 // Copies for the display, value by value. Speed matters less here than that every value comes out as said.
 #include "apps/io/display_copy.h"
 
-#include <algorithm>
-#include <cmath>
+#include <cstring>
 #include <limits>
 #include <stdexcept>
+
+#include "apps/io/pixel_values.h"
 
 namespace pzel_io {
 
 namespace {
-
-struct Plane {
-    const unsigned char* first;
-    std::size_t step;  // elements from pixel to pixel
-};
-
-Plane ChannelPlane(const Image& image, int channel) {
-    const std::size_t bytes = ElementBytes(GetDataType(&image));
-    if (IsInterleaved(&image)) return {image.data + bytes * channel, image.channels};
-    return {image.data + static_cast<std::size_t>(GetImageBytes(&image)) * channel, 1};
-}
-
-template <class T, class Use>
-void ForEachOf(const Plane& plane, std::size_t count, Use use) {
-    for (std::size_t i = 0; i < count; ++i) {
-        T value;
-        std::memcpy(&value, plane.first + i * plane.step * sizeof value, sizeof value);
-        use(value);
-    }
-}
-
-// Calls `use` with each value of a run of elements of the type.
-template <class Use>
-void ForEachValue(ImageDataType type, const Plane& plane, std::size_t count, Use use) {
-    switch (type) {
-        case DataUInt8: return ForEachOf<std::uint8_t>(plane, count, use);
-        case DataInt8: return ForEachOf<std::int8_t>(plane, count, use);
-        case DataUInt16: return ForEachOf<std::uint16_t>(plane, count, use);
-        case DataInt16: return ForEachOf<std::int16_t>(plane, count, use);
-        case DataUInt32: return ForEachOf<std::uint32_t>(plane, count, use);
-        case DataInt32: return ForEachOf<std::int32_t>(plane, count, use);
-        case DataFloat: return ForEachOf<float>(plane, count, use);
-        default: return;
-    }
-}
 
 // A copy may need longer rows than its original.
 void CheckRow(const Image& image, ImageDataType type, int channels) {
@@ -104,12 +70,6 @@ OwnedImage MaskWhere(const Image& image, Holds holds, Rule rule) {
     return mask;
 }
 
-ImageDataType TypeOfChannel(const Image& image, int channel) {
-    const bool signedChroma = GetSubType(&image) == SubYuv;
-    return static_cast<ImageDataType>(
-        GetTrueDataType(signedChroma, image.channels, channel, GetDataType(&image)));
-}
-
 }  // namespace
 
 OwnedImage ToFloat(const Image& image) {
@@ -166,29 +126,6 @@ OwnedImage DifferencePlane(const Image& image, int channel) {
                      to += ElementBytes(type);
                  });
     return copy;
-}
-
-std::vector<float> FiniteValues(const Image& image, int channel) {
-    std::vector<float> values;
-    const int first = channel == kAllChannels ? 0 : channel;
-    const int last = channel == kAllChannels ? image.channels - 1 : channel;
-    values.reserve(static_cast<std::size_t>(GetImageSize(&image)) *
-                   static_cast<std::size_t>(last - first + 1));
-    for (int c = first; c <= last; ++c) {
-        ForEachValue(TypeOfChannel(image, c), ChannelPlane(image, c), GetImageSize(&image), [&](auto value) {
-            const auto number = static_cast<float>(value);
-            if (std::isfinite(number)) values.push_back(number);
-        });
-    }
-    return values;
-}
-
-bool HasNonFinite(const Image& image) {
-    if (GetDataType(&image) != DataFloat) return false;
-    bool found = false;
-    ForEachOf<float>({image.data, 1}, GetImageVolume(&image),
-                     [&](float value) { found |= !std::isfinite(value); });
-    return found;
 }
 
 }  // namespace pzel_io

@@ -1,9 +1,6 @@
-// Copies of an image for what the display cannot show as it is, masks of an image, and its values as numbers.
+// Copies of an image for what the display cannot show as it is, and masks of an image.
 // A copy keeps size, layout and colour model; the caller tells the user of it.
 #pragma once
-
-#include <cstring>
-#include <vector>
 
 #include "apps/io/picture.h"
 #include "pzel/image/lifecycle.h"
@@ -27,11 +24,5 @@ OwnedImage ColourMask(const Image& colour, std::uint32_t rgb);
 OwnedImage DifferencePlane(const Image& image, int channel);
 /// What DifferencePlane adds: 128 or 32768.
 int DifferenceOffset(ImageDataType type);
-
-/// The finite values of a channel, as floats; of all channels for kAllChannels. Not for bits.
-inline constexpr int kAllChannels = -1;
-std::vector<float> FiniteValues(const Image& image, int channel);
-/// True when there is a value that is not a number or infinite. Only floats have such.
-bool HasNonFinite(const Image& image);
 
 }  // namespace pzel_io

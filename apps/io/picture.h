@@ -10,6 +10,8 @@
 //   program_parts.h   where a program finds what belongs to it
 //   stack.h           many files as the frames of one picture, a frame alone
 //   fields.h          pictures woven from two others, or taken from every second row of one
+//   difference.h      how far two pictures lie apart, as a picture and in figures
+//   pixel_values.h    the values of an image as numbers and as text
 //   display_copy.h    copies of a frame for what the display cannot show as it is
 //   colour_copy.h     copies of a colour frame in other colour models
 //   file_movie.h      files as the layers of a movie that holds one frame of each at a time

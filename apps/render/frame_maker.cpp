@@ -10,6 +10,7 @@
 #include "apps/io/display_copy.h"
 #include "pzel/bounds/black_white.h"
 #include "pzel/bounds/bounds.h"
+#include "pzel/bounds/histogram.h"
 
 namespace {
 
@@ -164,6 +165,7 @@ OwnedImage FrameMaker::MakeInLayout(std::uint32_t frame) {
     if (layer.IsOverlay()) return AsOverlay(std::move(read.image));
     if (layer.look.perFrame) colourRange.reset();
     scale = {0, FileRanges(info), read.window, false};
+    unconverted.reset();
     OwnedImage image = ForDisplay(InModel(std::move(read.image)));
     stored.clear();
     if (GetDataType(image.get()) != DataBit) ChooseFor(image);
@@ -196,8 +198,7 @@ std::vector<std::string> FrameMaker::Conversions() const {
 const pzel_io::Window& FrameMaker::ColourRange(const Image& image) {
     if (!colourRange) {
         const ImageDataType type = GetDataType(&image);
-        colourRange =
-            type == DataFloat ? ValueRange(image, pzel_io::kAllChannels) : FullRange(SubColour, type, 0);
+        colourRange = type == DataFloat ? ValueRange(image, AllChannels) : FullRange(SubColour, type, 0);
         // Floats have no full scale: the data give one, that starts at 0 where it can.
         if (type == DataFloat) colourRange->low = std::min(colourRange->low, 0.0);
     }
@@ -239,15 +240,16 @@ void FrameMaker::PrepareJoint(Image& image) {
 }
 
 OwnedImage FrameMaker::ForDisplay(OwnedImage image) {
-    const ImageDataType type = GetDataType(static_cast<const Image*>(image.get()));
+    const Image* const shown = image.get();
+    const ImageDataType type = GetDataType(shown);
     const std::string name = TypeName(type);
     if (type == DataBit && (layer.area || IsBend(layer, source.Info()))) {
         Note("bits to uint8 of 0 and 255, for display");
-        return pzel_io::ToBytes(*image);
+        return Instead(std::move(image), pzel_io::ToBytes(*shown));
     }
     if (type == DataUInt32 || type == DataInt32) {
         Note(name + " to float, for display");
-        return pzel_io::ToFloat(*image);
+        return Instead(std::move(image), pzel_io::ToFloat(*shown));
     }
     if (IsDifference(layer.look.channel) && type != DataFloat) {
         const int channel = layer.look.channel == Channel::U ? kU : kV;
@@ -255,14 +257,20 @@ OwnedImage FrameMaker::ForDisplay(OwnedImage image) {
         scale = {offset, {FullRange(SubYuv, type, channel)}, source.Info().window, false};
         Note(std::string(layer.look.channel == Channel::U ? "u" : "v") + " plus " + std::to_string(offset) +
              ", for display");
-        return pzel_io::DifferencePlane(*image, channel);
+        return Instead(std::move(image), pzel_io::DifferencePlane(*shown, channel));
     }
     // The joint display alone knows the sign of 8-bit values.
     if (type == DataInt8 && GetSubType(image.get()) != SubYuv && layer.look.channel != Channel::Hsi) {
         Note("int8 to int16, for display");
-        return pzel_io::ToInt16(*image);
+        return Instead(std::move(image), pzel_io::ToInt16(*shown));
     }
     return image;
+}
+
+// A copy to be shown; the image that it was made of has the values still.
+OwnedImage FrameMaker::Instead(OwnedImage image, OwnedImage copy) {
+    if (!unconverted) unconverted = std::move(image);
+    return copy;
 }
 
 void FrameMaker::ChooseFor(OwnedImage& image) {
@@ -279,7 +287,8 @@ void FrameMaker::ChooseFor(OwnedImage& image) {
     if (!joint && NeedsFloat(*shared, *image, scale.offset)) {
         Note(std::string(TypeName(static_cast<ImageDataType>(GetDataType(image.get())))) +
              " to float, for display: its integers cannot stand for the levels");
-        image = pzel_io::ToFloat(*image);
+        const Image* const integers = image.get();
+        image = Instead(std::move(image), pzel_io::ToFloat(*integers));
     }
     stored = joint ? *shared : StoredLevels(*shared, *image, scale.offset);
 }

@@ -26,6 +26,11 @@ class FrameMaker {
     const Levels& WantedLevels() const { return stored; }
     /// What to take off from stored levels for those of the picture.
     int Offset() const { return scale.offset; }
+    /// The values that the last frame was made of, before any conversion for the display; `made`, the frame
+    /// as it is now, where there was none or the values were changed on request.
+    const Image& Values(const Image& made) const {
+        return unconverted && !layer.look.bake ? *unconverted : made;
+    }
     /// Every conversion up to now: the file's on import, then those for the display.
     std::vector<std::string> Conversions() const;
 
@@ -37,6 +42,7 @@ class FrameMaker {
     pzel_io::OwnedImage AsYuv(const Image& image);
     pzel_io::OwnedImage AsHsiPlane(const Image& image);
     pzel_io::OwnedImage ForDisplay(pzel_io::OwnedImage image);
+    pzel_io::OwnedImage Instead(pzel_io::OwnedImage image, pzel_io::OwnedImage copy);
     void PrepareJoint(Image& image);
     const pzel_io::Window& ColourRange(const Image& image);
     void ChooseFor(pzel_io::OwnedImage& image);
@@ -52,5 +58,6 @@ class FrameMaker {
     std::optional<pzel_io::Window> sharedWindow;  // of the file, when these were chosen
     Levels stored;
     ValueScale scale;
+    pzel_io::OwnedImage unconverted;  // of the last frame, where a copy is shown
     bool isFirst = true;
 };

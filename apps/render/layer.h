@@ -78,6 +78,7 @@ struct Layer {
     std::optional<int> page;             ///< of the file: a page, an image, a header unit
     std::optional<std::uint32_t> frame;  ///< the only one that is shown
     std::string oddField;                ///< the file of the odd rows, where `file` holds the even ones alone
+    std::vector<Layer> subtracted;       ///< the picture whose difference to this one is shown, or none
     std::optional<pzel_io::Field> field;  ///< shown alone
     Role role = Role::Picture;
     std::optional<MaskValue> maskValue;

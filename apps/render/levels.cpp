@@ -4,17 +4,19 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <stdexcept>
 
-#include "apps/io/display_copy.h"
+#include "apps/io/pixel_values.h"
 #include "pzel/bounds/black_white.h"
 #include "pzel/bounds/bounds.h"
+#include "pzel/bounds/histogram.h"
 
 namespace {
 
 using pzel_io::FileError;
-using pzel_io::kAllChannels;
+using pzel_io::StoredChannel;
 using pzel_io::Window;
 
 constexpr double kMostPercent = 50;  // at each end
@@ -55,11 +57,6 @@ bool IsYuv(const Image& image) {
     return GetSubType(&image) == SubYuv && image.channels == 3;
 }
 
-// The place of a channel, as a user counts, in a record.
-int StoredChannel(const Image& image, int channel) {
-    return image.channels == 3 && !IsYuv(image) ? 2 - channel : channel;
-}
-
 ImageDataType ChannelType(const Image& image, int channel) {
     return static_cast<ImageDataType>(
         GetTrueDataType(IsYuv(image), image.channels, channel, GetDataType(&image)));
@@ -72,15 +69,17 @@ Window Widened(double low, double high) {
 }
 
 Window PercentRange(const Image& image, int stored, double percent) {
-    std::vector<float> values = pzel_io::FiniteValues(image, stored);
-    if (values.empty()) return {0, 1};
-    const auto clipped = static_cast<std::ptrdiff_t>(static_cast<double>(values.size()) * percent / 100);
-    const auto low = values.begin() + std::min<std::ptrdiff_t>(clipped, std::ssize(values) - 1);
-    std::nth_element(values.begin(), low, values.end());
-    const auto black = static_cast<double>(*low);
-    const auto high = values.end() - 1 - std::min<std::ptrdiff_t>(clipped, std::ssize(values) - 1);
-    std::nth_element(values.begin(), high, values.end());
-    return Widened(black, static_cast<double>(*high));
+    const ValueRanks values(&image, {stored});
+    const std::uint64_t count = values.GetCount();
+    if (count == 0) return {0, 1};
+    const std::uint64_t clipped = RankOfPercent(percent, count);
+    return Widened(values.GetValue(clipped), values.GetValue(count - 1 - clipped));
+}
+
+// Whether there is a value that is not a number or infinite. Only floats have such.
+bool HasNonFinite(const Image& image) {
+    if (GetDataType(&image) != DataFloat) return false;
+    return ComputeStatistics(&image).count < GetImageVolume(&image);
 }
 
 class Chooser {
@@ -88,11 +87,11 @@ class Chooser {
     Chooser(const std::filesystem::path& of, Image& shown, const ValueScale& values)
         : file(of), image(shown), scale(values) {}
 
-    // One channel, or all of them together (kAllChannels: of a luminance picture its luminance).
+    // One channel, or all of them together (AllChannels: of a luminance picture its luminance).
     Window Choose(const LevelSpec& spec, int channel) const {
-        const bool all = channel == kAllChannels;
+        const bool all = channel == AllChannels;
         const int first = all ? 0 : channel;
-        const int stored = all && !IsYuv(image) ? kAllChannels : StoredChannel(image, first);
+        const int stored = all && !IsYuv(image) ? AllChannels : StoredChannel(image, first);
         switch (spec.kind) {
             case LevelSpec::Kind::Data: return Moved(DataRange(stored, first));
             case LevelSpec::Kind::Full:
@@ -137,9 +136,9 @@ class Chooser {
     Window Moved(Window window) const { return {window.low - scale.offset, window.high - scale.offset}; }
 
     Window DataRange(int stored, int channel) const {
-        const bool whole = stored == kAllChannels || image.channels == 1 || IsYuv(image);
+        const bool whole = stored == AllChannels || image.channels == 1 || IsYuv(image);
         const bool bytes = DataBytes(image.dataType) == 1;
-        if ((whole || bytes) && !pzel_io::HasNonFinite(image)) return Computed(StoredChannel(image, channel));
+        if ((whole || bytes) && !HasNonFinite(image)) return Computed(StoredChannel(image, channel));
         return ValueRange(image, stored);
     }
 
@@ -168,10 +167,9 @@ Window FullRange(ImageSubType model, ImageDataType type, int channel) {
 }
 
 Window ValueRange(const Image& image, int stored) {
-    const std::vector<float> values = pzel_io::FiniteValues(image, stored);
-    if (values.empty()) return {0, 1};
-    const auto [low, high] = std::minmax_element(values.begin(), values.end());
-    return Widened(static_cast<double>(*low), static_cast<double>(*high));
+    const ValueStatistics values = ComputeStatistics(&image, {stored});
+    if (values.count == 0) return {0, 1};
+    return Widened(values.minimum, values.maximum);
 }
 
 std::vector<LevelSpec> ParseLevels(const std::string& text) {
@@ -202,7 +200,7 @@ Levels ChooseLevels(const std::vector<LevelSpec>& asked, const std::filesystem::
         } else if (difference) {
             levels.push_back(chooser.Difference(channel));
         } else {
-            levels.push_back(channel == 0 ? chooser.Choose(specs[0], kAllChannels) : levels[0]);
+            levels.push_back(channel == 0 ? chooser.Choose(specs[0], AllChannels) : levels[0]);
         }
         if (difference) chooser.CheckDifference(levels.back());
     }
@@ -231,7 +229,7 @@ Levels ChooseJointLevels(const std::vector<LevelSpec>& specs, const std::filesys
     }
     if (specs.empty() && DataBytes(image.dataType) > 1) {
         const double bottom = GetSpatialBounds(&image, SubColour, type, 0).black;
-        const Window data = ValueRange(image, kAllChannels);
+        const Window data = ValueRange(image, AllChannels);
         levels[0] = {data.low - bottom, data.high - bottom};
     }
     return levels;

@@ -35,7 +35,7 @@ struct ValueScale {
 
 /// The range of all values of an element type, of one channel of a colour model.
 pzel_io::Window FullRange(ImageSubType model, ImageDataType type, int channel);
-/// The range of the finite values of a stored channel, or of all (pzel_io::kAllChannels).
+/// The range of the finite values of a stored channel, or of all (AllChannels).
 pzel_io::Window ValueRange(const Image& image, int stored);
 
 /// Chooses the levels of an image, in the picture's values. Without a spec: the file's own window, else the

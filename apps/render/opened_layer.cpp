@@ -1,4 +1,4 @@
-// Opening what a layer names: a file, two files of fields, a field of either.
+// Opening what a layer names: a file, two files of fields, a field of either, the difference of two.
 #include "opened_layer.h"
 
 #include <new>
@@ -42,7 +42,13 @@ std::unique_ptr<pzel_io::PictureSource> Open(const Layer& layer) {
 
 }  // namespace
 
-OpenedLayer::OpenedLayer(const Layer& wishes) : layer(wishes), source(Open(layer)) {}
+OpenedLayer::OpenedLayer(const Layer& wishes) : layer(wishes), source(Open(layer)) {
+    if (layer.subtracted.empty()) return;
+    auto subtraction =
+        std::make_unique<pzel_io::DifferenceSource>(std::move(source), Open(layer.subtracted.front()));
+    difference = subtraction.get();
+    source = std::move(subtraction);
+}
 
 void OpenedLayer::Prepare() {
     maker = std::make_unique<FrameMaker>(layer, *source);

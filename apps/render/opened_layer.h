@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "apps/io/difference.h"
 #include "frame_maker.h"
 #include "layer.h"
 
@@ -22,10 +23,13 @@ class OpenedLayer {
 
     const pzel_io::PictureInfo& Info() const { return source->Info(); }
     const FrameMaker& Maker() const { return *maker; }
+    /// Where the frames are the difference of two files; else null.
+    const pzel_io::DifferenceSource* Difference() const { return difference; }
 
     Layer layer;
 
   private:
     std::unique_ptr<pzel_io::PictureSource> source;
+    const pzel_io::DifferenceSource* difference = nullptr;  // the source, where it is one
     std::unique_ptr<FrameMaker> maker;
 };

@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "help_text.h"
+#include "pixel_text.h"
 
 namespace {
 
@@ -76,12 +77,6 @@ std::vector<int> ParsePlaces(const std::string& text, std::size_t count) {
     return places.size() == count ? places : std::vector<int>();
 }
 
-Pixel ParsePixel(const std::string& text) {
-    const std::vector<int> places = ParsePlaces(text, 2);
-    if (places.empty()) throw CLI::ValidationError("--pixel", "'" + text + "' is not X,Y");
-    return {places[0], places[1]};
-}
-
 Area ParseArea(const std::string& text) {
     const std::vector<int> sides = ParsePlaces(text, 4);
     if (sides.empty() || sides[0] > sides[2] || sides[1] > sides[3] ||
@@ -117,6 +112,7 @@ struct FirstLayer {
     Look look;
     std::vector<std::string> fields;  // the files of the even and the odd rows
     std::optional<pzel_io::Field> field;
+    bool difference = false;  // to the second layer
 };
 
 // Hues run round a circle: a range of them may go over 0.
@@ -162,6 +158,20 @@ void CheckFirst(const Layer& first, const Look& look) {
     }
 }
 
+// The first two layers become one, whose values are the difference of theirs.
+void Subtract(std::vector<Layer>& layers) {
+    const auto pictures = std::count_if(layers.begin(), layers.end(),
+                                        [](const Layer& layer) { return layer.role == Role::Picture; });
+    if (layers.size() < 2 || layers[0].IsOverlay() || layers[1].IsOverlay() || pictures != 2)
+        throw CLI::ValidationError("--difference", "takes two pictures, in front of all other layers");
+    const Layer& second = layers[1];
+    if (second.opacity != 1 || second.x != 0 || second.y != 0 || second.hidden || !second.look.levels.empty())
+        throw CLI::ValidationError("--difference",
+                                   "'" + second.argument + "' is subtracted, and takes no options");
+    layers[0].subtracted.push_back(second);
+    layers.erase(layers.begin() + 1);
+}
+
 // The layers of the command line, the first with the options that are its.
 void SetLayers(Options& options, const std::vector<std::string>& arguments, const FirstLayer& first) {
     constexpr std::size_t kMostLayers = 255;
@@ -179,6 +189,7 @@ void SetLayers(Options& options, const std::vector<std::string>& arguments, cons
     if (options.layers.empty()) throw CLI::RequiredError("LAYER");
     if (options.layers.size() > kMostLayers)
         throw CLI::ValidationError("LAYER", std::to_string(options.layers.size()) + " are more than 255");
+    if (first.difference) Subtract(options.layers);
     CheckLevels(first.look);
     CheckModel(first.look);
     CheckFirst(options.layers[0], first.look);
@@ -186,6 +197,7 @@ void SetLayers(Options& options, const std::vector<std::string>& arguments, cons
     options.layers[0].look = first.look;
     if (!own.empty()) options.layers[0].look.levels = std::move(own);
     options.layers[0].field = first.field;
+    for (Layer& layer : options.layers[0].subtracted) layer.field = first.field;
     for (Layer& layer : options.layers) {
         layer.look.perFrame = first.look.perFrame;
         layer.look.layout = first.look.layout;
@@ -205,7 +217,8 @@ struct Writing {
 // A name's ending tells the format where --format does not; what is no regular file gets PNG.
 void SetOutput(Options& options, const Writing& writing) {
     using pzel_io::FileFormat;
-    if (options.info || (options.pixel && options.output.empty())) return;
+    const bool told = options.pixels || !options.layers[0].subtracted.empty();
+    if (options.info || (told && options.output.empty())) return;
     if (options.output.empty()) throw CLI::RequiredError("-o OUT.png");
     const bool streamed = options.output == pzel_io::kStandardOutput || pzel_io::IsDevice(options.output);
     auto format = writing.format ? writing.format : pzel_io::FormatOfName(options.output);
@@ -340,11 +353,13 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
                  "Show low values white (of y,u,v: the luminance; of hsi: the intensity)");
     auto* bake = app.add_flag("--bake", look.bake, "Put levels and curve into the data, and show these");
     app.add_flag("--to-yuv", look.toYuv, "Show a colour picture as y, u, v")->excludes(bake);
-    AddParsed(app, "--pixel", "X,Y", "Tell the values of a pixel; -o may be left out", options.pixel,
-              ParsePixel);
+    AddParsed(app, "--pixel", "X,Y", "Tell the values of a pixel, or of A-B,C-D; -o may be left out",
+              options.pixels, ParsePixels);
     AddParsed(app, "--zoom", "N", "Enlarge N times (2 to 127), or shrink (-2 to -127)", options.zoom,
               ParseZoom);
     AddFieldOptions(app, first);
+    app.add_flag("--difference", first.difference,
+                 "Show how far two pictures lie apart, and tell it; -o may be left out");
     AddParsed(app, "--area", "L,T,R,B", "Show only columns L to R of rows T to B", options.area, ParseArea);
     const std::map<std::string, pzel_io::Layout> layouts = {{"planar", pzel_io::Layout::Planar},
                                                             {"interleaved", pzel_io::Layout::Interleaved}};
@@ -352,7 +367,8 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
                    "How pixels are kept: planar or interleaved (default); shows alike")
         ->transform(CLI::CheckedTransformer(layouts).description(""))
         ->type_name("LAYOUT");
-    app.add_flag("--info", options.info, "Tell what the file holds instead of rendering");
+    auto* info = app.add_flag("--info", options.info, "Tell what the file holds instead of rendering");
+    app.add_flag("--json", options.json, "Tell it as JSON")->needs(info);
     app.add_flag("-q,--quiet", options.quiet, "No lines about the pictures that are written");
     try {
         app.parse(argc, argv);

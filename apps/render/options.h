@@ -9,11 +9,6 @@
 #include "layer.h"
 #include "picture_queue.h"
 
-struct Pixel {
-    int x;
-    int y;
-};
-
 /// Inclusive.
 struct FrameRange {
     std::uint32_t first;
@@ -33,9 +28,10 @@ struct Options {
     int depth = 8;  ///< bits of a value in the file, where it is not a bit: 8 or 16
     FrameSelection frames;
     std::optional<Area> area;    ///< of the picture of all layers
-    std::optional<Pixel> pixel;  ///< of the first layer
+    std::optional<Area> pixels;  ///< of the first layer
     int zoom = 1;
     bool info = false;
+    bool json = false;  ///< of info
     bool quiet = false;
 };
 

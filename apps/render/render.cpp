@@ -23,9 +23,9 @@
 #include "info.h"
 #include "opened_layer.h"
 #include "picture_queue.h"
+#include "pixel_text.h"
 #include "pzel/component/group.h"
 #include "pzel/display/vector.h"
-#include "pzel/image/arithmetic.h"
 #include "view.h"
 
 namespace {
@@ -35,7 +35,6 @@ using pzel_io::FileMovie;
 using pzel_io::PictureInfo;
 
 constexpr std::size_t kFewestDigits = 4;  // of a frame number in a file name
-constexpr std::size_t kPixelTextBytes = 128;
 
 std::filesystem::path NumberedName(const std::filesystem::path& output, std::uint32_t frame) {
     std::string number = std::to_string(frame);
@@ -98,11 +97,13 @@ class Rendering {
     }
 
     void PrintInfo() {
-        for (OpenedLayer& opened : layers) {
-            if (&opened != &layers[0]) std::cout << "\n";
-            const std::uint32_t frame = opened.Info().frames == 1 ? 0 : ranges[0].first;
-            const pzel_io::OwnedImage image = opened.Make(frame);
-            ::PrintInfo(std::cout, opened.Info(), opened.Maker(), *image);
+        std::vector<LayerReport> reports;
+        for (OpenedLayer& opened : layers)
+            reports.push_back(MakeReport(opened, opened.Info().frames == 1 ? 0 : ranges[0].first));
+        if (options.json) return PrintJson(std::cout, reports);
+        for (const LayerReport& report : reports) {
+            if (&report != &reports[0]) std::cout << "\n";
+            PrintText(std::cout, report);
         }
     }
 
@@ -136,7 +137,8 @@ class Rendering {
                 std::ostringstream lines;
                 if (!options.quiet && !output.empty())
                     PrintLine(lines, views, picture, number, done == 1, output);
-                if (options.pixel) PrintPixel(lines, file, number);
+                if (layers[0].Difference()) PrintDifference(lines, *layers[0].Difference(), number);
+                if (options.pixels) PrintPixels(lines, file, number);
                 Put(queue, file, picture, output, lines.str());
             }
         } catch (...) {
@@ -192,9 +194,9 @@ class Rendering {
                      all->left + options.area->right, all->top + options.area->bottom};
             for (OpenedLayer& opened : layers) ShowPart(opened);
         }
-        if (options.pixel)
-            CheckInside(options.pixel->x, options.pixel->y, PlaceOf(layers[0].layer, First()), "the pixel is",
-                        First().file);
+        if (options.pixels)
+            CheckInside(options.pixels->right, options.pixels->bottom, PlaceOf(layers[0].layer, First()),
+                        "the pixels go", First().file);
         if (IsPlain()) return;
         for (const OpenedLayer& opened : layers) CheckReach(opened);
         const std::string objection = Composition::Objection(shown, options.zoom);
@@ -286,7 +288,9 @@ class Rendering {
     void CheckOutput(const std::filesystem::path& output) const {
         std::error_code ignored;
         for (const OpenedLayer& opened : layers) {
-            for (const std::string& input : {opened.layer.file, opened.layer.oddField}) {
+            const Layer& layer = opened.layer;
+            const std::string subtracted = layer.subtracted.empty() ? "" : layer.subtracted.front().file;
+            for (const std::string& input : {layer.file, layer.oddField, subtracted}) {
                 if (std::filesystem::equivalent(input, output, ignored))
                     throw FileError(output, layers.size() > 1 ? "is an input itself" : "is the input itself");
             }
@@ -340,16 +344,17 @@ class Rendering {
         }
     }
 
+    void PrintDifference(std::ostream& out, const pzel_io::DifferenceSource& difference,
+                         std::uint32_t frame) const {
+        out << NameOf(First(), frame) << " - " << difference.Subtracted().string() << ": "
+            << DifferenceText(difference.Figures(), First()) << '\n';
+    }
+
     // Of the file whose component input and output act on, which is the first one.
-    void PrintPixel(std::ostream& out, FileMovie& file, std::uint32_t frame) const {
-        const Pixel at = *options.pixel;
-        const int layer = GetIOComponent(&file.GetMovie())->GetIndex();
-        Image& image = *file.Picture(static_cast<std::size_t>(layer)).GetCurrentImage();
-        // The text counts the bits of a byte from the right, pictures from the left.
-        constexpr int kOtherEnd = 7;
-        char text[kPixelTextBytes];
-        printData(&image, GetDataType(&image) == DataBit ? at.x ^ kOtherEnd : at.x, at.y, text);
-        out << NameOf(First(), frame) << ": pixel " << at.x << "," << at.y << ": " << text << '\n';
+    void PrintPixels(std::ostream& out, FileMovie& file, std::uint32_t frame) const {
+        const auto layer = static_cast<std::size_t>(GetIOComponent(&file.GetMovie())->GetIndex());
+        const Image& made = *file.Picture(layer).GetCurrentImage();
+        ::PrintPixels(out, NameOf(First(), frame), layers[layer].Maker().Values(made), *options.pixels);
     }
 
     const Options& options;

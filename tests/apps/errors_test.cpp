@@ -82,6 +82,7 @@ TEST_F(ErrorsTest, RefusesOptionsThatDoNotFitTheFile) {
     ExpectRefused({grey, "-o", out, "--levels", "1:2,3:4"}, grey, "2 levels");
     ExpectRefused({grey, "-o", out, "--ranges", "0,1-2"}, grey, "no frame 2");
     ExpectRefused({grey, "--pixel", "512,0"}, grey, "beyond");
+    ExpectRefused({grey, "--pixel", "0-3,511-512"}, grey, "beyond");
     ExpectRefused({grey, "-o", out, "--channel", "hue"}, grey, "no intensity");
     ExpectRefused({grey, "-o", out, "--to-yuv"}, grey, "no colour");
     ExpectRefused({colour, "-o", out, "--channel", "hsi", "--levels", "0:256,full,full"}, colour, "0 to 255");
@@ -139,6 +140,8 @@ TEST_F(ErrorsTest, AnswersWrongOptionsWithUsage) {
                                                    {grey, "-o", out, "--ranges", "1-2,,3"},
                                                    {grey, "-o", out, "--ranges", "0", "--all"},
                                                    {grey, "--pixel", "1"},
+                                                   {grey, "--pixel", "3-2,1"},
+                                                   {grey, "--pixel", "1,2-"},
                                                    {grey, "-o", out, "--to-yuv", "--bake"},
                                                    {grey, "-o", out, "--to-yuv", "--channel", "red"},
                                                    {grey, "-o", out, "--channel", "hsi", "--levels", "1%"},
