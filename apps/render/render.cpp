@@ -30,7 +30,6 @@ using pzel_io::FileMovie;
 using pzel_io::PictureInfo;
 
 constexpr std::size_t kFewestDigits = 4;  // of a frame number in a file name
-constexpr std::size_t kPixelTextBytes = 128;
 
 std::filesystem::path NumberedName(const std::filesystem::path& output, std::uint32_t frame) {
     std::string number = std::to_string(frame);
