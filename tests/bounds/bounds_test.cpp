@@ -81,6 +81,27 @@ TEST(MinMax, FindsItsEndsAtAnyPlaceOfAnyLength) {
     }
 }
 
+// Planes stand where the record says, whatever lies between them.
+TEST(MinMax, FindsPlanesThatAreFurtherApartThanTheirPixels) {
+    Random random(25);
+    for (int round = 0; round < 70; ++round) {
+        const int type = 2 + round % 7, compared = comparedType(type), channels = random(2, 5);
+        TestImage wide({random(8, 20), 3, channels, type});
+        wide.randomise(random);
+        wide.width = u16(random(1, 7));  // and the rows as long as before
+        Pair range{HUGE_VAL, -HUGE_VAL};
+        for (int c = 0; c < channels; ++c) {
+            for (int i = 0; i < int(GetImageSize(&wide)); ++i) {
+                const double v = readElement(GetImageData(&wide, c) + i * wide.bytes(), compared);
+                range = {std::min(range.first, v), std::max(range.second, v)};
+            }
+        }
+        u8 pair[8];
+        MinMaxBound(&wide, pair, pair + wide.bytes());
+        EXPECT_EQ(readPair(pair, 0, compared), range) << type;
+    }
+}
+
 TEST(ComputeBound, ScansTheLuminanceAndDerivesTheDifferences) {
     Random random(22);
     for (int round = 0; round < 900; ++round) {
