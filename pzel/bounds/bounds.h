@@ -53,7 +53,10 @@ PZEL_API void ComputeBound(Image* image);
 /// Computes the data bound of an image whose channels are the components of vectors: (0, largest magnitude of
 /// a component), the same for every channel. Nothing for bit data.
 PZEL_API void ComputeVctBound(Image* image);
-/// Computes an unset data bound; otherwise replaces every pair whose maximum is not above its minimum.
+/// Computes an unset data bound; otherwise replaces every pair whose maximum is not above its minimum. Signed
+/// 16-bit pairs of the first channel of a sub type with bit 0 compare as unsigned and become (0, 65535), also
+/// in an image of that channel alone, SubGrey included (deliberate): -100 … 100 is no range there. Hosts that
+/// show signed greys do without this check; what ComputeBound gives needs none.
 PZEL_API void CheckBound(Image* image);
 /// Writes one pair of the data bound (the members of the image's element type) and marks it as set. The
 /// channel must exist; `min` may be above `max`.
