@@ -3,7 +3,7 @@
 #include "pzel/image/typed_copy.h"
 
 #include <algorithm>
-#include <cassert>
+#include <cmath>
 #include <cstring>
 #include <optional>
 
@@ -337,12 +337,13 @@ void FillFurtherChannels(const Image& dst, const CopyArea& area, int copied) {
 void CopyImage(Image* src, Image* dst, int srcX, int srcY, int dstX, int dstY, int width, int height,
                unsigned short mode) {
     const auto area = pzel::Clip(*src, *dst, srcX, srcY, dstX, dstY, width, height);
-    if (!area) return;
-    assert(src->data && dst->data);
+    if (!area || !src->data || !dst->data || src->channels == 0 || dst->channels == 0) return;
     int channels = std::min(src->channels, dst->channels);
     if (GetSubType(src) != GetSubType(dst) && GetSubType(dst) != SubNotSet) {
-        pzel::convertColourModel(*src, *dst, *area);
-        if (dst->channels != 3) pzel::FillFurtherChannels(*dst, *area, 1);
+        if (pzel::hasElements(GetDataType(src)) && pzel::hasElements(GetDataType(dst))) {
+            pzel::convertColourModel(*src, *dst, *area);
+            if (dst->channels != 3) pzel::FillFurtherChannels(*dst, *area, 1);
+        }
     } else {
         SetSubType(dst, GetSubType(src));
         if (GetDataType(src) != GetDataType(dst)) {

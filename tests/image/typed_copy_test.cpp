@@ -203,6 +203,32 @@ TEST(TypedCopy, LayoutsChangeAtEveryWidth) {
     }
 }
 
+// Codes without elements are sized like bits; records may have no channels and no pixels.
+TEST(TypedCopy, RecordsWithoutElementsChannelsOrPixelsGiveNothing) {
+    Random random(16);
+    for (int round = 0; round < 16 * 16 * 20; ++round) {
+        const auto shape = [&](int type) {
+            return Shape{random(1, 30), random(1, 12), random(0, 4),
+                         type,          random.coin(), random.pick({0, 1, 3, 0x42})};
+        };
+        TestImage src(shape(round % 16)), dst(shape(round / 16 % 16));
+        src.randomise(random);
+        dst.randomise(random);
+        u8* const pixels = src.data;
+        if (round % 9 == 0) src.data = nullptr;
+        const Bytes before = dst.pixels.bytes();
+        const auto hasElements = [](const TestImage& image) {
+            return image.type() % 9 > 0 && image.type() < 9;
+        };
+        const bool nothing = !src.data || src.channels == 0 || dst.channels == 0 ||
+                             (src.imageType != dst.imageType && !(hasElements(src) && hasElements(dst)));
+        copy(src, dst, randomRect(random, 12));
+        src.data = pixels;
+        ASSERT_TRUE(dst.pixels.intact());
+        ASSERT_TRUE(!nothing || same(dst.pixels.bytes(), before)) << src.type() << " to " << dst.type();
+    }
+}
+
 TEST(TypedCopy, NegativeCharModeTreatsNoBorderAndSubTypesNotSetAreTakenOver) {
     TestImage src({4, 4, 1, DataUInt8, true, SubGrey}), dst({9, 9, 1, DataUInt8, true, SubNotSet});
     for (const int mode : {-1, 1}) {
