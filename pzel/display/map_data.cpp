@@ -115,6 +115,11 @@ void MapYuv(const Job& job) {
         if constexpr (std::is_same_v<T, std::uint8_t>)
             if (takesShortCuts() && ByteYuv::fits(levels, highU, highV))
                 return MapYuvRows<Y, C>(job, ByteYuv{rule});
+        if constexpr (std::is_floating_point_v<T>) {
+            if (!fitFloats(levels, highU, highV))
+                return MapYuvRows<Y, C>(
+                    job, YuvRule<WideLuminance, WideDifference, LinearMatrix>{{levels}, {highU}, {highV}});
+        }
         MapYuvRows<Y, C>(job, rule);
         return;
     }
