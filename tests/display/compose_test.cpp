@@ -141,6 +141,30 @@ TEST(ComposeMovie, IsTheBitmapOfASingleOpaqueComponent) {
     }
 }
 
+// Rows of three bytes a pixel that 16 bits cannot count: they overlap, but none leaves the bitmap.
+TEST(ComposeMovie, StaysInBitmapsOfBitsInThreeChannels) {
+    for (const int width : {21845, 21846, 30000}) {
+        const Ref<Comp> comp(AllocComp(1));
+        ConstructImages(comp->images, 1, u16(width), 2, 3, DataBit);
+        const std::size_t bits = comp->images->rowBytes;
+        for (std::size_t i = 0; i < 2 * bits; ++i) comp->images->data[i] = u8(1 + i % 255);
+        const Ref<Movie> movie(new Movie);
+        movie->AddChild(comp.get());
+        Guarded target(std::size_t(width) * 3 * 2);
+        ComposeMovie(movie.get(), {target.data(), 3 * width, width, 2}, {0, std::int16_t(width - 1), 0, 1}, 1,
+                     nullptr);
+        ASSERT_TRUE(target.intact());
+        const std::size_t rowBytes = std::size_t((3 * width + 3) / 4 * 4) & 0xFFFF;
+        ASSERT_EQ(comp->bmpRowBytes, rowBytes);
+        Bytes rows(rowBytes + 3 * width), wanted;
+        for (std::size_t y : {0, 1})
+            std::memcpy(&rows[y * rowBytes], comp->images->data + y * bits, std::min(bits, rowBytes));
+        for (std::size_t y : {0, 1})
+            wanted.insert(wanted.end(), &rows[y * rowBytes], &rows[y * rowBytes] + 3 * width);
+        ASSERT_TRUE(same(target.bytes(), wanted)) << width;
+    }
+}
+
 TEST(ComposeMovie, ComputesWhatIsOutOfDateAndDrawsOutlines) {
     Random random(22);
     const Ref<Movie> movie(new Movie);
