@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 
+#include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
 #include "pzel/component/comp.h"
 #include "pzel/component/data_area.h"
@@ -62,7 +63,11 @@ void SwitchImages(Comp& comp, unsigned char from, unsigned char to) {
     const unsigned char* source = GetBound(first, from);
     for (int i = 1; i < comp.imageFrames; ++i) {
         unsigned char* destination = GetBound(comp.images + i, to);
-        if (source && destination) std::memcpy(destination, source, std::size_t(GetBoundBytes(first)));
+        if (source && destination) {
+            const auto room =
+                std::size_t(comp.images[i].bound + pzel::boundArrayBytes(comp.images[i]) - destination);
+            std::memcpy(destination, source, std::min(std::size_t(GetBoundBytes(first)), room));
+        }
         SetBoundType(comp.images + i, to);
     }
 }

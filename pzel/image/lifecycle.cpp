@@ -282,7 +282,7 @@ void CloneImage(Image* dst, const Image* src) {
         CheckDataArray(dst);
         CopyImageData(const_cast<Image*>(src), dst);
     }
-    if (src->bound) dst->bound = CloneBoundArray(src->bound);
+    dst->bound = CloneBoundArray(*src);
     dst->attachment = CloneAttachment(src->attachment);
 }
 
