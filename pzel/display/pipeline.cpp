@@ -189,8 +189,9 @@ void Comp::ComputeImageBmp(int) {
         bmpHeight = h;
         bmpRowBytes = ComputeBmpLineBytes(w, bits);
     }
-    bmpLeft = static_cast<std::uint16_t>(std::max(dx + left, 0));
-    bmpTop = static_cast<std::uint16_t>(std::max(dy + top, 0));
+    const auto x0 = static_cast<short>(left), y0 = static_cast<short>(top);
+    bmpLeft = static_cast<std::uint16_t>(std::max(dx + x0, 0));
+    bmpTop = static_cast<std::uint16_t>(std::max(dy + y0, 0));
     const auto channelMode = static_cast<unsigned char>(flagsA & CompChannelMask);
     // Room for the bitmap as it is declared, and for every row that is written, wherever the picture starts.
     // Declared rows may be longer than they are apart: 16 bits count no more.
@@ -200,8 +201,7 @@ void Comp::ComputeImageBmp(int) {
     const std::size_t lastRow =
         std::max({std::size_t(bmpRowBytes), declaredRow, MappedRowBytes(*image, w, channelMode)});
     unsigned char* bits = PrepareBitmap(start + bmpRowBytes * rows + lastRow);
-    MapData(bits + start, bmpRowBytes, w, h, image, static_cast<short>(left), static_cast<short>(top),
-            TableOf(*this), channelMode);
+    MapData(bits + start, bmpRowBytes, w, h, image, x0, y0, TableOf(*this), channelMode);
     flagsA &= static_cast<std::uint16_t>(~CompBitmapOutOfDate);
 }
 

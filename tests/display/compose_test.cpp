@@ -30,9 +30,9 @@ Ref<Comp> layer(Random& random, int type, int channels) {
     comp->overlayColour = u8(random.pick({1, 255}));
     if (random(0, 4) == 0) comp->SetVisible(false);
     if (random.coin() && type != DataBit) {
-        comp->dataArea =
-            new SRect{std::int16_t(random(0, image->width - 1)), std::int16_t(image->width - 1),
-                      std::int16_t(random(0, image->height - 1)), std::int16_t(image->height - 1)};
+        comp->dataArea = new SRect{
+            std::int16_t(random(-3, image->width - 1)), std::int16_t(image->width - 1 + random(0, 3)),
+            std::int16_t(random(-3, image->height - 1)), std::int16_t(image->height - 1 + random(0, 3))};
         comp->flagsA |= CompExtentDataArea;
     }
     return comp;
@@ -51,8 +51,9 @@ bool shownAt(Comp& comp, int x, int y, Pixel& out) {
         out = comp.overlayColour == 255 ? Pixel{grey, grey, grey} : Pixel{0, 0, 255};
         return on || comp.overlayColour == 255;
     }
+    const bool inside = x >= 0 && y >= 0 && x < image->width && y < image->height;
     const auto at = [&](int c) {
-        return int(*(GetImageData(comp.images, x, y) + (GetImageData(image, c) - image->data)));
+        return !inside ? 0 : int(*(GetImageData(comp.images, x, y) + (GetImageData(image, c) - image->data)));
     };
     out = image->channels == 3 ? Pixel{at(0), at(1), at(2)} : Pixel{at(0), at(0), at(0)};
     return true;
