@@ -122,11 +122,10 @@ class Chooser {
     }
 
   private:
-    // The library's bound: of a whole picture one range, of 8-bit data the full one.
+    // The library's bound: of a whole picture one range, of 8-bit data the full one. Its check would replace
+    // ranges of 8-bit colour differences and of signed 16-bit greys, which it takes as unsigned.
     Window Computed(int stored) const {
         ComputeBound(&image);
-        // The check takes 8-bit colour differences as unsigned and would replace their range.
-        if (!IsYuv(image)) CheckBound(&image);
         float low = 0;
         float high = 0;
         GetBound(&image, &low, &high, stored);

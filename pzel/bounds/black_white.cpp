@@ -1,6 +1,8 @@
 // Levels by element type, and levels of the spatial bound.
 #include "pzel/bounds/black_white.h"
 
+#include <cstring>
+
 #include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
 #include "pzel/image/convert.h"
@@ -12,6 +14,17 @@ constexpr int kColours = 3;
 template <class T>
 CompBlackWhite Levels(pzel::Pair<T> pair) {
     return {double(pair.low), double(pair.high)};
+}
+
+/// The first pairs of an image's spatial bound, in elements that may be others than the image's own; false
+/// where the array does not reach so far.
+template <class T, std::size_t count>
+bool ReadSpatial(Image* image, pzel::Pair<T> (&pairs)[count], int first) {
+    const unsigned char* spatial = GetSpatialBound(image);
+    const auto room = std::size_t(2 * GetBoundBytes(image)), skipped = std::size_t(first) * sizeof *pairs;
+    if (!spatial || skipped + sizeof pairs > room) return false;
+    std::memcpy(pairs, spatial + skipped, sizeof pairs);
+    return true;
 }
 
 }  // namespace
@@ -37,17 +50,23 @@ CompBlackWhite DefaultBlackWhite(unsigned short compType, ImageDataType type, in
 CompBlackWhite GetSpatialBounds(Image* image, unsigned short compType, ImageDataType type, int channel) {
     if (type == DataBit) return {0, 1};
     CompBlackWhite levels;
-    unsigned char* spatial = GetSpatialBound(image);
-    if (!spatial || channel < 0) return levels;
+    if (channel < 0) return levels;
     if (channel < kColours) {
-        pzel::visitElement(pzel::levelType(compType, type, channel),
-                           [&]<class T>() { levels = Levels(pzel::boundEntry<T>(spatial, channel)); });
+        pzel::visitElement(pzel::levelType(compType, type, channel), [&]<class T>() {
+            pzel::Pair<T> pair[1];
+            if (ReadSpatial(image, pair, channel)) levels = Levels(*pair);
+        });
     } else if (compType == SubColour && channel < 2 * kColours) {
-        alignas(float) unsigned char hsi[kColours * 2 * sizeof(float)];
-        if (pzel::deriveHsi(type, spatial, spatial, hsi))
-            pzel::visitElement(pzel::unsignedType(type), [&]<class T>() {
-                levels = Levels(pzel::boundEntry<T>(hsi, channel - kColours));
+        pzel::visitDisplayElement(type, [&]<class T>() {
+            pzel::Pair<T> spatial[kColours];
+            if (!ReadSpatial(image, spatial, 0)) return;
+            alignas(float) unsigned char hsi[sizeof spatial];
+            auto* bytes = reinterpret_cast<unsigned char*>(spatial);
+            pzel::deriveHsi(type, bytes, bytes, hsi);
+            pzel::visitElement(pzel::unsignedType(type), [&]<class U>() {
+                levels = Levels(pzel::boundEntry<U>(hsi, channel - kColours));
             });
+        });
     }
     return levels;
 }

@@ -28,8 +28,9 @@ PZEL_API CompBlackWhite FullBlackWhite(unsigned short compType, ImageDataType ty
 /// The levels to start with: the full range, for float (0, 255); channels 1 and 2 of float data of type word
 /// 0 get (-128, 128) (deliberate).
 PZEL_API CompBlackWhite DefaultBlackWhite(unsigned short compType, ImageDataType type, int channel);
-/// One pair of an image's spatial bound, read as `type`. With type word 0 channels 3, 4 and 5 are intensity,
-/// saturation and hue, derived from it. The undefined pair for other channels and types; bits give (0, 1).
+/// One pair of an image's spatial bound, read as `type`, which may be another than the image's. With type
+/// word 0 channels 3, 4 and 5 are intensity, saturation and hue, derived from it. The undefined pair for
+/// other channels and types, and for pairs that would lie behind the bound array; bits give (0, 1).
 PZEL_API CompBlackWhite GetSpatialBounds(Image* image, unsigned short compType, ImageDataType type,
                                          int channel);
 /// Writes one pair of an image's spatial bound, truncated toward zero and narrowed to the element type. The

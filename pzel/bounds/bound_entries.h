@@ -8,10 +8,19 @@
 
 namespace pzel {
 
-/// Bytes of every bound array: three sections for 255 channels of the largest element. Writers of defaults
-/// and of copied bounds go by other channel counts than the image's own, and a shape may change after the
-/// array was made; with this size none of them can leave the block.
+/// Bytes of every bound array of our own: three sections for 255 channels of the largest element, as a shape
+/// may change after the array was made. One that a host brought may have no more than boundArrayBytes.
 constexpr std::size_t kBoundArrayBytes = 3 * 255 * 2 * sizeof(std::uint32_t);
+
+/// Bytes of a record's three sections: nothing beyond is read or written, whoever allocated the array.
+inline std::size_t boundArrayBytes(const Image& image) {
+    return std::size_t(3 * 2) * image.channels * std::size_t(DataBytes(image.dataType));
+}
+
+/// Whether the pair of a channel, counted from the data section on, lies in a record's array.
+inline bool holdsEntry(const Image* image, int channel) {
+    return channel >= 0 && channel < 3 * image->channels;
+}
 
 /// The pair of a channel in a section whose elements are T.
 template <class T>
@@ -37,8 +46,8 @@ inline int levelType(unsigned short compType, int type, int channel) {
     return type == DataUInt8 || type == DataUInt16 || type == DataUInt32 ? type + 1 : type;
 }
 
-/// A new bound array with the contents of another.
-unsigned char* CloneBoundArray(const unsigned char* bound);
+/// A new bound array with the contents of an image's; null where it has none.
+unsigned char* CloneBoundArray(const Image& image);
 
 /// Ranges of intensity, saturation and hue of three data pairs against three spatial ones, all of an element
 /// type; the result's integers are unsigned. False for other types than 8 bits, 16 bits and float.

@@ -12,7 +12,7 @@ using pzel::Pair;
 
 namespace {
 
-constexpr int kHsiChannels = 3;
+constexpr int kHsiChannels = 3, kSections = 3;
 
 /// Section 0, 1 or 2; null for an image that has none.
 unsigned char* Section(Image* image, int index) {
@@ -21,32 +21,52 @@ unsigned char* Section(Image* image, int index) {
     return bytes ? image->bound + index * bytes : nullptr;
 }
 
+unsigned char* NewBoundArray() {
+    auto* bound = static_cast<unsigned char*>(::operator new(pzel::kBoundArrayBytes));
+    std::memset(bound, 0, pzel::kBoundArrayBytes);
+    return bound;
+}
+
 bool IsBoundUnset(const Image* image) {
     return !(image->state & (StateBoundSet | StateBoundDefault));
 }
 
+/// At most `room` pairs.
 template <class T>
-void WriteDefaults(unsigned char* entries, unsigned short subType) {
+void WriteDefaults(unsigned char* entries, int room, unsigned short subType) {
     using Signed = std::conditional_t<sizeof(T) == 1, std::int8_t, std::int16_t>;
     using Unsigned = std::make_unsigned_t<Signed>;
     constexpr bool real = std::is_floating_point_v<T>;
     switch (subType) {
-        case SubColour: std::fill_n(&boundEntry<T>(entries, 0), 3, pzel::fullRange<T>()); break;
+        case SubColour:
+            std::fill_n(&boundEntry<T>(entries, 0), std::min(room, 3), pzel::fullRange<T>());
+            break;
         case SubGrey: boundEntry<T>(entries, 0) = pzel::fullRange<T>(); break;
         case SubYuv:
             if constexpr (real) {
                 boundEntry<T>(entries, 0) = pzel::fullRange<T>();
-                std::fill_n(&boundEntry<T>(entries, 1), 2, Pair<T>{-128, 127});
+                std::fill_n(&boundEntry<T>(entries, 1), std::min(room - 1, 2), Pair<T>{-128, 127});
             } else {
                 boundEntry<Unsigned>(entries, 0) = pzel::fullRange<Unsigned>();
-                std::fill_n(&boundEntry<Signed>(entries, 1), 2, pzel::fullRange<Signed>());
+                std::fill_n(&boundEntry<Signed>(entries, 1), std::min(room - 1, 2),
+                            pzel::fullRange<Signed>());
             }
             break;
         default: break;
     }
 }
 
+/// Into a section of an image, and no further than its array goes.
+void WriteDefaults(Image* image, int section, unsigned short subType) {
+    unsigned char* entries = Section(image, section);
+    const int room = (kSections - section) * image->channels;
+    if (entries)
+        pzel::visitDisplayElement(GetDataType(image),
+                                  [&]<class T>() { WriteDefaults<T>(entries, room, subType); });
+}
+
 void StoreEntry(Image* image, AnyType min, AnyType max, int channel) {
+    if (!pzel::holdsEntry(image, channel)) return;
     const std::size_t bytes = std::size_t(DataBytes(image->dataType));
     unsigned char* entry = GetBound(image) + std::size_t(channel) * 2 * bytes;
     std::memcpy(entry, &min, bytes);
@@ -61,12 +81,11 @@ int GetBoundBytes(Image* image) {
 
 void CheckBoundArray(Image* image) {
     if (image->bound || GetBoundBytes(image) == 0) return;
-    image->bound = static_cast<unsigned char*>(::operator new(pzel::kBoundArrayBytes));
-    std::memset(image->bound, 0, pzel::kBoundArrayBytes);
+    image->bound = NewBoundArray();
     if (GetMajorType(image) != MajorPicture) return;
     const unsigned short subType =
         image->channels == 1 ? static_cast<unsigned short>(SubGrey) : GetSubType(image);
-    SetBoundDefault(Section(image, 1), subType, GetDataType(image));
+    WriteDefaults(image, 1, subType);
 }
 
 unsigned char* GetBound(Image* image) {
@@ -91,20 +110,18 @@ unsigned char* GetBound(Image* image, unsigned char type) {
 }
 
 void SetBoundDefault(unsigned char* entries, unsigned short subType, unsigned char dataType) {
-    pzel::visitDisplayElement(dataType, [&]<class T>() { WriteDefaults<T>(entries, subType); });
+    constexpr int most = 3;
+    pzel::visitDisplayElement(dataType, [&]<class T>() { WriteDefaults<T>(entries, most, subType); });
 }
 
 void SetDefaultBound(Image* image) {
-    if (unsigned char* bound = GetBound(image)) {
-        SetBoundDefault(bound, GetSubType(image), GetDataType(image));
-        CopyBoundToSpatialBound(image);
-    }
+    WriteDefaults(image, 0, GetSubType(image));
+    CopyBoundToSpatialBound(image);
     image->state |= StateBoundSet | StateBoundDefault;
 }
 
 void SetDefaultSpatialBounds(Image* image) {
-    if (unsigned char* bound = GetSpatialBound(image))
-        SetBoundDefault(bound, GetSubType(image), GetDataType(image));
+    WriteDefaults(image, 1, GetSubType(image));
 }
 
 void CopyBoundToSpatialBound(Image* image) {
@@ -127,7 +144,7 @@ void GetBound(Image* image, float* min, float* max, int channel) {
     *min = 0;
     *max = 1;
     unsigned char* bound = GetBound(image);
-    if (!bound) return;
+    if (!bound || !pzel::holdsEntry(image, channel)) return;
     pzel::visitElement(pzel::trueType(image, channel), [&]<class T>() {
         const Pair<T>& entry = boundEntry<T>(bound, channel);
         *min = float(entry.low);
@@ -203,9 +220,10 @@ int CompareBounds(Image* a, Image* b) {
 
 namespace pzel {
 
-unsigned char* CloneBoundArray(const unsigned char* bound) {
-    auto* copy = static_cast<unsigned char*>(::operator new(kBoundArrayBytes));
-    std::memcpy(copy, bound, kBoundArrayBytes);
+unsigned char* CloneBoundArray(const Image& image) {
+    if (!image.bound) return nullptr;
+    unsigned char* copy = NewBoundArray();
+    std::memcpy(copy, image.bound, boundArrayBytes(image));
     return copy;
 }
 

@@ -8,6 +8,9 @@
 //
 // The data bound is unset while StateBoundSet and StateBoundDefault are both clear; its contents are then
 // zero.
+//
+// A host may bring an array of its own, made by `operator new`: three sections are enough, as no function
+// reaches beyond 3 * GetBoundBytes.
 #pragma once
 
 #include "pzel/image/image.h"
@@ -53,15 +56,20 @@ PZEL_API void ComputeBound(Image* image);
 /// Computes the data bound of an image whose channels are the components of vectors: (0, largest magnitude of
 /// a component), the same for every channel. Nothing for bit data.
 PZEL_API void ComputeVctBound(Image* image);
-/// Computes an unset data bound; otherwise replaces every pair whose maximum is not above its minimum.
+/// Computes an unset data bound; otherwise replaces every pair whose maximum is not above its minimum. Signed
+/// 16-bit pairs of the first channel of a sub type with bit 0 compare as unsigned and become (0, 65535), also
+/// in an image of that channel alone, SubGrey included (deliberate): -100 … 100 is no range there. Hosts that
+/// show signed greys do without this check; what ComputeBound gives needs none.
 PZEL_API void CheckBound(Image* image);
 /// Writes one pair of the data bound (the members of the image's element type) and marks it as set. The
-/// channel must exist; `min` may be above `max`.
+/// channel must exist, else an entry of another section is written, or none behind the last; `min` may be
+/// above `max`.
 PZEL_API void SetBound(Image* image, AnyType min, AnyType max, int channel);
 /// Writes the same pair for every channel.
 PZEL_API void SetBound(Image* image, AnyType min, AnyType max);
 /// Reads one pair of the data bound as floats, setting defaults first where it is unset. The colour
-/// differences of a sub type with bit 0 are read as signed, its first channel as unsigned. Bits: (0, 1).
+/// differences of a sub type with bit 0 are read as signed, its first channel as unsigned. Bits, and entries
+/// behind the last: (0, 1).
 PZEL_API void GetBound(Image* image, float* min, float* max, int channel);
 /// Maximum minus minimum of one channel, as the float GetBound reads them.
 PZEL_API float GetScale(Image* image, int channel);
@@ -84,8 +92,9 @@ PZEL_API float GetHSIFullScale(unsigned char dataType);
 /// and for 32-bit integers. Creates no bound array.
 PZEL_API int CompareBounds(Image* a, Image* b);
 
-/// Copies the bound array of `src` to `dst`. Equal element types copy all sections; different ones convert
-/// the data bound, repeat it as the spatial bound and derive the HSI bound of a 3-channel colour image.
-/// Different sub types give `dst` its default bound instead; a `dst` of sub type SubNotSet takes the sub type
-/// of `src`. Nothing for bit destinations.
+/// Copies the bound array of `src` to `dst`. Equal element types copy all sections, entry behind entry, as
+/// far as both arrays go (what the source lacks becomes 0); different ones convert the data bound, repeat it
+/// as the spatial bound and derive the HSI bound of a 3-channel colour image. Different sub types give `dst`
+/// its default bound instead; a `dst` of sub type SubNotSet takes the sub type of `src`. Nothing for bit
+/// destinations.
 PZEL_API void CopyBound(Image* dst, Image* src);

@@ -154,9 +154,11 @@ void CheckBound(Image* image) {
     if (!bound) return;
     for (int c = 0; c < image->channels; ++c) {
         int type = GetDataType(image);
-        // 16-bit pairs compare by what the channel holds, 8-bit ones by the image's type, 32-bit ones as
-        // signed.
-        if (type == DataUInt16 || type == DataInt16) type = pzel::trueType(image, c);
+        // 16-bit pairs compare by what the channel of a picture of several holds, also where it is the only
+        // one (deliberate), 8-bit ones by the image's type, 32-bit ones as signed.
+        if (type == DataUInt16 || type == DataInt16)
+            type = GetTrueDataType(GetSubType(image) & SubSignedBit, std::max<int>(image->channels, 2), c,
+                                   static_cast<unsigned char>(type));
         if (type == DataUInt32) type = DataInt32;
         pzel::visitElement(type, [&]<class T>() {
             Pair<T>& entry = boundEntry<T>(bound, c);

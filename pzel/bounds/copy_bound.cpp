@@ -54,11 +54,17 @@ void ConvertEntry(int sourceType, unsigned char* source, int type, unsigned char
     });
 }
 
+/// Whole arrays; of another number of channels what the source holds, and zeros behind it.
+void CopyArray(unsigned char* to, std::size_t bytes, const unsigned char* from, std::size_t held) {
+    if (!from) return;
+    std::memcpy(to, from, std::min(bytes, held));
+    if (bytes > held) std::memset(to + held, 0, bytes - held);
+}
+
 }  // namespace
 
 void CopyBound(Image* dst, Image* src) {
-    const int section = GetBoundBytes(dst);
-    if (section == 0) return;
+    if (GetBoundBytes(dst) == 0) return;
     if (GetSubType(dst) == SubNotSet) {
         SetSubType(dst, GetSubType(src));
     } else if (GetSubType(dst) != GetSubType(src)) {
@@ -68,11 +74,11 @@ void CopyBound(Image* dst, Image* src) {
     unsigned char* to = GetBound(dst);
     unsigned char* from = GetBound(src);
     if (GetDataType(dst) == GetDataType(src)) {
-        if (from) std::memcpy(to, from, std::size_t(3 * section));
+        CopyArray(to, pzel::boundArrayBytes(*dst), from, pzel::boundArrayBytes(*src));
         return;
     }
-    // By the source's channel count, also where the destination has fewer: the array has room for all.
-    for (int c = 0; c < src->channels; ++c)
+    // By the source's channel count, also where the destination has fewer, as far as its array goes.
+    for (int c = 0; c < src->channels && pzel::holdsEntry(dst, c); ++c)
         ConvertEntry(pzel::trueType(src, c), from, pzel::trueType(dst, c), to, c);
     CopyBoundToSpatialBound(dst);
     if (dst->channels == 3 && GetSubType(dst) == SubColour) pzel::DeriveHsiBound(dst);

@@ -7,6 +7,7 @@
 
 #include "pzel/image/element.h"
 #include "pzel/image/instruction_set.h"
+#include "pzel/image/lifecycle.h"
 
 using pzel::Pair;
 
@@ -56,11 +57,11 @@ template <class T>
 Pair<T> ImageRange(const Image* image) {
     const std::size_t plane = GetImageSize(image);
     if (!image->data || plane == 0 || image->channels == 0) return {};
-    const T* data = reinterpret_cast<const T*>(image->data);
-    if (IsInterleaved(image)) return MinMax(data, GetImageVolume(image));
-    Pair<T> range = MinMax(data, plane);
-    for (std::size_t c = 1; c < image->channels; ++c) {
-        const Pair<T> next = MinMax(data + c * plane, plane);
+    const auto start = [&](int channel) { return reinterpret_cast<const T*>(GetImageData(image, channel)); };
+    if (IsInterleaved(image)) return MinMax(start(0), GetImageVolume(image));
+    Pair<T> range = MinMax(start(0), plane);
+    for (int c = 1; c < image->channels; ++c) {
+        const Pair<T> next = MinMax(start(c), plane);
         range = {next.low < range.low ? next.low : range.low,
                  next.high > range.high ? next.high : range.high};
     }

@@ -55,7 +55,8 @@ class PZEL_API Comp final : public IComponent {
     std::uint8_t bmpBits;        ///< bits per pixel; 0: no bitmap can be made
     std::uint8_t overlayColour;  ///< the application's; 255 after CompInit
     unsigned char* bitmap;       ///< the display bitmap, owned; free it with DeleteBitmap
-    SRect* dataArea;             ///< owned; the rectangle that is shown in extent mode 1
+    SRect* dataArea;             ///< owned; the rectangle that is shown in extent mode 1, not turned over;
+                                 ///< what of it lies outside the image shows nothing
     Zel::Remapper* remapper;     ///< owned; or null
     std::uint16_t flagsA;        ///< CompFlagsA
     std::uint16_t flagsB;        ///< CompFlagsB

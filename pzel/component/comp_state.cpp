@@ -148,8 +148,9 @@ void Comp::SetLocation(int left, int top) {
     const SRect before = GetCompExtent();
     if (before.left == left && before.top == top) return;
     const bool byArea = pzel::showsDataArea(*this);
-    x = static_cast<std::int16_t>(byArea ? left - dataArea->left : left);
-    y = static_cast<std::int16_t>(byArea ? top - dataArea->top : top);
+    using Wide = long long;
+    x = static_cast<std::int16_t>(byArea ? Wide{left} - dataArea->left : left);
+    y = static_cast<std::int16_t>(byArea ? Wide{top} - dataArea->top : top);
     if (left == 0 && top == 0 && parent != nullptr && parent->GetNumbChildren() == 0) {
         NotifyObserver(EventChildRemoved, reinterpret_cast<std::intptr_t>(parent));
     }

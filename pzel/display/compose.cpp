@@ -149,16 +149,28 @@ int ZoomedSize(int size, signed char zoom) {
     return zoom >= 2 ? size * zoom : (size + std::max(-int(zoom), 1) - 1) / std::max(-int(zoom), 1);
 }
 
+struct Corner {
+    int x, y;
+};
+
+/// Where the shown picture stands in the movie. Bitmaps of pictures start where the component's image does,
+/// or where a data area does that reaches out in front of it; overlays start with what they show of it.
+Corner CornerOf(Comp& comp) {
+    const SRect place = comp.GetCompExtent();
+    if (comp.GetCompMType() != MajorPicture) return {place.left, place.top};
+    const bool own = showsDataArea(comp) && !comp.flatComp;
+    const int inFrontX = own ? std::min<int>(comp.dataArea->left, 0) : 0;
+    const int inFrontY = own ? std::min<int>(comp.dataArea->top, 0) : 0;
+    return {comp.x + comp.bmpLeft + inFrontX, comp.y + comp.bmpTop + inFrontY};
+}
+
 void DrawComponent(Comp& comp, const Canvas& canvas, const SRect& area, signed char zoom, int bitsPerPixel) {
     if (!comp.bitmap || (comp.flagsA & CompBitmapOutOfDate)) comp.ComputeBitmap(-1);
     const ShownBitmap shown = comp.GetShownBitmap();
     const bool fits = shown.bits == 1 || shown.bits == 8 || shown.bits == bitsPerPixel;
     if (!shown.pixels || !fits || shown.bits > bitsPerPixel) return;
-    // Bitmaps of pictures start where the component's image does; overlays start with what they show of it.
-    const bool picture = comp.GetCompMType() == MajorPicture;
-    const SRect place = comp.GetCompExtent();
-    const Start x((picture ? comp.x + comp.bmpLeft : place.left) - area.left, zoom);
-    const Start y((picture ? comp.y + comp.bmpTop : place.top) - area.top, zoom);
+    const Corner corner = CornerOf(comp);
+    const Start x(corner.x - area.left, zoom), y(corner.y - area.top, zoom);
     canvas.Draw(
         comp,
         {shown.pixels, shown.rowBytes, shown.width, shown.height, x.place, y.place, x.skipped, y.skipped},

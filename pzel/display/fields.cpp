@@ -33,7 +33,7 @@ OwnedImage NewField(const Image& frame, int width, int height) {
     field->channels = frame.channels;
     ComputeRowBytes(field.get());
     CheckDataArray(field.get());
-    if (frame.bound) field->bound = pzel::CloneBoundArray(frame.bound);
+    field->bound = pzel::CloneBoundArray(frame);
     field->state = static_cast<std::uint8_t>(frame.state & ~StateFreeData);
     return field;
 }

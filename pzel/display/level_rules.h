@@ -4,7 +4,7 @@
 //   Linear       levels without a table, rounded
 //   Table        levels through a table of 512 entries, truncated
 //   TableDirect  the full range of 8 or unsigned 16 bits through a table, without arithmetic
-//   Guarded      any levels and table whose scale is no usable number
+//   Guarded      any levels and table whose scale is no usable number, exactly
 //
 // ruleKind chooses, withPlainRule constructs; fast_rules.h has faster forms of some, and those of 8-bit data
 // are rare here. All arithmetic is in single precision; a value that is not a number
@@ -89,7 +89,8 @@ struct TableDirect {
     const unsigned char* table;
 };
 
-/// Equal, inverted or immense levels: the comparisons decide first, and no conversion overflows.
+/// Equal, inverted, immense or all but equal levels: the comparisons decide first, and what lies between is
+/// found in double precision where floats have no scale for it.
 template <class T>
 struct Guarded {
     static constexpr bool isRare = true;
@@ -101,14 +102,21 @@ struct Guarded {
         if (v >= white && v > black) {
             index = top;
         } else if (v > black) {
-            const float t = (float(v) - float(black)) * (float(top) / range) + (table ? 0.0f : 0.5f);
-            index = t >= float(top) ? top : int(t > 0 ? t : 0.0f);
+            const float scale = float(top) / range, start = table ? 0.0f : 0.5f;
+            const double t = std::isnormal(scale) ? double((float(v) - float(black)) * scale + start)
+                                                  : exactly(v, top) + double(start);
+            index = t >= top ? top : int(t > 0 ? t : 0.0);
         }
         return table ? table[index] : std::uint8_t(index);
     }
     T black, white;
     const unsigned char* table;
     float range;
+
+  private:
+    double exactly(T v, int top) const {
+        return (double(v) - double(black)) * top / (double(white) - double(black));
+    }
 };
 
 enum class RuleKind { Identity, Linear, Table, TableDirect, Guarded };

@@ -3,7 +3,6 @@
 #include "pzel/display/map_data.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cstring>
 
 #include "pzel/bounds/bound_entries.h"
@@ -30,19 +29,27 @@ struct Job {
     Pair<T> levels(int channel) const {
         return boundEntry<T>(GetBound(image), channel);
     }
-    /// False for an empty rectangle; one that leaves the image is the caller's fault.
-    bool hasPixels() const {
-        assert(x >= 0 && y >= 0 && x + width <= image->width && y + height <= image->height);
-        return width > 0 && height > 0;
+    /// Leaves out what lies outside the image; false where nothing stays. `pixelBytes` are those of one pixel
+    /// of the rows that are written.
+    bool clip(int pixelBytes) {
+        const int left = std::max(-x, 0), top = std::max(-y, 0);
+        x += left;
+        y += top;
+        width = std::min(width - left, image->width - x);
+        height = std::min(height - top, image->height - y);
+        if (width <= 0 || height <= 0) return false;
+        out.origin = out.row(top) + left * pixelBytes;
+        return true;
     }
     const unsigned char* table(int channel) const { return lut ? lut + channel * kTableEntries : nullptr; }
 };
 
-/// Bits are copied as they are, whole rows of the image from its start.
+/// Bits are copied as they are, whole rows of the image from its start, as far as a row that is written goes.
 void CopyBitRows(const Job& job) {
-    for (int y = 0; y < job.height; ++y)
-        std::memcpy(job.out.row(y), job.image->data + std::ptrdiff_t(y) * job.image->rowBytes,
-                    job.image->rowBytes);
+    const std::ptrdiff_t rowBytes = job.image->rowBytes;
+    const auto bytes = std::size_t(std::min(rowBytes, job.out.rowStep));
+    for (int y = 0; y < std::min<int>(job.height, job.image->height); ++y)
+        std::memcpy(job.out.row(y), job.image->data + y * rowBytes, bytes);
 }
 
 /// One channel as one byte a pixel.
@@ -115,6 +122,11 @@ void MapYuv(const Job& job) {
         if constexpr (std::is_same_v<T, std::uint8_t>)
             if (takesShortCuts() && ByteYuv::fits(levels, highU, highV))
                 return MapYuvRows<Y, C>(job, ByteYuv{rule});
+        if constexpr (std::is_floating_point_v<T>) {
+            if (!fitFloats(levels, highU, highV))
+                return MapYuvRows<Y, C>(
+                    job, YuvRule<WideLuminance, WideDifference, LinearMatrix>{{levels}, {highU}, {highV}});
+        }
         MapYuvRows<Y, C>(job, rule);
         return;
     }
@@ -185,12 +197,12 @@ void VisitShownElement(int typeCode, F&& f) {
 
 void MapData(unsigned char* dst, unsigned short dstRowBytes, unsigned short width, unsigned short height,
              Image* image, short x0, short y0, const unsigned char* lut, unsigned char channelMode) {
-    if (!image->data) return;
-    const pzel::Job job{image, x0, y0, width, height, {dst, dstRowBytes}, lut};
+    if (!image->data || image->channels == 0) return;
+    pzel::Job job{image, x0, y0, width, height, {dst, dstRowBytes}, lut};
     if (GetDataType(image) == DataBit) return pzel::CopyBitRows(job);
     if (pzel::IsShownJointly(image, channelMode))
         return MapDataHSI(dst, dstRowBytes, width, height, image, x0, y0, lut);
-    if (!job.hasPixels()) return;
+    if (!job.clip(image->channels == 3 && channelMode == 0 ? 3 : 1)) return;
     pzel::VisitShownElement(GetDataType(image), [&]<class T>() {
         if (image->channels == 1) pzel::MapChannel<T>(job, 0);
         if (image->channels == 3) pzel::MapThree<T>(job, channelMode);
@@ -199,7 +211,7 @@ void MapData(unsigned char* dst, unsigned short dstRowBytes, unsigned short widt
 
 void MapDataHSI(unsigned char* dst, unsigned short dstRowBytes, unsigned short width, unsigned short height,
                 Image* image, short x0, short y0, const unsigned char* lut) {
-    const pzel::Job job{image, x0, y0, width, height, {dst, dstRowBytes}, lut};
-    if (image->data && image->channels == 3 && GetSubType(image) != SubYuv && job.hasPixels())
+    pzel::Job job{image, x0, y0, width, height, {dst, dstRowBytes}, lut};
+    if (image->data && image->channels == 3 && GetSubType(image) != SubYuv && job.clip(3))
         pzel::MapJointColour(job);
 }

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 
+#include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
 #include "pzel/component/comp.h"
 #include "pzel/component/data_area.h"
@@ -22,9 +23,9 @@ std::size_t StartOffset(int rowBytes, int bits, int left, int top) {
     return std::size_t(rowBytes) * std::size_t(top) + std::size_t(bits) * std::size_t(left) / 8;
 }
 
-/// Bytes that MapData writes for one row.
+/// Bytes that MapData writes for one row, also where that is more than rows are apart.
 std::size_t MappedRowBytes(const Image& image, int width, unsigned char channelMode) {
-    if (GetDataType(&image) == DataBit) return image.rowBytes;
+    if (GetDataType(&image) == DataBit) return 0;
     return std::size_t(width) * (image.channels == 3 && channelMode == 0 ? 3 : 1);
 }
 
@@ -32,16 +33,24 @@ const unsigned char* TableOf(const Comp& comp) {
     return comp.remapper ? comp.remapper->GetLookupTable() : nullptr;
 }
 
-/// Copies a boundary image, two bit rows for each image row; both row lengths speak of the pair.
-void CopyBoundaryRows(unsigned char* dst, int dstRowBytes, const unsigned char* src, int srcRowBytes,
-                      int width, int height, int shift) {
-    assert(srcRowBytes / 2 >= (width + 7) / 8 || height == 0);
-    const int rows = std::uint16_t(2 * height);
-    for (int y = 0; y < rows; ++y, dst += dstRowBytes / 2, src += srcRowBytes / 2) {
-        if (shift == 0)
+/// Copies a boundary image from (left, top) on, as far as both reach: two bit rows for each image row; both
+/// row lengths speak of the pair.
+void CopyBoundaryRows(unsigned char* dst, const Comp& comp, const Image& image, int left, int top) {
+    const int skippedX = std::max(-left, 0), skippedY = std::max(-top, 0);
+    const int x = left + skippedX, y = top + skippedY;
+    const int srcStep = image.rowBytes / 2, dstStep = comp.bmpRowBytes / 2;
+    const int width = std::min(comp.bmpWidth - skippedX, std::min<int>(image.width, 8 * srcStep) - x);
+    const int height = std::min(comp.bmpHeight - skippedY, image.height - y);
+    if (width <= 0 || height <= 0) return;
+    const int rows = std::uint16_t(2 * height), from = x % 8, to = skippedX % 8;
+    const unsigned char* src = image.data + std::ptrdiff_t(y) * image.rowBytes + x / 8;
+    dst += std::ptrdiff_t(2 * skippedY) * dstStep + skippedX / 8;
+    for (int row = 0; row < rows; ++row, dst += dstStep, src += srcStep) {
+        if (from == 0 && to == 0)
             std::memcpy(dst, src, std::size_t(width + 7) / 8);
         else
-            CopyBits(dst, src, static_cast<unsigned short>(width), 0, static_cast<unsigned char>(shift));
+            CopyBits(dst, src, static_cast<unsigned short>(width), static_cast<unsigned char>(to),
+                     static_cast<unsigned char>(from));
     }
 }
 
@@ -54,7 +63,11 @@ void SwitchImages(Comp& comp, unsigned char from, unsigned char to) {
     const unsigned char* source = GetBound(first, from);
     for (int i = 1; i < comp.imageFrames; ++i) {
         unsigned char* destination = GetBound(comp.images + i, to);
-        if (source && destination) std::memcpy(destination, source, std::size_t(GetBoundBytes(first)));
+        if (source && destination) {
+            const auto room =
+                std::size_t(comp.images[i].bound + pzel::boundArrayBytes(comp.images[i]) - destination);
+            std::memcpy(destination, source, std::min(std::size_t(GetBoundBytes(first)), room));
+        }
         SetBoundType(comp.images + i, to);
     }
 }
@@ -68,6 +81,7 @@ void Comp::GetValidDataArea(unsigned short& left, unsigned short& top, unsigned 
 void Comp::GetValidDataArea(Image* image, unsigned short& left, unsigned short& top, unsigned short& w,
                             unsigned short& h) {
     if (pzel::showsDataArea(*this)) {
+        assert(pzel::widthOf(*dataArea) >= 0 && pzel::heightOf(*dataArea) >= 0);
         left = static_cast<unsigned short>(dataArea->left);
         top = static_cast<unsigned short>(dataArea->top);
         w = static_cast<unsigned short>(pzel::widthOf(*dataArea));
@@ -175,16 +189,19 @@ void Comp::ComputeImageBmp(int) {
         bmpHeight = h;
         bmpRowBytes = ComputeBmpLineBytes(w, bits);
     }
-    bmpLeft = static_cast<std::uint16_t>(std::max(dx + left, 0));
-    bmpTop = static_cast<std::uint16_t>(std::max(dy + top, 0));
+    const auto x0 = static_cast<short>(left), y0 = static_cast<short>(top);
+    bmpLeft = static_cast<std::uint16_t>(std::max(dx + x0, 0));
+    bmpTop = static_cast<std::uint16_t>(std::max(dy + y0, 0));
     const auto channelMode = static_cast<unsigned char>(flagsA & CompChannelMask);
     // Room for the bitmap as it is declared, and for every row that is written, wherever the picture starts.
+    // Declared rows may be longer than they are apart: 16 bits count no more.
     const std::size_t start = StartOffset(bmpRowBytes, bmpBits, bmpLeft, bmpTop);
     const std::size_t rows = std::max(h, bmpHeight);
-    const std::size_t lastRow = std::max<std::size_t>(bmpRowBytes, MappedRowBytes(*image, w, channelMode));
+    const std::size_t declaredRow = (std::size_t(bmpBits) * bmpWidth + 7) / 8;
+    const std::size_t lastRow =
+        std::max({std::size_t(bmpRowBytes), declaredRow, MappedRowBytes(*image, w, channelMode)});
     unsigned char* bits = PrepareBitmap(start + bmpRowBytes * rows + lastRow);
-    MapData(bits + start, bmpRowBytes, w, h, image, static_cast<short>(left), static_cast<short>(top),
-            TableOf(*this), channelMode);
+    MapData(bits + start, bmpRowBytes, w, h, image, x0, y0, TableOf(*this), channelMode);
     flagsA &= static_cast<std::uint16_t>(~CompBitmapOutOfDate);
 }
 
@@ -192,7 +209,7 @@ void Comp::ComputeBoundaryBmp() {
     short dx, dy;
     unsigned short left, top, w, h;
     const Image* image = GetFlatImage(dx, dy, left, top, w, h);
-    if (!image || !image->data) return;
+    if (!image || !image->data || image->channels == 0) return;
     const bool part = pzel::showsDataArea(*this);
     if (!bitmap) {
         bmpBits = 1;
@@ -203,14 +220,7 @@ void Comp::ComputeBoundaryBmp() {
     bmpLeft = bmpTop = 0;
     const std::size_t line = std::size_t(bmpWidth + 7) / 8;
     unsigned char* bits = PrepareBitmap(std::size_t(bmpRowBytes) * bmpHeight + line);
-    const unsigned char* source = image->data;
-    int shift = 0;
-    if (part) {
-        source += std::ptrdiff_t(dataArea->top) * image->rowBytes + dataArea->left / 8;
-        shift = dataArea->left % 8;
-    }
-    assert(shift >= 0);
-    CopyBoundaryRows(bits, bmpRowBytes, source, image->rowBytes, bmpWidth, bmpHeight, shift);
+    CopyBoundaryRows(bits, *this, *image, part ? dataArea->left : 0, part ? dataArea->top : 0);
     flagsA &= static_cast<std::uint16_t>(~CompBitmapOutOfDate);
 }
 

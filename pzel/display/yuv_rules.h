@@ -1,6 +1,7 @@
 // From luminance and two colour differences to blue, green and red bytes: linear, or through three tables.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <type_traits>
 
@@ -60,6 +61,31 @@ struct LinearDifference {
         return value > -limit ? u : -127.5f;
     }
     float limit, scale;
+};
+
+/// Whether floats reach as far as levels and limits are apart; else the next two are needed.
+inline bool fitFloats(Pair<float> levels, float highU, float highV) {
+    return std::isfinite(levels.high - levels.low) && std::isfinite(2 * highU) && std::isfinite(2 * highV);
+}
+
+/// LinearLuminance in double precision.
+struct WideLuminance {
+    static constexpr bool isRare = true;
+    float operator()(float v) const {
+        if (!(v > levels.low)) return 0;
+        if (v >= levels.high) return 255;
+        return float((double(v) - levels.low) * 255 / (double(levels.high) - levels.low));
+    }
+    Pair<float> levels;
+};
+
+/// LinearDifference in double precision.
+struct WideDifference {
+    float operator()(float v) const {
+        if (!(v > -limit)) return -127.5f;
+        return v >= limit ? 127.5f : float(double(v) * 127.5 / limit);
+    }
+    float limit;
 };
 
 /// A colour difference through a table of its magnitudes, with its sign.

@@ -55,10 +55,13 @@ PZEL_API void InvertImage(Image* image);
 /// The next length that suits a transform: powers of two and the three-quarter steps between them; 3 stays 3.
 /// The largest such int where the next one is none.
 PZEL_API int Make2Power(int n);
-/// Writes the value of pixel (x, y) as text into `out`, which must be large enough (128 bytes are): up to
-/// three channels, colour as red, green, blue; for an image of type 0x0501, whose data are a mapping record
-/// (eight floats and a kind), the displacement of (x, y). Bits are counted from the least significant one
-/// here (deliberate). Empty for unknown types and images without data.
+/// Bytes that printData writes at most, the end of the text included: of three floats of any size, 144, and
+/// a few for a decimal point of several bytes.
+constexpr int kPixelTextBytes = 160;
+/// Writes the value of pixel (x, y) as text into `out`, which must hold kPixelTextBytes bytes: up to three
+/// channels, colour as red, green, blue; for an image of type 0x0501, whose data are a mapping record (eight
+/// floats and a kind), the displacement of (x, y). Bits are counted from the least significant one here
+/// (deliberate). Empty for unknown types and images without data.
 PZEL_API void printData(Image* image, int x, int y, char* out);
 /// Sets every element of channel c to values[c], for any type; bits all to whether values[0].uint8 is not 0.
 /// For 3 channels values[0] and values[2] are exchanged first, in the caller's array, and stay exchanged

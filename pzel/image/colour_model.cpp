@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "pzel/bounds/bound_entries.h"
+#include "pzel/image/convert.h"
 #include "pzel/image/copy_area.h"
 #include "pzel/image/plane.h"
 
@@ -31,17 +32,34 @@ struct Block {
 };
 
 /// How elements of a channel relate to normalised values: value = origin + unit * normalised.
+template <class Real>
 struct Normal {
-    float origin;
-    float unit;
+    Real origin;
+    Real unit;
 };
 
 /// Differences reach from -1 to 1 over the high end of their pair on both sides; everything else from 0 to 1
 /// over its pair.
-template <class T>
-Normal NormalOf(Pair<T> pair, bool difference) {
-    if (difference) return {0, float(pair.high)};
-    return {float(pair.low), float(pair.high) - float(pair.low)};
+template <class Real, class T>
+Normal<Real> NormalOf(Pair<T> pair, bool difference) {
+    if (difference) return {0, Real(pair.high)};
+    return {Real(pair.low), Real(pair.high) - Real(pair.low)};
+}
+
+/// Calls f with the relation in single precision, or in double where floats do not reach from end to end.
+template <class T, class F>
+void WithNormal(Pair<T> pair, bool difference, F&& f) {
+    const auto normal = NormalOf<float>(pair, difference);
+    if constexpr (std::is_same_v<T, float>)
+        if (!std::isfinite(normal.unit)) return f(NormalOf<double>(pair, difference));
+    f(normal);
+}
+
+float ToFloat(float v) {
+    return v;
+}
+float ToFloat(double v) {
+    return narrowWide<float>(v);
 }
 
 template <class F>
@@ -85,13 +103,15 @@ struct Side {
     void load(Block& block, int x, int y) const {
         for (int c = 0; c < channels(); ++c) {
             VisitAny(trueType(&image, c), [&]<class T>() {
-                const Normal normal = NormalOf(PairOf<T>(image, c, byBounds), isDifference(c));
-                const float scale = normal.unit != 0 ? 1 / normal.unit : 0;
-                withRows<const T>(image, c, x, y, [&](const auto& rows) {
-                    const auto row = rows.row(0);
-                    for (int i = 0; i < block.count; ++i)
-                        block.channel[c][i] = (float(row[i]) - normal.origin) * scale;
-                });
+                WithNormal(PairOf<T>(image, c, byBounds), isDifference(c),
+                           [&]<class Real>(Normal<Real> normal) {
+                               const Real scale = normal.unit != 0 ? 1 / normal.unit : 0;
+                               withRows<const T>(image, c, x, y, [&](const auto& rows) {
+                                   const auto row = rows.row(0);
+                                   for (int i = 0; i < block.count; ++i)
+                                       block.channel[c][i] = ToFloat((Real(row[i]) - normal.origin) * scale);
+                               });
+                           });
             });
         }
     }
@@ -99,12 +119,15 @@ struct Side {
     void store(const Block& block, int x, int y) const {
         for (int c = 0; c < channels(); ++c) {
             VisitAny(trueType(&image, c), [&]<class T>() {
-                const Normal normal = NormalOf(PairOf<T>(image, c, byBounds), isDifference(c));
-                withRows<T>(image, c, x, y, [&](const auto& rows) {
-                    const auto row = rows.row(0);
-                    for (int i = 0; i < block.count; ++i)
-                        row[i] = Rounded<T>(block.channel[c][i] * normal.unit + normal.origin);
-                });
+                WithNormal(
+                    PairOf<T>(image, c, byBounds), isDifference(c), [&]<class Real>(Normal<Real> normal) {
+                        withRows<T>(image, c, x, y, [&](const auto& rows) {
+                            const auto row = rows.row(0);
+                            for (int i = 0; i < block.count; ++i)
+                                row[i] =
+                                    Rounded<T>(ToFloat(block.channel[c][i] * normal.unit + normal.origin));
+                        });
+                    });
             });
         }
     }

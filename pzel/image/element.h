@@ -9,6 +9,11 @@
 
 namespace pzel {
 
+/// Whether an element type code stands for elements; rows of all others are merely sized, like bits.
+constexpr bool hasElements(int typeCode) {
+    return typeCode >= DataBit && typeCode <= DataFloat;
+}
+
 /// calls `f.operator()<T>()` with the element type of a code from 2 to 8. Other codes: false, and f is not
 /// called.
 template <class F>

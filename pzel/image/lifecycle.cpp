@@ -3,7 +3,6 @@
 #include "pzel/image/lifecycle.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -148,7 +147,10 @@ Image* NewImage(Image* like, int channels) {
 
 Image* DuplicateImage(Image* source) {
     Image* copy = NewImage(source);
-    CopyImageData(source, copy);
+    if (source->data)
+        CopyImageData(source, copy);
+    else
+        ClearImage(copy);
     return copy;
 }
 
@@ -221,9 +223,8 @@ void SetImageData(Image* image, unsigned char* data, bool libraryOwned) {
 }
 
 void CopyImageData(Image* source, Image* destination) {
-    const std::size_t bytes = GetImageTotalBytes(source);
-    assert(bytes == 0 || (source->data && destination->data));
-    if (bytes) std::memmove(destination->data, source->data, bytes);
+    if (source->data && destination->data)
+        std::memmove(destination->data, source->data, GetImageTotalBytes(source));
 }
 
 void CopyImage(Image* source, Image* destination) {
@@ -281,7 +282,7 @@ void CloneImage(Image* dst, const Image* src) {
         CheckDataArray(dst);
         CopyImageData(const_cast<Image*>(src), dst);
     }
-    if (src->bound) dst->bound = CloneBoundArray(src->bound);
+    dst->bound = CloneBoundArray(*src);
     dst->attachment = CloneAttachment(src->attachment);
 }
 

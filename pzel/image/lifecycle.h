@@ -40,7 +40,7 @@ PZEL_API Image* NewImage(Image* like);
 /// The same with another number of channels. `rowBytes` is taken over: call ComputeRowBytes where the layout
 /// is interleaved. The buffer is large enough for both row lengths.
 PZEL_API Image* NewImage(Image* like, int channels);
-/// A new record shaped like `source` with a copy of its pixels.
+/// A new record shaped like `source` with a copy of its pixels; zeros where it has none.
 PZEL_API Image* DuplicateImage(Image* source);
 /// Allocates the pixel buffer where there is none.
 /// @throws std::bad_array_new_length for a row over 65,535 bytes or a total over 4 GiB - 1; the record stays
@@ -71,7 +71,8 @@ PZEL_API unsigned char* GetImageData(Image* image, int x, int y);
 /// nothing. Where `libraryOwned` is false, `free` will release the buffer; true leaves the mark as it is.
 PZEL_API void SetImageData(Image* image, unsigned char* data, bool libraryOwned);
 
-/// Copies GetImageTotalBytes(source) bytes of pixels; the destination must hold them.
+/// Copies GetImageTotalBytes(source) bytes of pixels; the destination must hold them. Nothing where either
+/// has no data.
 PZEL_API void CopyImageData(Image* source, Image* destination);
 /// CopyImageData where width, height and channels are equal; otherwise nothing. Type and layout are not
 /// compared.

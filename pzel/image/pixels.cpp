@@ -1,4 +1,5 @@
 // Whole images and single pixels of any element type: inversion, filling, and a pixel as text.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <utility>
@@ -19,7 +20,24 @@ struct MappingRecord {
     std::int32_t kind;  // 0 scale and shift, 1 affine, 2 projective
 };
 
-void PrintDisplacement(const Image* image, float x, float y, char* out) {
+/// A text that ends within kPixelTextBytes.
+class Text {
+  public:
+    explicit Text(char* out) : end(out) { *end = '\0'; }
+    template <class... Values>
+    void add(const char* format, Values... values) {
+        const int wanted = std::snprintf(end, left, format, values...);
+        const std::size_t length = std::min(std::size_t(std::max(wanted, 0)), left - 1);
+        end += length;
+        left -= length;
+    }
+
+  private:
+    char* end;
+    std::size_t left = kPixelTextBytes;
+};
+
+void PrintDisplacement(const Image* image, float x, float y, Text& out) {
     MappingRecord record;
     std::memcpy(&record, image->data, sizeof record);
     const float* m = record.m;
@@ -38,7 +56,7 @@ void PrintDisplacement(const Image* image, float x, float y, char* out) {
         }
         default: break;  // no displacement
     }
-    std::sprintf(out, "%f %f", double(u - x), double(v - y));
+    out.add("%f %f", double(u - x), double(v - y));
 }
 
 /// One bit, counted from the least significant one of its byte, unlike everywhere else (deliberate).
@@ -61,14 +79,13 @@ double ElementValue(const Image* image, int type, int x, int y, int channel) {
 
 /// Up to three numbers, in the given order of channels.
 void PrintChannels(const Image* image, int x, int y, const int* order, int count, const char* realFormat,
-                   bool signedChroma, char* out) {
-    *out = '\0';
+                   bool signedChroma, Text& out) {
     for (int i = 0; i < count; ++i) {
         const int c = order[i];
         int type = GetDataType(image);
-        if (i > 0) out += std::sprintf(out, " ");
+        if (i > 0) out.add("%s", " ");
         if (type == DataFloat) {
-            out += std::sprintf(out, realFormat, ElementValue(image, type, x, y, c));
+            out.add(realFormat, ElementValue(image, type, x, y, c));
             continue;
         }
         if (signedChroma && c > 0)
@@ -76,7 +93,7 @@ void PrintChannels(const Image* image, int x, int y, const int* order, int count
         if (type == DataUInt32) type = DataInt32;  // printed as what %d makes of it
         const int value =
             type == DataBit ? BitValue(image, x, y, c) : int(ElementValue(image, type, x, y, c));
-        out += std::sprintf(out, "%d", value);
+        out.add("%d", value);
     }
 }
 
@@ -105,17 +122,16 @@ void InvertImage(Image* image) {
 }
 
 void printData(Image* image, int x, int y, char* out) {
-    *out = '\0';
-    const int type = GetDataType(image);
+    Text text(out);
     if (!image->data) return;
-    if (GetImageType(image) == kMappingType) return PrintDisplacement(image, float(x), float(y), out);
-    if (type == DataNone || type > DataFloat) return;
+    if (GetImageType(image) == kMappingType) return PrintDisplacement(image, float(x), float(y), text);
+    if (!pzel::hasElements(GetDataType(image))) return;
     static constexpr int forward[] = {0, 1, 2}, backward[] = {2, 1, 0};
     if (image->channels >= 3 && GetSubType(image) == SubColour)
-        PrintChannels(image, x, y, backward, 3, "%.3f", false, out);
+        PrintChannels(image, x, y, backward, 3, "%.3f", false, text);
     else
         PrintChannels(image, x, y, forward, image->channels < 3 ? image->channels : 3, "%f",
-                      image->channels >= 3, out);
+                      image->channels >= 3, text);
 }
 
 void FillData(Image* image, AnyType* values) {

@@ -3,7 +3,7 @@
 #include "pzel/image/typed_copy.h"
 
 #include <algorithm>
-#include <cassert>
+#include <cmath>
 #include <cstring>
 #include <optional>
 
@@ -120,6 +120,33 @@ struct Scale {
     float low, high, scale;
 };
 
+/// Scale in double precision, for pairs that are further apart than floats reach, or of a scale that no float
+/// holds.
+template <class S, class D>
+struct WideScale {
+    static constexpr bool isRare = true;
+    /// Whether it must stand in for a rule.
+    static bool isNeeded(const Scale<S, D>& rule) {
+        return !std::isfinite(float(rule.from.high) - float(rule.from.low)) || !std::isfinite(rule.scale);
+    }
+    explicit WideScale(const Scale<S, D>& rule) : from(rule.from), to(rule.to) {}
+    D operator()(S v) const {
+        if (v < from.low) return to.low;
+        if (v > from.high) return to.high;
+        const double range = double(from.high) - double(from.low), target = double(to.high) - double(to.low);
+        double t = (double(v) - double(from.low)) * target / range + double(to.low);
+        if constexpr (!std::is_floating_point_v<D>) t = t == t ? t : 0.0;
+        t = std::max(t, double(std::min(to.low, to.high)));
+        t = std::min(t, double(std::max(to.low, to.high)));
+        return D(t);
+    }
+    Pair<S> from;
+    Pair<D> to;
+};
+template <class S, class D>
+constexpr bool hasWideScale =
+    !std::is_same_v<D, bool> && (std::is_floating_point_v<S> || std::is_floating_point_v<D>);
+
 /// Scale where both ends come out exact: a clamped source value cannot leave the destination pair, and
 /// nothing else is compared.
 template <class S, class D>
@@ -220,6 +247,10 @@ void ConvertChannels(const Image& src, const Image& dst, const CopyArea& area, i
                     return MapChannel<S, D>(src, dst, area, c, Shift<S, D>{from, to});
             }
             const Scale<S, D> scale{from, to};
+            if constexpr (hasWideScale<S, D>) {
+                if (WideScale<S, D>::isNeeded(scale))
+                    return MapChannel<S, D>(src, dst, area, c, WideScale<S, D>(scale));
+            }
             if constexpr (hasFullScale<S, D>) {
                 if (takesShortCuts() && FullScale<D>::fits(scale))
                     return MapChannel<S, D>(src, dst, area, c, FullScale<D>(scale));
@@ -337,12 +368,13 @@ void FillFurtherChannels(const Image& dst, const CopyArea& area, int copied) {
 void CopyImage(Image* src, Image* dst, int srcX, int srcY, int dstX, int dstY, int width, int height,
                unsigned short mode) {
     const auto area = pzel::Clip(*src, *dst, srcX, srcY, dstX, dstY, width, height);
-    if (!area) return;
-    assert(src->data && dst->data);
+    if (!area || !src->data || !dst->data || src->channels == 0 || dst->channels == 0) return;
     int channels = std::min(src->channels, dst->channels);
     if (GetSubType(src) != GetSubType(dst) && GetSubType(dst) != SubNotSet) {
-        pzel::convertColourModel(*src, *dst, *area);
-        if (dst->channels != 3) pzel::FillFurtherChannels(*dst, *area, 1);
+        if (pzel::hasElements(GetDataType(src)) && pzel::hasElements(GetDataType(dst))) {
+            pzel::convertColourModel(*src, *dst, *area);
+            if (dst->channels != 3) pzel::FillFurtherChannels(*dst, *area, 1);
+        }
     } else {
         SetSubType(dst, GetSubType(src));
         if (GetDataType(src) != GetDataType(dst)) {

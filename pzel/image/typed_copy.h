@@ -18,15 +18,15 @@ enum CopyMode : unsigned short {
 };
 
 /// Copies a rectangle of `width` x `height` pixels from (srcX, srcY) of `src` to (dstX, dstY) of `dst`. The
-/// rectangle is clipped to both images; one that clips to nothing does nothing. The images must have data and
-/// must not share pixels.
+/// rectangle is clipped to both images; one that clips to nothing does nothing, and so does an image without
+/// data or without channels. The images must not share pixels.
 ///
 /// Equal element types are copied as they are, whatever the bounds. Different ones are converted channel by
 /// channel: the source's bound pair is mapped onto the destination's (an unset bound stands for the full
 /// range of the type, a bit image for (0, 1)), with one method for the whole call, chosen by the first
 /// channel's pairs: carried over where they have equal lows and widths, shifted where they have equal widths,
-/// else clamped and scaled. 32-bit integers are copied, never converted. Destination channels that the source
-/// lacks get the first channel (sub type 0) or zero.
+/// else clamped and scaled. 32-bit integers are copied, never converted; unknown types give no elements.
+/// Destination channels that the source lacks get the first channel (sub type 0) or zero.
 ///
 /// Different sub types convert the colour model: colour (blue first), YUV and grey in all directions. Equal
 /// element types carry the full range of the type over, different ones map bound pair to bound pair. A

@@ -88,23 +88,29 @@ bool HasThreeChannels(const Image* image) {
     return false;
 }
 
+int Refuse() {
+    pzel::ShowMessage("Don't support this datatype");
+    return 1;
+}
+
 }  // namespace
 
 int Conversion(Image* dst, Image* src, int direction) {
     if (!HasThreeChannels(src)) return 1;
     // By bits of the type code, deliberately: codes 4 to 7 are all read as unsigned 16-bit elements.
     const int type = GetDataType(src);
-    if (type & 8) return ConvertElements<float>(dst, src, direction);
+    if (type == DataFloat) return ConvertElements<float>(dst, src, direction);
+    if (type > DataFloat) return Refuse();
     if (type & 4) return ConvertElements<std::uint16_t>(dst, src, direction);
     if (type == DataInt8) return ConvertElements<std::int8_t>(dst, src, direction);
     if (type == DataBit) return ConvertBits(dst, src, direction);
-    pzel::ShowMessage("Don't support this datatype");
-    return 1;
+    return Refuse();
 }
 
 int Conversion(Image* image, int direction) {
     if (!HasThreeChannels(image)) return 1;
-    if (!image->data) return 0;
+    constexpr int room = sizeof(float);
+    if (!image->data || DataBytes(image->dataType) != room) return 0;
     float* planes[3];
     for (int c = 0; c < 3; ++c) planes[c] = reinterpret_cast<float*>(GetImageData(image, c));
     WithTransform(direction, [&](auto transform) {

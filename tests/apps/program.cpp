@@ -87,6 +87,7 @@ void WritePicture(const std::string& file, const std::vector<Pixels<T>>& frames,
 template void WritePicture(const std::string&, const std::vector<Pixels<std::uint8_t>>&, int);
 template void WritePicture(const std::string&, const std::vector<Pixels<std::int8_t>>&, int);
 template void WritePicture(const std::string&, const std::vector<Pixels<std::uint16_t>>&, int);
+template void WritePicture(const std::string&, const std::vector<Pixels<std::int16_t>>&, int);
 template void WritePicture(const std::string&, const std::vector<Pixels<std::uint32_t>>&, int);
 template void WritePicture(const std::string&, const std::vector<Pixels<float>>&, int);
 

@@ -70,6 +70,12 @@ TEST_F(RenderTest, MapsValuesThroughLevelsExactly) {
     WritePicture<std::int8_t>(Path("signed.tif"), {bytes});
     EXPECT_EQ(Picture(Path("signed.tif"), {"--levels", "-100:90"}), MappedAll(bytes, -100, 90));
     EXPECT_EQ(Picture(Path("signed.tif"), {"--levels", "full"}), MappedAll(bytes, -128, 127));
+    Pixels<std::int16_t> slices(31, 9, 1);
+    for (auto& value : slices.values)
+        value = static_cast<std::int16_t>(static_cast<int>(random() % 4096) - 1024);
+    slices.values[0] = -1024, slices.values[1] = 3071;
+    WritePicture<std::int16_t>(Path("slices.tif"), {slices});
+    EXPECT_EQ(Picture(Path("slices.tif"), {"--levels", "data"}), MappedAll(slices, -1024, 3071));
     const auto longs = RandomPixels<std::uint32_t>(random, 31, 9, 1, 1 << 20);
     WritePicture<std::uint32_t>(Path("longs.tif"), {longs});
     EXPECT_EQ(Picture(Path("longs.tif"), {"--levels", "0:1048576"}), MappedAll(longs, 0, 1048576));

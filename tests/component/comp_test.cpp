@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <sstream>
 
 #include "component_helpers.h"
@@ -53,6 +54,8 @@ TEST(Comp, AnnouncesRealChangesOnce) {
     comp->SetLocation(0, 0);
     EXPECT_EQ(r.take(), "c5(m) c6@-3 ");
     EXPECT_EQ(comp->x, -1);
+    comp->SetLocation(std::numeric_limits<int>::min(), std::numeric_limits<int>::max());
+    EXPECT_TRUE(comp->x == -1 && comp->y == -2) << "narrowed, not clamped";
 }
 
 TEST(Comp, CallsObserversInOrderAndNotAfterTheyLeft) {

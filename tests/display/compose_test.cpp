@@ -30,9 +30,9 @@ Ref<Comp> layer(Random& random, int type, int channels) {
     comp->overlayColour = u8(random.pick({1, 255}));
     if (random(0, 4) == 0) comp->SetVisible(false);
     if (random.coin() && type != DataBit) {
-        comp->dataArea =
-            new SRect{std::int16_t(random(0, image->width - 1)), std::int16_t(image->width - 1),
-                      std::int16_t(random(0, image->height - 1)), std::int16_t(image->height - 1)};
+        comp->dataArea = new SRect{
+            std::int16_t(random(-3, image->width - 1)), std::int16_t(image->width - 1 + random(0, 3)),
+            std::int16_t(random(-3, image->height - 1)), std::int16_t(image->height - 1 + random(0, 3))};
         comp->flagsA |= CompExtentDataArea;
     }
     return comp;
@@ -51,8 +51,9 @@ bool shownAt(Comp& comp, int x, int y, Pixel& out) {
         out = comp.overlayColour == 255 ? Pixel{grey, grey, grey} : Pixel{0, 0, 255};
         return on || comp.overlayColour == 255;
     }
+    const bool inside = x >= 0 && y >= 0 && x < image->width && y < image->height;
     const auto at = [&](int c) {
-        return int(*(GetImageData(comp.images, x, y) + (GetImageData(image, c) - image->data)));
+        return !inside ? 0 : int(*(GetImageData(comp.images, x, y) + (GetImageData(image, c) - image->data)));
     };
     out = image->channels == 3 ? Pixel{at(0), at(1), at(2)} : Pixel{at(0), at(0), at(0)};
     return true;
@@ -138,6 +139,30 @@ TEST(ComposeMovie, IsTheBitmapOfASingleOpaqueComponent) {
                 u8(target.data()[y * rowBytes + bit / 8] ^ shown.pixels[y * shown.rowBytes + bit / 8]);
             ASSERT_FALSE(differing & 0x80 >> bit % 8) << shown.bits << " bits, " << bit << ',' << y;
         }
+    }
+}
+
+// Rows of three bytes a pixel that 16 bits cannot count: they overlap, but none leaves the bitmap.
+TEST(ComposeMovie, StaysInBitmapsOfBitsInThreeChannels) {
+    for (const int width : {21845, 21846, 30000}) {
+        const Ref<Comp> comp(AllocComp(1));
+        ConstructImages(comp->images, 1, u16(width), 2, 3, DataBit);
+        const std::size_t bits = comp->images->rowBytes;
+        for (std::size_t i = 0; i < 2 * bits; ++i) comp->images->data[i] = u8(1 + i % 255);
+        const Ref<Movie> movie(new Movie);
+        movie->AddChild(comp.get());
+        Guarded target(std::size_t(width) * 3 * 2);
+        ComposeMovie(movie.get(), {target.data(), 3 * width, width, 2}, {0, std::int16_t(width - 1), 0, 1}, 1,
+                     nullptr);
+        ASSERT_TRUE(target.intact());
+        const std::size_t rowBytes = std::size_t((3 * width + 3) / 4 * 4) & 0xFFFF;
+        ASSERT_EQ(comp->bmpRowBytes, rowBytes);
+        Bytes rows(rowBytes + 3 * width), wanted;
+        for (std::size_t y : {0, 1})
+            std::memcpy(&rows[y * rowBytes], comp->images->data + y * bits, std::min(bits, rowBytes));
+        for (std::size_t y : {0, 1})
+            wanted.insert(wanted.end(), &rows[y * rowBytes], &rows[y * rowBytes] + 3 * width);
+        ASSERT_TRUE(same(target.bytes(), wanted)) << width;
     }
 }
 

@@ -145,6 +145,38 @@ TEST(Exactness, FloatsOfAllKindsThroughManyLevels) {
     }
 }
 
+// Levels further apart than floats reach.
+TEST(Exactness, LevelsOfImmenseWidth) {
+    constexpr double most = std::numeric_limits<float>::max();
+    Random random(4);
+    const Bytes table = random.bytes(3 * 512);
+    const std::vector<Pair> pairs = {{-most, most}, {-3e38, 2e38}, {-1e38, 3e38}};
+    Shown<float> grey(501, 3, 1, DataFloat), colour(501, 3, 3, DataFloat);
+    for (Shown<float>* image : {&grey, &colour}) {
+        for (int i = 0; i < image->count(); ++i)
+            image->values()[i] = float(most * (random(-65535, 65535) / 65535.0));
+        std::copy_n(std::begin({std::nanf(""), HUGE_VALF, -HUGE_VALF, 0.0f, 3e38f, -3e38f}), 6,
+                    image->values());
+        image->split();
+        for (std::size_t k = 0; k < pairs.size(); ++k)
+            for (const u8* lut : {static_cast<const u8*>(nullptr), table.data()})
+                ASSERT_TRUE(image->exact({pairs[k], pairs[(k + 1) % 3], k ? pairs[0] : Pair(0, 1)}, lut));
+    }
+    // Luminance and differences, in eighths of their limits.
+    TestImage yuv({9, 9, 3, DataFloat, true, SubYuv});
+    for (int i = 0; i < 81; ++i)
+        for (const int c : {0, 1, 2}) yuv.put(i % 9, i / 9, c, most * ((c == 2 ? i / 9 : i % 9) / 4.0 - 1));
+    const Pair levels[] = {{-most, most}, {-most, most}, {-most, most}};
+    for (int c = 0; c < 3; ++c) setLevels(yuv, c, levels[c]);
+    const Bytes shown = mapped(yuv, {0, 0, 9, 9, 27});
+    for (int i = 0; i < 81; ++i) {
+        const double y = i % 9 * 255 / 8.0, u = (i % 9 - 4) * 127.5 / 4, v = (i / 9 - 4) * 127.5 / 4;
+        const u8 wanted[] = {clampToByte(y + 1.77304 * u), clampToByte(y - 0.34437 * u - 0.714407 * v),
+                             clampToByte(y + 1.402581 * v)};
+        for (int c = 0; c < 3; ++c) ASSERT_NEAR(shown[3 * i + c], wanted[c], 1) << i;
+    }
+}
+
 TEST(Exactness, EveryYuvPixelOfStandardLevels) {
     TestImage pixels({1024, 64, 3, DataUInt8, true, SubYuv}), planes({1024, 64, 3, DataUInt8, false, SubYuv});
     const Pair levels[] = {{0, 255}, {-128, 127}, {-128, 127}};

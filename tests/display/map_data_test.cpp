@@ -66,6 +66,29 @@ TEST(MapData, EveryTypeLayoutModeAndCrop) {
     }
 }
 
+TEST(MapData, LeavesOutWhatLiesOutsideTheImage) {
+    Random random(7);
+    for (int round = 0; round < 600; ++round) {
+        const int channels = random.pick({1, 3}), pixel = channels, type = random.pick({1, 2, 5, 8});
+        TestImage image({random(1, 9), random(1, 6), type == DataBit ? 1 : channels, type, random.coin()});
+        image.randomise(random);
+        SetDefaultBound(&image);
+        const View view{random(-9, 12), random(-9, 9), random(0, 14), random(0, 9), 64};
+        Bytes wanted(64 * view.height, Guarded::fill);
+        for (int y = 0; y < view.height; ++y) {
+            if (type == DataBit && y < image.height)
+                std::memcpy(&wanted[64 * y], image.data + y * image.rowBytes, image.rowBytes);
+            for (int x = 0; x < view.width && type != DataBit; ++x) {
+                const int fromX = view.x0 + x, fromY = view.y0 + y;
+                if (fromX < 0 || fromY < 0 || fromX >= image.width || fromY >= image.height) continue;
+                const Bytes one = mapped(image, {fromX, fromY, 1, 1, pixel});
+                std::copy(one.begin(), one.end(), &wanted[64 * y + pixel * x]);
+            }
+        }
+        ASSERT_TRUE(same(mapped(image, view), wanted)) << type << " at " << view.x0 << ',' << view.y0;
+    }
+}
+
 TEST(MapData, YuvOfAnyLevels) {
     Random random(4);
     const Bytes table = random.bytes(3 * 512);
@@ -90,8 +113,19 @@ TEST(MapData, CopiesWholeRowsOfBitsAndLeavesAloneWhatCannotBeShown) {
     Bytes expected(8 * 4, Guarded::fill);
     for (int i = 0; i < 20; ++i) expected[i / 5 * 8 + i % 5] = bits.data[i];
     EXPECT_EQ(mapped(bits, {9, 2, 3, 4, 8, nullptr, 0x40}), expected) << "the rectangle does not count";
-    for (const Shape& shape :
-         {Shape{5, 4, 1, 0}, {5, 4, 3, 6}, {5, 4, 1, 7}, {5, 4, 1, 9}, {5, 4, 2, 2}, {5, 4, 4, 4}}) {
+    for (int rowBytes = 1; rowBytes < 5; ++rowBytes) {
+        Bytes narrow;
+        for (int y = 0; y < 4; ++y)
+            narrow.insert(narrow.end(), bits.data + 5 * y, bits.data + 5 * y + rowBytes);
+        EXPECT_EQ(mapped(bits, {0, 0, 8 * rowBytes, 4, rowBytes}), narrow) << "as much as a row holds";
+    }
+    for (const Shape& shape : {Shape{5, 4, 1, 0},
+                               {5, 4, 3, 6},
+                               {5, 4, 1, 7},
+                               {5, 4, 1, 9},
+                               {5, 4, 2, 2},
+                               {5, 4, 4, 4},
+                               {5, 4, 0, 1}}) {
         TestImage image(shape);
         EXPECT_EQ(mapped(image, {0, 0, 5, 4, 16}), Bytes(64, Guarded::fill))
             << shape.type << ' ' << shape.channels;

@@ -132,6 +132,53 @@ TEST(Pipeline, BoundariesKeepTheirBits) {
     }
 }
 
+// Bitmaps that were made for another image, and data areas that reach outside.
+TEST(Pipeline, BoundariesBringWhatTheyHave) {
+    Random random(38);
+    for (int round = 0; round < 400; ++round) {
+        const int width = random(1, 40), height = random(1, 9), channels = round % 5 ? 2 : random(0, 3);
+        const Owned comp(newComp(random, {width, height, channels, DataBit, true, MajorBoundary}));
+        const int left = round % 2 ? random(-19, width + 9) : 0, top = round % 2 ? random(-9, height + 5) : 0;
+        const int w = random(1, 60), h = random(1, 12);
+        if (round % 2) showArea(comp.get(), left, top, left + w - 1, top + h - 1);
+        const int rowBytes = 2 * ComputeBmpLineBytes(w, 1);
+        Guarded bitmap(std::size_t(rowBytes * h));
+        comp->bitmap = bitmap.data();
+        comp->bmpBits = 1, comp->bmpWidth = u16(w), comp->bmpHeight = u16(h),
+        comp->bmpRowBytes = u16(rowBytes);
+        comp->ComputeBitmap(0);
+        comp->bitmap = nullptr;
+        ASSERT_TRUE(bitmap.intact());
+        for (int i = 0; i < 2 * h * w && channels == 2; ++i) {
+            const int x = i % w, y = i / w, fromX = left + x, fromY = 2 * top + y;
+            const bool inside = fromX >= 0 && fromY >= 0 && fromX < width && fromY < 2 * height;
+            // Whole bytes come with what stands behind the last pixel.
+            if (!inside && left % 8 == 0 && fromX >= width) continue;
+            const u8* source = comp->images->data + fromY * ((width + 7) / 8);
+            const int wanted = inside ? source[fromX / 8] << fromX % 8 & 0x80 : Guarded::fill << x % 8 & 0x80;
+            ASSERT_EQ(bitmap.data()[y * rowBytes / 2 + x / 8] << x % 8 & 0x80, wanted) << x << ',' << y;
+        }
+    }
+}
+
+TEST(Pipeline, WhatLiesOutsideTheImageShowsNothing) {
+    Random random(39);
+    const Owned comp(newComp(random, {7, 5, 3, DataUInt8, true}));
+    showArea(comp.get(), 3, 2, 9, 6);
+    comp->ComputeBitmap(-1);
+    const Bytes rows = shown(*comp), inside = picture(comp->images, 3, 2, 4, 3, 3);
+    for (int i = 0; i < 7 * 5 * 3; ++i) {
+        const int x = i / 3 % 7, y = i / 21;
+        ASSERT_EQ(rows[i], x < 4 && y < 3 ? inside[y * 12 + i % 21] : 0) << x << ',' << y;
+    }
+    // A flat comp without pixels: what lies around it is there.
+    comp->flagsA = 0;
+    Comp* flat = comp->flatComp = newComp(random, {7, 2, 3, DataUInt8, true});
+    RemoveImageData(flat->images);
+    comp->UpdateFlatFrame(3);
+    ASSERT_EQ(picture(comp->flatImage, 0, 2, 7, 3, 3), picture(comp->images, 0, 2, 7, 3, 3));
+}
+
 TEST(Pipeline, PrefersTheFlatImageThenTheFlatComp) {
     Random random(34);
     const Owned comp(newComp(random, {20, 16, 1, DataUInt8, true, SubGrey}));

@@ -93,21 +93,26 @@ TEST(Arithmetic, InversionTwiceIsNothingAndFillingReachesEveryElement) {
 }
 
 std::string text(Image* image, int x, int y) {
-    char out[128];
-    printData(image, x, y, out);
-    return out;
+    Guarded out(kPixelTextBytes);
+    printData(image, x, y, reinterpret_cast<char*>(out.data()));
+    EXPECT_TRUE(out.intact());
+    return reinterpret_cast<char*>(out.data());
 }
 
 TEST(PixelText, FollowsKindChannelsAndSigns) {
     for (bool interleaved : {false, true}) {
         TestImage colour({3, 2, 3, DataUInt8, interleaved}), yuv({3, 2, 3, DataUInt16, interleaved, SubYuv});
         TestImage reals({3, 2, 3, DataFloat, interleaved}), pairs({3, 2, 2, DataInt32, interleaved});
+        TestImage longest({3, 2, 3, DataFloat, interleaved, SubYuv});
         for (int c = 0; c < 3; ++c) {
             colour.put(1, 1, c, 200 + c);
             yuv.put(1, 1, c, 65530 + c);
             reals.put(1, 1, c, c + 0.25);
             if (c < 2) pairs.put(1, 1, c, -5 - c);
+            longest.put(1, 1, c, std::numeric_limits<float>::lowest());
         }
+        const std::string number = std::to_string(std::numeric_limits<float>::lowest());
+        EXPECT_EQ(text(&longest, 1, 1), number + " " + number + " " + number);
         EXPECT_EQ(text(&colour, 1, 1), "202 201 200") << "red first";
         EXPECT_EQ(text(&yuv, 1, 1), "65530 -5 -4");
         EXPECT_EQ(text(&reals, 1, 1), "2.250 1.250 0.250");

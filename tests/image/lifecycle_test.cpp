@@ -93,6 +93,12 @@ TEST(Lifecycle, BuffersChangeOwnersAndKeepTheirMark) {
         ClearImage(other.get());
         CopyImage(other.get(), three.get());  // other channels: nothing
     }
+    const Owned empty(AllocImage());
+    ConstructImage(*empty, 7, 5, 1, nullptr, DataUInt8, true, true);
+    const Owned zeros(DuplicateImage(empty.get()));
+    EXPECT_EQ(Bytes(zeros->data, zeros->data + 35), Bytes(35)) << "no pixels are black ones";
+    CopyImage(zeros.get(), empty.get());
+    EXPECT_FALSE(empty->data);
 }
 
 TEST(Lifecycle, ShapesTheRecordCannotHoldThrowAndLeaveNoData) {

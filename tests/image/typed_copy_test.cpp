@@ -203,6 +203,76 @@ TEST(TypedCopy, LayoutsChangeAtEveryWidth) {
     }
 }
 
+// Codes without elements are sized like bits; records may have no channels and no pixels.
+TEST(TypedCopy, RecordsWithoutElementsChannelsOrPixelsGiveNothing) {
+    Random random(16);
+    for (int round = 0; round < 16 * 16 * 20; ++round) {
+        const auto shape = [&](int type) {
+            return Shape{random(1, 30), random(1, 12), random(0, 4),
+                         type,          random.coin(), random.pick({0, 1, 3, 0x42})};
+        };
+        TestImage src(shape(round % 16)), dst(shape(round / 16 % 16));
+        src.randomise(random);
+        dst.randomise(random);
+        u8* const pixels = src.data;
+        if (round % 9 == 0) src.data = nullptr;
+        const Bytes before = dst.pixels.bytes();
+        const auto hasElements = [](const TestImage& image) {
+            return image.type() % 9 > 0 && image.type() < 9;
+        };
+        const bool nothing = !src.data || src.channels == 0 || dst.channels == 0 ||
+                             (src.imageType != dst.imageType && !(hasElements(src) && hasElements(dst)));
+        copy(src, dst, randomRect(random, 12));
+        src.data = pixels;
+        ASSERT_TRUE(dst.pixels.intact());
+        ASSERT_TRUE(!nothing || same(dst.pixels.bytes(), before)) << src.type() << " to " << dst.type();
+    }
+}
+
+// Pairs further apart than floats reach give what exact arithmetic does.
+TEST(TypedCopy, PairsOfImmenseWidth) {
+    constexpr double most = std::numeric_limits<float>::max();
+    Random random(17);
+    for (const Pair& immense : {Pair(-most, most), Pair(-3e38, 2e38), Pair(-2e38, 3e38), Pair(3e38, -3e38)}) {
+        for (const int type : {DataUInt8, DataInt8, DataUInt16, DataInt16}) {
+            for (const Pair& small : {rangeOf(type), Pair(3, 101)}) {
+                const auto scaled = [](double v, Pair from, Pair to) {
+                    if (v < from.first) return to.first;
+                    if (v > from.second) return to.second;
+                    return (v - from.first) * (to.second - to.first) / (from.second - from.first) + to.first;
+                };
+                TestImage floats({300, 2, 1, DataFloat, true, SubGrey}),
+                    integers({300, 2, 1, type, true, SubGrey});
+                for (int i = 0; i < 600; ++i) {
+                    floats.put(i % 300, i / 300, 0, float(most * (random(-65535, 65535) / 65535.0)));
+                    integers.put(i % 300, i / 300, 0,
+                                 random(int(rangeOf(type).first), int(rangeOf(type).second)));
+                }
+                floats.put(0, 0, 0, HUGE_VAL), floats.put(1, 0, 0, -HUGE_VAL),
+                    floats.put(2, 0, 0, std::nan(""));
+                floats.put(3, 0, 0, immense.first), floats.put(4, 0, 0, immense.second),
+                    floats.put(5, 0, 0, 0);
+                floats.setPair(0, immense), integers.setPair(0, small);
+                const auto check = [&](TestImage& src, TestImage& dst) {
+                    TestImage shown({300, 2, 1, dst.type(), true, SubGrey});
+                    shown.setPair(0, dst.pair(0));
+                    copy(src, shown, {0, 0, 0, 0, 300, 2});
+                    for (int i = 0; i < 600; ++i) {
+                        const double v = src.at(i % 300, i / 300, 0);
+                        double wanted = scaled(v, src.pair(0), dst.pair(0));
+                        wanted = std::isnan(v)             ? std::clamp(0.0, small.first, small.second)
+                                 : dst.type() == DataFloat ? double(float(wanted))
+                                                           : std::trunc(wanted);
+                        ASSERT_EQ(shown.at(i % 300, i / 300, 0), wanted) << v << ", type " << type;
+                    }
+                };
+                check(floats, integers);
+                check(integers, floats);
+            }
+        }
+    }
+}
+
 TEST(TypedCopy, NegativeCharModeTreatsNoBorderAndSubTypesNotSetAreTakenOver) {
     TestImage src({4, 4, 1, DataUInt8, true, SubGrey}), dst({9, 9, 1, DataUInt8, true, SubNotSet});
     for (const int mode : {-1, 1}) {

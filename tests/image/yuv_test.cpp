@@ -71,7 +71,26 @@ TEST(YuvConversion, RefusesInTheMessageBox) {
     EXPECT_EQ(std::exchange(shown, ""), channels);
     EXPECT_EQ(Conversion(nullptr, &bytes, ConversionToYuv), 1);
     EXPECT_EQ(shown, "Don't support this datatype");
+    for (int type : {0, 9, 12, 15}) {  // no elements: sized like bits
+        TestImage none({4, 2, 3, type, type % 2 == 0});
+        EXPECT_EQ(Conversion(&target, &none, ConversionToYuv), 1);
+        EXPECT_EQ(std::exchange(shown, ""), "Don't support this datatype");
+    }
     EXPECT_EQ(target.pixels.bytes(), before);
+}
+
+TEST(YuvConversion, InPlaceWritesFloatsOnlyWhereThereIsRoom) {
+    Random random(6);
+    for (int type = 0; type < 16; ++type) {
+        for (bool interleaved : {false, true}) {
+            TestImage image({5, 3, 3, type, interleaved});
+            image.randomise(random);
+            const Bytes before = image.pixels.bytes();
+            EXPECT_EQ(Conversion(&image, ConversionToYuv), 0);
+            EXPECT_TRUE(image.pixels.intact());
+            EXPECT_EQ(image.pixels.bytes() == before, image.bytes() != 4) << type;
+        }
+    }
 }
 
 }  // namespace

@@ -13,12 +13,19 @@ inline int unsignedOf(int type) {
     return GetTrueDataType(true, 3, 0, u8(type));
 }
 
+/// How far a value stands between its levels, of `top`: in single precision, unless they are further apart
+/// than that reaches.
+inline double between(double v, Pair levels, float top, float start) {
+    const auto [black, white] = levels;
+    if (std::isinf(float(white - black))) return (v - black) * top / (white - black) + start;
+    return float(v - black) * (top / float(white - black)) + start;
+}
+
 /// An element's byte without a table.
 inline u8 throughLevels(double v, Pair levels) {
     const auto [black, white] = levels;
     if (!(v > black)) return 0;
-    if (v >= white) return 255;
-    return u8(float(v - black) * (255.0f / float(white - black)) + 0.5f);
+    return v >= white ? u8(255) : u8(between(v, levels, 255, 0.5f));
 }
 
 /// An element's byte through a table of 512 entries; `type` is the one it compares in.
@@ -27,7 +34,7 @@ inline u8 throughTable(double v, Pair levels, const u8* lut, int type) {
     if (type == DataUInt8 && levels == Pair(0, 255)) return lut[2 * int(v)];
     if (type == DataUInt16 && levels == Pair(0, 65535)) return lut[int(v) >> 7];
     if (!(v > black)) return lut[0];
-    return lut[v >= white ? 511 : int(float(v - black) * (511.0f / float(white - black)))];
+    return lut[v >= white ? 511 : int(between(v, levels, 511, 0))];
 }
 
 inline u8 clampToByte(double v) {
