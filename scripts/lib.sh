@@ -1,7 +1,7 @@
 # Shared by the scripts; to be sourced. Names the packages of each part and installs what is missing.
 
 BUILD_PACKAGES="g++ cmake ninja-build"
-APP_PACKAGES="libcli11-dev libopenimageio-dev libgdcm-dev libcfitsio-dev libavformat-dev libavcodec-dev libswscale-dev"
+APP_PACKAGES="libcli11-dev libopenimageio-dev libtiff-dev libjpeg62-turbo-dev libgdcm-dev libcfitsio-dev libavformat-dev libavcodec-dev libswscale-dev"
 TEST_PACKAGES="libgtest-dev python3"
 
 # Runs a command as root: directly, or through sudo. Ends the script where neither is possible.
