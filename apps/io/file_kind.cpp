@@ -29,7 +29,7 @@ constexpr const char* kVideo = "video";
 // The first match counts: longer marks at the same place stand before shorter ones.
 constexpr Mark kMarks[] = {
     {0, "\x89PNG\r\n\x1A\n"sv, "png"},
-    {0, "\xFF\xD8\xFF"sv, "jpeg"},
+    {0, "\xFF\xD8\xFF"sv, "jpeg", "jpeg"},
     {0, "II*\0"sv, "tiff"},
     {0, "MM\0*"sv, "tiff"},
     {0, "II+\0"sv, "tiff"},
