@@ -63,6 +63,7 @@ constexpr Mark kMarks[] = {
 };
 
 constexpr std::size_t kDicomMark = 128;
+constexpr std::size_t kHeadBytes = 640;
 
 bool Holds(std::string_view head, std::size_t offset, std::string_view bytes) {
     return head.size() >= offset && head.substr(offset).starts_with(bytes);
@@ -89,13 +90,24 @@ bool IsBareDicom(std::string_view head) {
     return false;
 }
 
+// Packets of MPEG transport streams start with the same byte; some recorders put a time before each.
+bool IsTransportStream(std::string_view head) {
+    constexpr std::size_t kPacket = 188, kTime = 4, kSeen = 3;
+    for (const std::size_t time : {std::size_t{0}, kTime}) {
+        std::size_t packets = 0;
+        while (packets < kSeen && Holds(head, time + packets * (time + kPacket), "\x47"sv)) ++packets;
+        if (packets == kSeen) return true;
+    }
+    return false;
+}
+
 std::string ReadHead(const std::filesystem::path& file) {
     if (std::error_code error; std::filesystem::is_directory(file, error)) {
         throw FileError(file, "is a folder");
     }
     std::ifstream stream(file, std::ios::binary);
     if (!stream) throw FileError(file, std::strerror(errno));
-    std::string head(kDicomMark + 4, '\0');
+    std::string head(kHeadBytes, '\0');
     stream.read(head.data(), static_cast<std::streamsize>(head.size()));
     head.resize(static_cast<std::size_t>(stream.gcount()));
     if (head.empty()) throw FileError(file, "is empty");
@@ -115,6 +127,7 @@ FileKind SniffFile(const std::filesystem::path& file) {
     if (Holds(head, 0, "SIMPLE  =")) return {"fits", "fits"};
     if (IsBareDicom(head)) return {"dicom", "dicom"};
     if (IsPnm(head)) return {"other", "pnm"};
+    if (IsTransportStream(head)) return {kVideo, kVideo};
     throw FileError(file, "is of no known picture or video format");
 }
 
