@@ -7,6 +7,7 @@
 #include <cstring>
 #include <exception>
 #include <iostream>
+#include <optional>
 
 #include "render.h"
 
@@ -26,26 +27,27 @@ int Ended(int status) {
     std::cout.flush();
     const bool flushed = std::fflush(stdout) == 0;
     const int error = errno;
-    if (flushed && std::cout.good() && !std::ferror(stdout)) return status;
+    // One line is enough.
+    if (status || (flushed && std::cout.good() && !std::ferror(stdout))) return status;
     std::cerr << "pzel-render: standard output: cannot be written"
               << (flushed ? std::string() : std::string(": ") + std::strerror(error)) << std::endl;
-    return status ? status : kFailed;
+    return kFailed;
 }
 
 int RunWith(int argc, char** argv) {
     int status = 0;
-    const auto options = ParseOptions(argc, argv, status);
-    if (!options) return status;
+    std::optional<Options> options;
     try {
-        Run(*options);
+        options = ParseOptions(argc, argv, status);
+        if (options) Run(*options);
+        return status;
     } catch (const pzel_io::FileError& error) {
         std::cerr << "pzel-render: " << error.what() << std::endl;
-        return kFailed;
     } catch (const std::exception& error) {
-        std::cerr << "pzel-render: " << options->layers[0].file << ": " << error.what() << std::endl;
-        return kFailed;
+        std::cerr << "pzel-render: " << (options ? options->layers[0].file + ": " : "") << error.what()
+                  << std::endl;
     }
-    return 0;
+    return kFailed;
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 
 #include "help_text.h"
 #include "pixel_text.h"
+#include "print_lines.h"
 
 namespace {
 
@@ -220,7 +221,7 @@ void SetOutput(Options& options, const Writing& writing) {
     const bool told = options.pixels || !options.layers[0].subtracted.empty();
     if (options.info || (told && options.output.empty())) return;
     if (options.output.empty()) throw CLI::RequiredError("-o OUT.png");
-    const bool streamed = options.output == pzel_io::kStandardOutput || pzel_io::IsDevice(options.output);
+    const bool streamed = pzel_io::IsStandardOutput(options.output) || pzel_io::IsDevice(options.output);
     auto format = writing.format ? writing.format : pzel_io::FormatOfName(options.output);
     if (!format && streamed) format = FileFormat::Png;
     if (!format)
@@ -375,7 +376,9 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
         SetLayers(options, arguments, first);
         SetOutput(options, writing);
     } catch (const CLI::Success& success) {
-        exitStatus = app.exit(success);
+        std::ostringstream help;
+        exitStatus = app.exit(success, help, help);
+        PrintLines(stdout, help.str());
         return {};
     } catch (const CLI::ParseError& error) {
         std::cerr << "pzel-render: " << error.what() << "\nUsage: pzel-render LAYER... -o OUT.png [OPTIONS]\n"

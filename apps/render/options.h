@@ -37,4 +37,5 @@ struct Options {
 
 /// Parses the command line. Prints help or what is wrong itself: without a value the program ends with
 /// `exitStatus`.
+/// @throws pzel_io::FileError where help cannot be printed
 std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus);

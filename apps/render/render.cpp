@@ -5,10 +5,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <deque>
 #include <iostream>
 #include <limits>
@@ -24,6 +22,7 @@
 #include "opened_layer.h"
 #include "picture_queue.h"
 #include "pixel_text.h"
+#include "print_lines.h"
 #include "pzel/component/group.h"
 #include "pzel/display/vector.h"
 #include "view.h"
@@ -76,8 +75,7 @@ class Teller {
     void Tell(const std::string& lines) const {
         if (lines.empty()) return;
         progress.Hide();
-        if (std::fputs(lines.c_str(), stream) < 0 || std::fflush(stream) != 0)
-            throw FileError("standard output", std::string("cannot be written: ") + std::strerror(errno));
+        PrintLines(stream, lines);
     }
 
   private:

@@ -112,6 +112,10 @@ TEST_F(ErrorsTest, RefusesOptionsThatDoNotFitTheFile) {
     ExpectRefused({"--fields", grey, colour, "-o", out}, colour, "does not fit the even field");
     WritePicture<std::uint8_t>(Path("row.png"), {Shown(5, 1, 1)});
     ExpectRefused({Path("row.png"), "-o", out, "--field", "odd"}, Path("row.png"), "no odd field");
+    ExpectRefused({grey, "-o", out, "--depth", "16", "--zoom", "2"}, grey, "single picture");
+    ExpectRefused({grey, grey, "-o", out, "--depth", "16"}, out, "single picture");
+    ExpectRefused({Path("bits.tif"), "-o", out, "--depth", "16"}, Path("bits.tif"), "of bits");
+    ExpectRefused({yuv, "-o", out, "--depth", "16"}, yuv, "y,u,v");
     std::filesystem::copy(grey, Path("own.png"));
     ExpectRefused({colour, Path("own.png") + "@0.5", "-o", Path("own.png")}, Path("own.png"), "an input");
     ExpectRefused({"--fields", grey, Path("own.png"), "-o", Path("own.png")}, Path("own.png"),
@@ -126,6 +130,11 @@ TEST_F(ErrorsTest, AnswersWrongOptionsWithUsage) {
                                                    {grey},
                                                    {"-o", out},
                                                    {grey, "-o", Path("out.gif")},
+                                                   {grey, "-o", "-", "--all"},
+                                                   {grey, "-o", out, "--quality", "90"},
+                                                   {grey, "-o", out, "--compression", "10"},
+                                                   {grey, "-o", out, "--depth", "12"},
+                                                   {grey, "-o", Path("out.jpg"), "--depth", "16"},
                                                    {grey, "-o", out, "--colour"},
                                                    {grey, "-o", out, "--levels", "9:1"},
                                                    {grey, "-o", out, "--levels", "most"},

@@ -35,18 +35,25 @@ std::vector<std::string> AppTest::Files() const {
     return names;
 }
 
-Outcome AppTest::Render(const std::vector<std::string>& arguments) {
+std::string AppTest::Command(const std::vector<std::string>& arguments) {
+    std::string command = Quoted(PZEL_RENDER);
+    for (const std::string& argument : arguments) command.append(" ").append(Quoted(argument));
+    return command;
+}
+
+Outcome AppTest::Shell(const std::string& command) {
     std::string pattern = std::filesystem::temp_directory_path() / "pzel-run-XXXXXX";
     if (!mkdtemp(pattern.data())) throw std::runtime_error("no folder for the run");
     const std::string out = pattern + "/out";
     const std::string err = pattern + "/err";
-    std::string command = Quoted(PZEL_RENDER);
-    for (const std::string& argument : arguments) command.append(" ").append(Quoted(argument));
-    const int status =
-        std::system(command.append(" >").append(Quoted(out)).append(" 2>").append(Quoted(err)).c_str());
+    const int status = std::system(("{ " + command + "\n} >" + Quoted(out) + " 2>" + Quoted(err)).c_str());
     Outcome run{WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadBytes(out), ReadBytes(err)};
     std::filesystem::remove_all(pattern);
     return run;
+}
+
+Outcome AppTest::Render(const std::vector<std::string>& arguments) {
+    return Shell(Command(arguments));
 }
 
 Shown AppTest::Picture(const std::string& input, std::vector<std::string> options) const {
@@ -91,15 +98,28 @@ template void WritePicture(const std::string&, const std::vector<Pixels<std::int
 template void WritePicture(const std::string&, const std::vector<Pixels<std::uint32_t>>&, int);
 template void WritePicture(const std::string&, const std::vector<Pixels<float>>&, int);
 
-Shown ReadShown(const std::string& file) {
+namespace {
+
+template <class T>
+Pixels<T> ReadAs(const std::string& file, OIIO::TypeDesc type) {
     const auto input = OIIO::ImageInput::open(file);
     if (!input) {
         ADD_FAILURE() << OIIO::geterror();
         return {};
     }
-    Shown shown(input->spec().width, input->spec().height, input->spec().nchannels);
-    EXPECT_TRUE(input->read_image(0, 0, 0, shown.channels, OIIO::TypeDesc::UINT8, shown.values.data()));
-    return shown;
+    Pixels<T> pixels(input->spec().width, input->spec().height, input->spec().nchannels);
+    EXPECT_TRUE(input->read_image(0, 0, 0, pixels.channels, type, pixels.values.data()));
+    return pixels;
+}
+
+}  // namespace
+
+Shown ReadShown(const std::string& file) {
+    return ReadAs<std::uint8_t>(file, OIIO::TypeDesc::UINT8);
+}
+
+Pixels<std::uint16_t> ReadDeep(const std::string& file) {
+    return ReadAs<std::uint16_t>(file, OIIO::TypeDesc::UINT16);
 }
 
 std::string ReadBytes(const std::string& file) {

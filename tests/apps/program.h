@@ -49,6 +49,10 @@ class AppTest : public testing::Test {
     std::string Path(const std::string& name) const { return folder / name; }
     std::vector<std::string> Files() const;
     static Outcome Render(const std::vector<std::string>& arguments);
+    /// Runs a command of the shell. What it does to its outputs itself is missing from the outcome.
+    static Outcome Shell(const std::string& command);
+    /// The program with its arguments, as the shell reads them.
+    static std::string Command(const std::vector<std::string>& arguments);
     /// Renders to a picture; a run that fails fails the test.
     Shown Picture(const std::string& input, std::vector<std::string> options = {}) const;
     /// Bytes to a file; the path.
@@ -63,6 +67,8 @@ template <class T>
 void WritePicture(const std::string& file, const std::vector<Pixels<T>>& frames, int bits = 0);
 
 Shown ReadShown(const std::string& file);
+/// All bits of a file's values.
+Pixels<std::uint16_t> ReadDeep(const std::string& file);
 std::string ReadBytes(const std::string& file);
 /// The path of a sample file; fails the test where the samples were not fetched.
 std::string Sample(const std::string& name);
