@@ -52,9 +52,19 @@ stays, the levels told are then those of the new data. --to-yuv turns a colour p
 differences of floats; the luminance has the full range of the file's element type (of floats that of the data),
 the differences half of it both ways, unless --levels says otherwise. The channels are then y, u and v.
 
---pixel tells what the image that is shown of the first layer holds at a pixel of it, before levels: red green
-blue, y u v, grey, x y of a vector, or 1 where a mask is set, on one line for each frame. What was converted for
-display, baked or shifted is told as such.
+--pixel X,Y tells the values that the first layer has at a pixel: red green blue, y u v, grey, x y of a vector, or 1
+where a mask is set, on one line for each frame, in as few digits as bring them back. They are the file's own, unless
+--bake, --to-yuv or a --channel of intensity, saturation or hue changed them. Of several pixels (10-20,30 is a part
+of a row, 10-20,30-40 a rectangle) there is a line for each row, with commas between the channels of a pixel.
+
+--difference shows two pictures, the first two layers, as one whose values are how far theirs lie apart, without the
+sign, and tells how many pixels differ, the largest difference and its place, the mean, the root of the mean square
+(rms) and, of two pictures of one type of 8 or 16 bits, the psnr of the type's range. All other options are those of
+that picture; further layers lie over it.
+
+--info also tells of each channel the range, mean and deviation of its finite values, percentiles and a histogram.
+--json makes it an array with an object for each layer, in which numbers that are not finite are null; "fileBytes"
+has the bytes of names that are not UTF-8. A percentile is the value that so many percent of all lie below.
 
 Values are those that the file stores. What reading changes (rescaled values, expanded palettes, alpha left out,
 floats for what cannot be shown as it is) is told on the line of the first frame, and by --info. Pictures whose low
@@ -84,7 +94,9 @@ Examples:
   pzel-render photo.jpg -o baked.png --levels 10:220 --gamma 1.3 --bake
   pzel-render photo.jpg -o v.png --to-yuv --channel v
   pzel-render CT.dcm --pixel 64,30
-  pzel-render scan.dcm --info
+  pzel-render CT.dcm --pixel 60-69,30-34
+  pzel-render scan.dcm --info --json
+  pzel-render --difference before.png after.png -o changes.png --levels 0:30
   pzel-render CT.dcm CT.dcm@threshold=300:3000,boundary,red -o outline.png --zoom 3
   pzel-render CT.dcm dose.dcm@0.4,+10-5 organ.png@mask,green flow.exr@vectors,yellow -o all.png
   pzel-render --fields even.png odd.png -o woven.png
