@@ -9,6 +9,7 @@
 #include <numbers>
 #include <span>
 
+#include "pzel/bounds/bounds.h"
 #include "pzel/display/overlay.h"
 #include "pzel/image/lifecycle.h"
 
@@ -103,6 +104,7 @@ pzel_io::OwnedImage InColours(const ShownBitmap& greys, ColourMap map) {
     pzel_io::OwnedImage image(NewImage(static_cast<unsigned short>(greys.width),
                                        static_cast<unsigned short>(greys.height), 3, DataUInt8, true));
     SetImageType(image.get(), static_cast<unsigned short>(SubColour));
+    SetDefaultBound(image.get());  // colours are shown as they are
     BitmapSource source;
     source.pixels = greys.pixels;
     source.rowBytes = greys.rowBytes;

@@ -111,8 +111,8 @@ void DeepPicture::ConvertTile(const Image& image, const Channel& channel, std::s
     SetDefaultBound(deep.get());
     CopyImage(exact.get(), deep.get(), 0, 0, 0, 0, deep->width, deep->height,
               static_cast<unsigned short>(CopyBorderNone));
-    if (channel.isCurved && (inverted || layer.look.gamma != 1)) {
-        ToneCurve curve(layer.look.gamma, inverted, ToneCurve::Model::Grey);
+    if (channel.isCurved && (inverted || layer.look.IsCurved(layer.look.invert))) {
+        ToneCurve curve(layer.look.bend, layer.look.gamma, inverted, ToneCurve::Model::Grey);
         ConvertImage(deep.get(), &curve);
     }
     const auto* from = reinterpret_cast<const std::uint16_t*>(deep->data);

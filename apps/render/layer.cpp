@@ -13,6 +13,8 @@
 #include <tuple>
 #include <utility>
 
+#include "option_values.h"
+
 namespace {
 
 constexpr double kMaskOpacity = 0.5;
@@ -93,6 +95,8 @@ class LayerParser {
             Set(layer.threshold, Range(part), part, "threshold");
         } else if (part.starts_with("levels=")) {
             TakeLevels(part);
+        } else if (part.starts_with("colormap=")) {
+            TakeColourMap(part);
         } else if (part.starts_with("page=") || part.starts_with("hdu=")) {
             Set(layer.page, static_cast<int>(Count(part)), part, "page");
         } else if (part.starts_with("frame=")) {
@@ -147,6 +151,15 @@ class LayerParser {
         layer.maskValue = value;
     }
 
+    void TakeColourMap(const std::string& part) {
+        try {
+            Set(layer.look.colourMap, ParseName(kColourMapNames, part.substr(part.find('=') + 1)), part,
+                "colour map");
+        } catch (const std::invalid_argument& error) {
+            Refuse("'" + part + "': " + error.what());
+        }
+    }
+
     void TakeLevels(const std::string& part) {
         if (!layer.look.levels.empty()) Refuse("'" + part + "' is a second setting of levels");
         try {
@@ -185,6 +198,8 @@ class LayerParser {
         if (layer.role == Role::Vectors && layer.threshold) Refuse("a threshold makes a mask, not vectors");
         if (layer.maskValue && layer.threshold)
             Refuse("a mask is made of one value, or of those within a threshold");
+        if (layer.IsOverlay() && layer.look.colourMap)
+            Refuse(std::string("a colour map is for a picture, not for '") + RoleName(layer.role) + "'");
         if (layer.IsOverlay() && !layer.look.levels.empty())
             Refuse(std::string("levels are those of a picture, not of '") + RoleName(layer.role) + "'");
     }

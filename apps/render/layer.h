@@ -77,6 +77,8 @@ struct Layer {
     pzel_io::StackOrder order = pzel_io::StackOrder::Auto;
     std::optional<int> page;             ///< of the file: a page, an image, a header unit
     std::optional<std::uint32_t> frame;  ///< the only one that is shown
+    bool asStored = false;               ///< not turned upright
+    bool partial = false;                ///< shown as far as it is whole
     std::string oddField;                ///< the file of the odd rows, where `file` holds the even ones alone
     std::vector<Layer> subtracted;       ///< the picture whose difference to this one is shown, or none
     std::optional<pzel_io::Field> field;  ///< shown alone

@@ -39,8 +39,7 @@ int RunWith(int argc, char** argv) {
     std::optional<Options> options;
     try {
         options = ParseOptions(argc, argv, status);
-        if (options) Run(*options);
-        return status;
+        return options ? Run(*options) : status;
     } catch (const pzel_io::FileError& error) {
         std::cerr << "pzel-render: " << error.what() << std::endl;
     } catch (const std::exception& error) {

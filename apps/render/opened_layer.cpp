@@ -1,6 +1,7 @@
 // Opening what a layer names: a file, two files of fields, a field of either, the difference of two.
 #include "opened_layer.h"
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
@@ -13,6 +14,8 @@ pzel_io::OpenOptions HowToOpen(const Layer& layer) {
     if (layer.role == Role::Vectors) how.purpose = pzel_io::Purpose::Vectors;
     if (layer.role == Role::Mask || layer.role == Role::Boundary) how.purpose = pzel_io::Purpose::Mask;
     how.page = layer.page;
+    how.asStored = layer.asStored;
+    how.partial = layer.partial;
     return how;
 }
 
@@ -64,4 +67,28 @@ pzel_io::OwnedImage OpenedLayer::Make(std::uint32_t frame) {
     } catch (const std::exception& error) {
         throw FileError(Info().file, error.what());
     }
+}
+
+// Rows outside are read all the same where levels may follow from them.
+void OpenedLayer::ShowPart(const Area& part) {
+    layer.area = part;
+    const auto kindOf = [](const LevelSpec& spec) { return spec.kind; };
+    const std::vector<LevelSpec>& levels = layer.look.levels;
+    const bool byData = std::any_of(levels.begin(), levels.end(), [&](const LevelSpec& spec) {
+        return kindOf(spec) == LevelSpec::Kind::Percent ||
+               (kindOf(spec) == LevelSpec::Kind::Data && Info().type != DataUInt8);
+    });
+    const bool plainBytes = Info().type == DataUInt8 && Info().model != SubYuv && !layer.look.bake;
+    if (byData || layer.look.channel == Channel::Hsi ||
+        !(plainBytes || (!levels.empty() && !layer.look.bake)))
+        return;
+    source->WantRows({part.top, part.bottom});
+}
+
+std::string OpenedLayer::NameOf(std::uint32_t frame) const {
+    std::string name = Info().file.string();
+    if (Info().frames == 1) return name;
+    const std::filesystem::path file = source->FileOf(frame);
+    if (file != Info().file) name += " (" + file.filename().string() + ")";
+    return name + " frame " + std::to_string(frame) + " of " + std::to_string(Info().frames);
 }

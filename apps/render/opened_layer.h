@@ -21,6 +21,12 @@ class OpenedLayer {
     /// Reads a frame and prepares it for display. Whatever fails is an error of the file.
     pzel_io::OwnedImage Make(std::uint32_t frame);
 
+    /// Says which frame is made next, and which part of frames is all that is shown.
+    void Expect(std::uint32_t frame) { source->Expect(frame); }
+    void ShowPart(const Area& part);
+    /// "FILE", or "FILE frame N of M", with the file of a stack that the frame comes from.
+    std::string NameOf(std::uint32_t frame) const;
+
     const pzel_io::PictureInfo& Info() const { return source->Info(); }
     const FrameMaker& Maker() const { return *maker; }
     /// Where the frames are the difference of two files; else null.

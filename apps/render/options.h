@@ -1,28 +1,19 @@
 // The command line of pzel-render.
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "finish.h"
 #include "layer.h"
+#include "montage.h"
+#include "option_values.h"
 #include "picture_queue.h"
-
-/// Inclusive.
-struct FrameRange {
-    std::uint32_t first;
-    std::uint32_t last;
-};
-
-/// Frames to render, range after range; empty: all.
-struct FrameSelection {
-    std::vector<FrameRange> ranges = {{0, 0}};
-    bool numbered = false;  ///< one output for each frame, numbered
-};
 
 struct Options {
     std::vector<Layer> layers;  ///< 1 or more, the first one lowest
+    bool each = false;          ///< each layer is a picture of its own, and the output a folder
     std::string output;         ///< empty: no picture is written; "-": standard output
     WriteSettings writing;
     int depth = 8;  ///< bits of a value in the file, where it is not a bit: 8 or 16
@@ -30,6 +21,8 @@ struct Options {
     std::optional<Area> area;    ///< of the picture of all layers
     std::optional<Area> pixels;  ///< of the first layer
     int zoom = 1;
+    FinishOptions finish;
+    std::optional<MontageOptions> montage;
     bool info = false;
     bool json = false;  ///< of info
     bool quiet = false;

@@ -2,14 +2,13 @@
 // the frame makers, showing to the views, putting together to the composition.
 #include "render.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <deque>
 #include <iostream>
 #include <limits>
+#include <map>
 #include <set>
 #include <sstream>
 #include <utility>
@@ -20,9 +19,8 @@
 #include "deep_picture.h"
 #include "info.h"
 #include "opened_layer.h"
-#include "picture_queue.h"
+#include "outlet.h"
 #include "pixel_text.h"
-#include "print_lines.h"
 #include "pzel/component/group.h"
 #include "pzel/display/vector.h"
 #include "view.h"
@@ -33,55 +31,16 @@ using pzel_io::FileError;
 using pzel_io::FileMovie;
 using pzel_io::PictureInfo;
 
-constexpr std::size_t kFewestDigits = 4;  // of a frame number in a file name
-
-std::filesystem::path NumberedName(const std::filesystem::path& output, std::uint32_t frame) {
-    std::string number = std::to_string(frame);
-    if (number.size() < kFewestDigits) number.insert(0, kFewestDigits - number.size(), '0');
-    return output.parent_path() / (output.stem().string() + "_" + number + output.extension().string());
+// A picture's own name in the folder, with the ending of the format.
+std::filesystem::path EachOutput(const std::filesystem::path& folder, const std::filesystem::path& input,
+                                 pzel_io::FileFormat format) {
+    const char* ending = format == pzel_io::FileFormat::Jpeg   ? ".jpg"
+                         : format == pzel_io::FileFormat::Tiff ? ".tif"
+                                                               : ".png";
+    const std::filesystem::path name =
+        input.has_filename() ? input.filename() : input.parent_path().filename();
+    return folder / (name.stem().string() + ending);
 }
-
-// Overwrites itself on a terminal, and is silent elsewhere.
-class Progress {
-  public:
-    explicit Progress(std::uint32_t frameCount)
-        : total(frameCount), shown(frameCount > 1 && isatty(STDERR_FILENO)) {}
-    ~Progress() {
-        if (shown) std::fputs("\r\033[K", stderr);
-    }
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
-
-    void Show(std::uint32_t done) const {
-        if (shown) std::fprintf(stderr, "\r%u of %u frames", done, total);
-    }
-    // Makes room for a line on the same terminal.
-    void Hide() const {
-        if (shown) std::fputs("\r\033[K", stderr);
-    }
-
-  private:
-    std::uint32_t total;
-    bool shown;
-};
-
-// Lines about pictures, where the pictures themselves do not go.
-class Teller {
-  public:
-    Teller(const std::filesystem::path& output, const Progress& shown)
-        : stream(pzel_io::IsStandardOutput(output) ? stderr : stdout), progress(shown) {}
-
-    /// @throws FileError where the line cannot be written
-    void Tell(const std::string& lines) const {
-        if (lines.empty()) return;
-        progress.Hide();
-        PrintLines(stream, lines);
-    }
-
-  private:
-    std::FILE* stream;
-    const Progress& progress;
-};
 
 class Rendering {
   public:
@@ -105,7 +64,14 @@ class Rendering {
         }
     }
 
-    void RenderFrames() {
+    // How many pictures there will be.
+    std::uint64_t Count() const {
+        std::uint64_t count = 0;
+        for (const FrameRange& range : ranges) count += (*range.last - range.first) / range.step + 1;
+        return count;
+    }
+
+    void RenderFrames(Outlet& outlet) {
         const ArrowTables tables;
         std::vector<FileMovie::Layer> files;
         for (OpenedLayer& opened : layers) {
@@ -118,33 +84,34 @@ class Rendering {
         for (std::size_t i = 0; i < layers.size(); ++i)
             views.emplace_back(file, i, layers[i].Maker(), layers[i].Info(), layers[i].layer, options.zoom);
         Composition composition(movie, shown, options.zoom);
-        for (const FrameRange& range : ranges) movie.AddFrameRange({range.first, range.last});
-        const auto total = static_cast<std::uint64_t>(movie.GetRangesLength());
-        const Progress progress(static_cast<std::uint32_t>(total));
-        Teller teller(options.output, progress);
-        PictureQueue queue(options.writing, total, [&teller](const std::string& line) { teller.Tell(line); });
+        SelectFrames(movie);
         std::uint32_t done = 0;
-        try {
-            for (FrameIterator frame = movie.GetFrameIterator(); !frame.Done(); ++frame) {
-                progress.Show(done++);
-                const auto number = static_cast<std::uint32_t>(*frame);
-                file.GoTo(number);
-                for (View& view : views) view.Show();
-                const Picture picture = MakePicture(views, composition);
-                const std::filesystem::path output = OutputOf(number);
-                std::ostringstream lines;
-                if (!options.quiet && !output.empty())
-                    PrintLine(lines, views, picture, number, done == 1, output);
-                if (layers[0].Difference()) PrintDifference(lines, *layers[0].Difference(), number);
-                if (options.pixels) PrintPixels(lines, file, number);
-                Put(queue, file, picture, output, lines.str());
+        for (FrameIterator frame = movie.GetFrameIterator(); !frame.Done();) {
+            outlet.Show(done++);
+            const auto number = static_cast<std::uint32_t>(*frame);
+            file.GoTo(number);
+            ++frame;
+            if (!frame.Done()) ExpectFrame(static_cast<std::uint32_t>(*frame));
+            for (View& view : views) view.Show();
+            const Picture picture = MakePicture(views, composition);
+            const FinishedBitmap finished(picture.bitmap, options.finish);
+            const std::filesystem::path output =
+                outlet.MakesSheets() ? std::filesystem::path() : OutputOf(number);
+            std::ostringstream lines;
+            if (!options.quiet && !options.output.empty())
+                PrintLine(lines, views, {finished.Bitmap(), picture.milliseconds}, number, done == 1, output);
+            if (layers[0].Difference()) PrintDifference(lines, *layers[0].Difference(), number);
+            if (options.pixels) PrintPixels(lines, file, number);
+            if (outlet.MakesSheets()) {
+                outlet.PutCell(finished.Bitmap(), TitleOf(number), lines.str());
+            } else if (IsDeep()) {
+                const DeepPicture deep(*file.Picture(0).GetCurrentImage(), GetLevels(file.Picture(0)),
+                                       layers[0].layer, First());
+                outlet.Put(output, deep.AsFilePicture(), lines.str());
+            } else {
+                outlet.Put(output, pzel_io::AsFilePicture(finished.Bitmap()), lines.str());
             }
-        } catch (...) {
-            // What came before is written, and what went wrong with it went wrong first.
-            queue.Finish();
-            throw;
         }
-        queue.Finish();
     }
 
   private:
@@ -238,21 +205,52 @@ class Rendering {
         const Area place = PlaceOf(opened.layer, opened.Info());
         const auto part = SharedPart(place, shown);
         if (!part) return;
-        opened.layer.area = {part->left - place.left, part->top - place.top, part->right - place.left,
-                             part->bottom - place.top};
+        const Area inside{part->left - place.left, part->top - place.top, part->right - place.left,
+                          part->bottom - place.top};
+        if (options.info || options.pixels) {
+            opened.layer.area = inside;
+        } else {
+            opened.ShowPart(inside);
+        }
     }
 
-    // Layers of one frame are shown with every frame of the others.
+    // Layers of one frame are shown with every frame of the others. Ranges without an end get theirs.
     void CheckFrames() {
-        if (ranges.empty()) ranges = {{0, frames - 1}};
-        for (const FrameRange& range : ranges) {
+        for (FrameRange& range : ranges) {
+            if (!range.last) range.last = std::max(range.first, frames - 1);
             for (const OpenedLayer& opened : layers) {
                 const PictureInfo& info = opened.Info();
-                if (range.last < info.frames || (info.frames == 1 && frames > 1)) continue;
-                throw FileError(info.file, "has no frame " + std::to_string(range.last) +
+                if (*range.last < info.frames || (info.frames == 1 && frames > 1)) continue;
+                throw FileError(info.file, "has no frame " + std::to_string(*range.last) +
                                                "; its frames are 0 to " + std::to_string(info.frames - 1));
             }
         }
+    }
+
+    void SelectFrames(Movie& movie) const {
+        for (const FrameRange& range : ranges) {
+            if (range.step == 1) {
+                movie.AddFrameRange({range.first, *range.last});
+                continue;
+            }
+            for (std::uint64_t frame = range.first; frame <= *range.last; frame += range.step) {
+                const auto number = static_cast<std::uint32_t>(frame);
+                movie.AddFrameRange({number, number});
+            }
+        }
+    }
+
+    void ExpectFrame(std::uint32_t frame) {
+        for (OpenedLayer& opened : layers)
+            if (opened.Info().frames > 1) opened.Expect(frame);
+    }
+
+    // What a sheet says below a picture.
+    std::string TitleOf(std::uint32_t frame) const {
+        const std::string file = First().file.filename().string();
+        return First().frames == 1 ? file
+               : options.each      ? file + " " + std::to_string(frame)
+                                   : std::to_string(frame);
     }
 
     Picture MakePicture(const std::deque<View>& views, Composition& composition) const {
@@ -265,21 +263,14 @@ class Rendering {
         return {bitmap, spent.count()};
     }
 
+    // With --each the output is a folder.
     std::filesystem::path OutputOf(std::uint32_t frame) const {
         if (options.output.empty()) return {};
-        const std::filesystem::path output = options.frames.numbered ? NumberedName(options.output, frame)
-                                                                     : std::filesystem::path(options.output);
+        std::filesystem::path output = options.output;
+        if (options.each) output = EachOutput(output, First().file, options.writing.format);
+        if (options.frames.numbered) output = NumberedName(output, frame);
         CheckOutput(output);
         return output;
-    }
-
-    void Put(PictureQueue& queue, FileMovie& file, const Picture& picture,
-             const std::filesystem::path& output, const std::string& lines) const {
-        if (!IsDeep()) return queue.Put(output, pzel_io::AsFilePicture(picture.bitmap), lines);
-        const OpenedLayer& first = layers[0];
-        const DeepPicture deep(*file.Picture(0).GetCurrentImage(), GetLevels(file.Picture(0)), first.layer,
-                               first.Info());
-        queue.Put(output, deep.AsFilePicture(), lines);
     }
 
     // The inputs must outlive a slip of the pen.
@@ -295,17 +286,11 @@ class Rendering {
         }
     }
 
-    static std::string NameOf(const PictureInfo& info, std::uint32_t frame) {
-        const std::string name = info.file.string();
-        if (info.frames == 1) return name;
-        return name + " frame " + std::to_string(frame) + " of " + std::to_string(info.frames);
-    }
-
     static void PrintLayer(std::ostream& out, const OpenedLayer& opened, const View& view,
                            std::uint32_t frame) {
         const PictureInfo& info = opened.Info();
         const Layer& layer = opened.layer;
-        out << NameOf(info, frame) << ": " << pzel_io::TypeName(info.type) << " x " << info.channels << " "
+        out << opened.NameOf(frame) << ": " << pzel_io::TypeName(info.type) << " x " << info.channels << " "
             << pzel_io::ModelName(info.model) << ", " << info.width << " x " << info.height << ", "
             << view.Text();
         if (layer.opacity != 1) out << ", opacity " << pzel_io::NumberText(layer.opacity);
@@ -326,7 +311,8 @@ class Rendering {
         out << ", " << bitmap.width << " x " << bitmap.height << " bitmap of " << bits
             << (bits == 1 ? " bit" : " bits");
         if (!IsOneToOne()) out << " at zoom " << options.zoom;
-        out << " in " << spent << " ms -> " << output.string();
+        out << " in " << spent << " ms";
+        if (!output.empty()) out << " -> " << output.string();
         if (first) PrintConversions(out);
         out << '\n';
     }
@@ -344,7 +330,7 @@ class Rendering {
 
     void PrintDifference(std::ostream& out, const pzel_io::DifferenceSource& difference,
                          std::uint32_t frame) const {
-        out << NameOf(First(), frame) << " - " << difference.Subtracted().string() << ": "
+        out << layers[0].NameOf(frame) << " - " << difference.Subtracted().string() << ": "
             << DifferenceText(difference.Figures(), First()) << '\n';
     }
 
@@ -352,7 +338,7 @@ class Rendering {
     void PrintPixels(std::ostream& out, FileMovie& file, std::uint32_t frame) const {
         const auto layer = static_cast<std::size_t>(GetIOComponent(&file.GetMovie())->GetIndex());
         const Image& made = *file.Picture(layer).GetCurrentImage();
-        ::PrintPixels(out, NameOf(First(), frame), layers[layer].Maker().Values(made), *options.pixels);
+        ::PrintPixels(out, layers[0].NameOf(frame), layers[layer].Maker().Values(made), *options.pixels);
     }
 
     const Options& options;
@@ -362,13 +348,64 @@ class Rendering {
     Area shown{};              // in the movie's columns and rows
 };
 
+// Two inputs must not come out under one name, and there must be a folder for them.
+void CheckEachOutput(const Options& options) {
+    if (options.output.empty() || options.montage) return;
+    std::error_code error;
+    std::filesystem::create_directories(options.output, error);
+    if (!std::filesystem::is_directory(options.output))
+        throw FileError(options.output, "is no folder" + (error ? ": " + error.message() : std::string()));
+    std::map<std::filesystem::path, std::string> taken;
+    for (const Layer& layer : options.layers) {
+        const auto output = EachOutput(options.output, layer.file, options.writing.format);
+        const auto [found, isNew] = taken.try_emplace(output, layer.file);
+        if (!isNew)
+            throw FileError(layer.file, "would be written to " + output.string() + ", like " + found->second);
+    }
+}
+
+// One picture after the other, each of one layer. What is wrong with one is told, and the others are made.
+int RunEach(const Options& options, Outlet& outlet) {
+    int status = 0;
+    for (const Layer& layer : options.layers) {
+        Options single = options;
+        single.layers = {layer};
+        single.layers[0].look = options.layers[0].look;
+        try {
+            Rendering(single).RenderFrames(outlet);
+        } catch (const pzel_io::FileError& error) {
+            std::fprintf(stderr, "pzel-render: %s\n", error.what());
+            status = 1;
+        }
+    }
+    return status;
+}
+
 }  // namespace
 
-void Run(const Options& options) {
+int Run(const Options& options) {
+    const Lines lines = options.quiet ? Lines::LeftOut : Lines::Told;
+    int status = 0;
+    if (options.each && !options.info) {
+        CheckEachOutput(options);
+        Outlet outlet(options.output, options.writing, options.montage, 0, lines);
+        status = RunEach(options, outlet);
+        outlet.Finish();
+        return status;
+    }
     Rendering rendering(options);
     if (options.info) {
         rendering.PrintInfo();
-    } else {
-        rendering.RenderFrames();
+        return status;
     }
+    Outlet outlet(options.output, options.writing, options.montage, rendering.Count(), lines);
+    try {
+        rendering.RenderFrames(outlet);
+    } catch (...) {
+        // What came before is written, and what went wrong with it went wrong first.
+        outlet.Finish();
+        throw;
+    }
+    outlet.Finish();
+    return status;
 }
