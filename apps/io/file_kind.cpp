@@ -34,6 +34,7 @@ constexpr Mark kMarks[] = {
     {0, "MM\0*"sv, "tiff"},
     {0, "II+\0"sv, "tiff"},
     {0, "MM\0+"sv, "tiff"},
+    {0, "\x1F\x8B\x08"sv, "fits", "fits"},  // of gzip: no other format is kept so
     {0, "v/1\x01"sv, "openexr"},
     {0, "GIF8"sv, "gif"},
     {0, "BM"sv, "bmp"},
