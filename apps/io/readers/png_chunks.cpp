@@ -3,6 +3,7 @@
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <string_view>
 
 namespace pzel_io {
@@ -19,7 +20,7 @@ class Lister {
     explicit Lister(Bytes of) : file(of) {}
 
     PngContent List() {
-        std::size_t at = kMarkBytes;
+        std::size_t at = std::min(kMarkBytes, file.size());
         bool ended = false;
         while (!ended && file.size() - at >= kFrame) {
             const std::size_t length = PngLong(file, at);

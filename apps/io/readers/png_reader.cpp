@@ -88,13 +88,13 @@ class PngReader final : public Reader {
         if (header.depth == 1) info.type = DataBit;
         if (header.depth > 1 && header.depth < kByteBits)
             info.window = Window{0, static_cast<double>((1 << header.depth) - 1)};
-        if (HasAlpha() && !IsVectors()) Note("alpha left out");
+        if (HasAlpha() && !IsVectors() && !content.isAnimated) Note("alpha left out");
     }
 
     void NoteRest() {
         if (content.isCut) Note("is cut short: shown as far as it goes");
         if (!content.damage.empty()) Note("is damaged: " + content.damage);
-        if (!content.transparency.empty()) {
+        if (!content.transparency.empty() && !content.isAnimated) {
             Note(header.colour == kPngPalette ? "transparency of the palette left out"
                                               : "the colour that stands for transparency is shown");
         }
