@@ -4,7 +4,7 @@ BUILD_PACKAGES="g++ cmake ninja-build"
 # What the hosts are built on, what readers read with, and what is written with.
 APP_PACKAGES="libcli11-dev nlohmann-json3-dev libfreetype-dev fonts-dejavu-core"
 APP_PACKAGES="$APP_PACKAGES libopenimageio-dev libgdcm-dev libcfitsio-dev libavformat-dev libavcodec-dev libswscale-dev"
-APP_PACKAGES="$APP_PACKAGES libtiff-dev libjpeg62-turbo-dev libisal-dev libdeflate-dev zlib1g-dev"
+APP_PACKAGES="$APP_PACKAGES libtiff-dev libjpeg62-turbo-dev libisal-dev libdeflate-dev zlib1g-dev libpng-dev libgif-dev"
 TEST_PACKAGES="libgtest-dev python3"
 
 # Runs a command as root: directly, or through sudo. Ends the script where neither is possible.

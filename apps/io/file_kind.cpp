@@ -28,14 +28,15 @@ constexpr const char* kVideo = "video";
 
 // The first match counts: longer marks at the same place stand before shorter ones.
 constexpr Mark kMarks[] = {
-    {0, "\x89PNG\r\n\x1A\n"sv, "png"},
+    {0, "\x89PNG\r\n\x1A\n"sv, "png", "png"},
     {0, "\xFF\xD8\xFF"sv, "jpeg", "jpeg"},
     {0, "II*\0"sv, "tiff"},
     {0, "MM\0*"sv, "tiff"},
     {0, "II+\0"sv, "tiff"},
     {0, "MM\0+"sv, "tiff"},
+    {0, "\x1F\x8B\x08"sv, "fits", "fits"},  // of gzip: no other format is kept so
     {0, "v/1\x01"sv, "openexr"},
-    {0, "GIF8"sv, "gif"},
+    {0, "GIF8"sv, "gif", "gif"},
     {0, "BM"sv, "bmp"},
     {0, "\0\0\0\x0CjP  \r\n\x87\n"sv, "jpeg2000"},
     {0, "\xFF\x4F\xFF\x51"sv, "jpeg2000"},

@@ -23,8 +23,11 @@ VideoStream::VideoStream(const std::filesystem::path& file, Damage damage)
     : name(file), onDamage(damage), input(file), packet(av_packet_alloc()), frame(av_frame_alloc()) {
     if (!packet || !frame) throw std::bad_alloc();
     av_log_set_level(AV_LOG_QUIET);  // what matters is reported in one line
+    const VideoEnd end = FindVideoEnd(name);
+    if (end == VideoEnd::Cut && onDamage == Damage::Refuse) Fail("is cut short");
+    if (end == VideoEnd::Unknown) notes.push_back("has no end mark: it may be cut short");
     OpenContainer();
-    CountFrames();
+    CountFrames(end);
     SkipBrokenStart();
 }
 
@@ -81,12 +84,12 @@ bool VideoStream::IsPicture(const AVPacket& of) const {
 }
 
 // What containers tell of their length is often a guess: the packets are the truth.
-void VideoStream::CountFrames() {
+void VideoStream::CountFrames(VideoEnd end) {
     // Only this family of containers lists its packets one by one; others may count repeats.
     const bool listed = std::string_view(format->iformat->name).find("mp4") != std::string_view::npos;
     if (listed) LeaveOutPictures();
     std::int64_t packets = 0;
-    bool whole = true;
+    bool whole = end != VideoEnd::Cut;
     while (av_read_frame(format.get(), packet.get()) >= 0) {
         if (packet->stream_index == stream) {
             ++packets;

@@ -15,6 +15,7 @@ extern "C" {
 #include <vector>
 
 #include "apps/io/picture_info.h"
+#include "apps/io/readers/video_end.h"
 #include "apps/io/readers/video_input.h"
 
 namespace pzel_io {
@@ -63,7 +64,7 @@ class VideoStream {
     [[noreturn]] void Fail(const std::string& reason) const { throw FileError(name, reason); }
     void OpenContainer();
     void OpenDecoder(const AVCodec& decoder);
-    void CountFrames();
+    void CountFrames(VideoEnd end);
     bool IsPicture(const AVPacket& packet) const;
     void LeaveOutPictures();
     void SkipBrokenStart();
