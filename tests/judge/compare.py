@@ -7,11 +7,14 @@ where no reader here can tell. Ends with 1 where anything is WRONG.
 import argparse
 import collections
 import io
+import multiprocessing
 import re
 import shutil
 import subprocess
 import sys
 import warnings
+from dataclasses import replace
+from functools import partial
 from pathlib import Path
 
 import numpy as np
@@ -22,7 +25,7 @@ from makes import Made
 from program import Program, info
 
 PACKAGES = Path("/usr/lib/python3/dist-packages")
-SAMPLES = [Path(__file__).parents[2] / "build-samples", PACKAGES / "imageio", PACKAGES / "nibabel", PACKAGES / "astropy"]
+SAMPLES = [Path(__file__).parents[2].resolve() / "build-samples", PACKAGES / "imageio", PACKAGES / "nibabel", PACKAGES / "astropy"]
 MOST_FRAMES = 12  # of a file that are compared
 LARGEST = 10 << 20
 VIDEO_NEAR = 4  # levels that two conversions of the same colours may be apart
@@ -34,7 +37,10 @@ Image.MAX_IMAGE_PIXELS = None
 
 def dicom(file):
     import pydicom
+    import gdcm
     from pydicom.pixel_data_handlers import util
+    gdcm.Trace.WarningOff()
+    gdcm.Trace.ErrorOff()
     set_ = pydicom.dcmread(file, force=True)
     if not any(key in set_ for key in ("PixelData", "FloatPixelData", "DoubleFloatPixelData")):
         return Made(file, refused=True)
@@ -70,7 +76,9 @@ def fits(file):
 def tiff(file):
     import tifffile
     with tifffile.TiffFile(file) as pages:
-        return Made(file, [page.asarray() for page in pages.pages])
+        frames = [(page.asarray(), page) for page in pages.pages]
+    planes = lambda page: page.planarconfig == 2 and page.samplesperpixel > 1
+    return Made(file, [np.moveaxis(values, 0, -1) if planes(page) else values for values, page in frames])
 
 
 def pillow(file):
@@ -120,21 +128,20 @@ JUDGES = {"dicom": (dicom, ".dcm"), "fits": (fits, ".fits .fits.gz"), "tiff": (t
 
 
 def samples(format_):
-    judge, endings = JUDGES[format_]
     for folder in SAMPLES:
         for file in sorted(folder.rglob("*")):
-            if not file.is_file() or not file.name.lower().endswith(tuple(endings.split())) or file.stat().st_size > LARGEST:
-                continue
-            yield judged(judge, file, format_)
+            if file.is_file() and file.name.lower().endswith(tuple(JUDGES[format_][1].split())) and file.stat().st_size < LARGEST:
+                yield Made(file, format=format_)
 
 
-def judged(judge, file, format_):
-    try:
-        made = judge(file)
-    except Exception as error:  # readers fail over files in many ways; such a file is not judged
-        made = Made(file, told=f"({type(error).__name__}: {error})".split("\n")[0])
-        made.frames = None
-    made.format = format_
+def judged(made):
+    """With the frames that another reader finds, where they are not known."""
+    if made.frames is None and not made.refused:
+        try:
+            found = JUDGES[made.format][0](made.file)
+        except Exception as error:  # readers fail over files in many ways; such a file is not judged
+            return replace(made, told=f"{type(error).__name__}: {error}".split("\n")[0])
+        return replace(found, format=made.format, told=made.told)
     return made
 
 
@@ -145,9 +152,10 @@ def mapped(values, low, high):
     if values.dtype.kind == "b":
         return values * np.uint8(255)
     scale = np.float32(255.0 / (high - low))
-    within = np.clip(np.where(np.isnan(values.astype(float)), low, values.astype(float)), low, high)
-    shown = (within - low).astype(np.float32) * scale + np.float32(0.5)
-    return np.clip(shown, 0, 255).astype(np.uint8)
+    within = np.ma.filled(values, 0).astype(float)
+    within = np.clip(np.where(np.isnan(within), low, within), low, high)
+    shown = np.clip((within - low).astype(np.float32) * scale + np.float32(0.5), 0, 255).astype(np.uint8)
+    return np.ma.array(shown, mask=np.ma.getmask(values))
 
 
 def levels(frames):
@@ -157,13 +165,11 @@ def levels(frames):
         return [(0, 255)]
     whole = values.dtype.kind in "iu"
     values = values[np.isfinite(values.astype(float))].astype(float)
+    if not values.size:
+        return [(0, 1)]
     low, middle, high = (np.floor(v) if whole else float(f"{v:.6g}") for v in np.percentile(values, (0, 50, 100)))
     narrow = (middle - 127, middle + 128) if whole else (middle, middle + max((high - middle) / 9, 1e-6))
     return [(low, high if high > low else low + 1), narrow]
-
-
-def scale(truth, low, high):
-    return [] if truth.dtype.kind == "b" else ["--levels", f"{float(low)!r}:{float(high)!r}"]
 
 
 class Difference(Exception):
@@ -188,53 +194,53 @@ def reason(run, made):
 
 
 def compareFrames(program, made, lines, notes):
-    """Every pixel through levels; the largest difference in levels."""
+    """Every pixel through levels. Gives the largest difference in levels, how large it might be, and the frames."""
     sparse = isinstance(made.frames, dict)
-    frames = [f for n, f in made.frames.items() if n != "count"] if sparse else made.frames[:MOST_FRAMES]
-    numbers = [n for n in made.frames if n != "count"] if sparse else list(range(len(frames)))
-    count, options, near = int(lines["frames"][0]), [], made.near
+    numbers = [n for n in made.frames if n != "count"] if sparse else list(range(len(made.frames)))
+    frames = [made.frames[n] for n in numbers[:MOST_FRAMES]]
+    count, near, kind = int(lines["frames"][0]), made.near, lines["element type"][0]
     wanted = made.frames["count"] if sparse else len(made.frames)
     if count != wanted:
         expect(re.search("left out|frames|pages|pictures", notes), f"{count} frames instead of {wanted}, and does not tell")
-        numbers, frames = zip(*[(n, f) for n, f in zip(numbers, frames) if n < count])
-    if made.lowIsWhite:
-        if "white" in notes:
-            options = ["--invert"]
-        else:
-            frames = [np.iinfo(f.dtype).max - f for f in frames]
-    kind = lines["element type"][0]
-    near = max(near, 1) if kind == "float" else near
+    numbers = [n for n in numbers[:MOST_FRAMES] if n < count]
+    frames = frames[:len(numbers)]
     if kind == "uint8" and frames[0].dtype == np.uint16 and notes:  # said, and as near as bytes can be
         frames, near = [(f / 257).round().astype(np.uint8) for f in frames], max(near, 1)
-    runs = [(["--ranges", ",".join(map(str, numbers))], frames)]
-    if sparse and len(numbers) > 3:
-        runs.append((["--frame", str(numbers[-2])], [frames[-2]]))
+    options = []
+    if made.lowIsWhite and "kept" in notes:
+        options = ["--invert"]
+    elif made.lowIsWhite:
+        frames = [np.iinfo(f.dtype).max - f for f in frames]
+    runs = [(numbers, frames)] + ([(numbers[-2:-1], frames[-2:-1])] if sparse and len(numbers) > 2 else [])
     worst = 0
     for low, high in levels(frames):
+        scale = [] if frames[0].dtype.kind == "b" else ["--levels", f"{float(low)!r}:{float(high)!r}"]
         for which, truths in runs:
-            shown, _ = pictures(program, made, *options, *which, *scale(truths[0], low, high))
-            for number, truth, picture in zip(numbers if len(truths) > 1 else [which[1]], truths, shown):
+            shown, text = pictures(program, made, *options, "--ranges", ",".join(map(str, which)), *scale)
+            allowed = max(near, 1) if kind == "float" or "to float" in text else near
+            for number, truth, picture in zip(which, truths, shown):
                 if truth.ndim == 2 and picture.ndim == 3 and (picture == picture[..., :1]).all():
                     picture = picture[..., 0]
                 expect(picture.shape == truth.shape, f"frame {number}: {picture.shape} instead of {truth.shape}")
-                apart = np.ma.abs(picture.astype(int) - mapped(truth, low, high)).filled(0) if np.ma.isMA(truth) else np.abs(
-                    picture.astype(int) - mapped(truth, low, high))
+                apart = np.ma.filled(np.ma.abs(picture.astype(int) - mapped(truth, low, high)), 0)
                 worst = max(worst, int(apart.max()))
-                expect(apart.max() <= near, f"frame {number} is up to {apart.max()} levels off in "
-                                            f"{100 * (apart > near).mean():.1f} % of its values, levels {low:g}:{high:g}")
-    return worst, list(zip(numbers, frames))
+                expect(apart.max() <= allowed, f"frame {number} is up to {apart.max()} levels off in "
+                                               f"{100 * (apart > allowed).mean():.1f} % of its values, levels {low:g}:{high:g}")
+    return worst, near, list(zip(numbers, frames))
 
 
 def comparePixels(program, made, lines, frames):
     """Single values as text: the smallest, the largest, the one nearest to 0, some others."""
     for number, truth in frames[:2]:
         plain = np.ma.getdata(truth)
+        known = ~np.ma.getmaskarray(truth).reshape(*truth.shape[:2], -1)[..., 0]
         if plain.dtype.kind == "b" or made.lowIsWhite or "yuv" in lines["channels"][0]:
             return
         flat = plain.reshape(*plain.shape[:2], -1)
-        size = np.where((flat[..., 0] != 0) & np.isfinite(flat[..., 0].astype(float)), np.abs(flat[..., 0].astype(float)), np.inf)
-        places = {size.argmin(), np.nan_to_num(flat[..., 0].astype(float)).argmax(), flat[..., 0].argmin(), size.size * 2 // 3}
-        for y, x in (np.unravel_index(int(p), size.shape) for p in sorted(places)):
+        one = flat[..., 0].astype(float)
+        size = np.where((one != 0) & np.isfinite(one), np.abs(one), np.inf)
+        places = {size.argmin(), np.nan_to_num(one).argmax(), one.argmin(), one.size * 2 // 3}
+        for y, x in (np.unravel_index(int(p), one.shape) for p in sorted(places) if known.flat[p]):
             with program.run(made.file, *made.options, "--frame", number, "--pixel", f"{x},{y}") as run:
                 expect(run.status == 0, f"--pixel ends with status {run.status}: {reason(run, made)}")
                 line = run.out.strip().split("\n")[-1].rpartition(": ")[2].partition(";")[0]
@@ -254,6 +260,8 @@ def compareWindows(program, made):
 
 def verdict(program, made):
     """One of ok, told, refused, WRONG and unjudged, and what there is to say."""
+    expect(made.file.exists() or "@" in made.file.name, f"{made.file} is not there")
+    made = judged(made)
     with program.run(made.file, *made.options, "-o", "out.png", "--all" if made.refused else "--info") as run:
         if run.status == 1:
             return "ok" if made.refused else "refused", reason(run, made)
@@ -266,8 +274,8 @@ def verdict(program, made):
         return "unjudged", made.told
     notes = "; ".join(lines.get("conversion", []))
     try:
-        worst, frames = compareFrames(program, made, lines, notes)
-        if not made.near:
+        worst, near, frames = compareFrames(program, made, lines, notes)
+        if not near:
             comparePixels(program, made, lines, frames)
         compareWindows(program, made)
         expect(not made.told or re.search(made.told, notes, re.IGNORECASE), f"does not tell of {made.told}: {notes or 'nothing'}")
@@ -285,16 +293,15 @@ def main():
     options = parser.parse_args()
     if unknown := set(options.formats) - set(JUDGES):
         parser.error(f"no such format: {' '.join(unknown)}")
-    program, keep, formats = Program(options.program), options.keep.resolve(), options.formats or list(JUDGES)
-    shutil.rmtree(keep, ignore_errors=True)
+    formats = options.formats or list(JUDGES)
     counts = collections.defaultdict(collections.Counter)
-    for format_ in formats:
-        for made in (*makes.make(keep, [format_]), *samples(format_)):
-            if made.frames is None and not made.refused and made.file.is_relative_to(keep):
-                made = judged(JUDGES[format_][0], made.file, format_)
-            word, text = verdict(program, made)
-            counts[format_][word] += 1
-            print(f"{word:8} {made.file}{': ' + text if text else ''}", flush=True)
+    with multiprocessing.Pool() as pool:
+        for format_ in formats:
+            shutil.rmtree(options.keep / format_, ignore_errors=True)
+            cases = [*makes.make(options.keep.resolve(), [format_]), *samples(format_)]
+            for made, (word, text) in zip(cases, pool.imap(partial(verdict, Program(options.program)), cases)):
+                counts[format_][word] += 1
+                print(f"{word:8} {made.file}{': ' + text if text else ''}", flush=True)
     for format_ in formats:
         print(f"{format_:8}" + "".join(f"{counts[format_][w]:6} {w}" for w in ("ok", "told", "refused", "unjudged", "WRONG")))
     return 1 if any(count["WRONG"] for count in counts.values()) else 0

@@ -170,8 +170,8 @@ def tiffs(folder):
     for name, photometric, truth in (("bits", 1, bits), ("bits-white-0", 0, ~bits)):
         yield write(f"{name}.tif", [truth], [page(bits, 1, photometric)])
         tags, strips = page(bits, 1, photometric)
-        del tags[258], tags[277]
-        yield write(f"{name}-no-depth.tif", [truth], [(tags, strips)])
+        bare = {tag: value for tag, value in tags.items() if tag not in (258, 277)}
+        yield write(f"{name}-no-depth.tif", [truth], [(bare, strips)])
         turned = [bytes(int(f"{b:08b}"[::-1], 2) for b in strips[0])]
         yield write(f"{name}-low-bit-first.tif", [truth], [({**tags, 266: 2}, turned)])
         for coding in ("g3", "g4"):
@@ -191,10 +191,10 @@ def tiffs(folder):
     yield write("alpha.tif", [alpha[..., :3]], [page(alpha, 8, 2, t338=2)], told="alpha|left out")
     yield write("extra.tif", [alpha[..., :3]], [page(alpha, 8, 2, t338=0)], told="left out")
     cmyk = noise((9, 10, 4), np.uint8, 15).astype(np.float64)
-    shown = np.round((255 - cmyk[..., :3]) * (255 - cmyk[..., 3:]) / 255)
+    shown = np.round((255 - cmyk[..., :3]) * (255 - cmyk[..., 3:]) / 255).astype(np.uint8)
     yield write("cmyk.tif", [shown], [page(cmyk.astype(np.uint8), 8, 5, t332=1)], near=2, told="cmyk|ink")
     lab = np.array([[[255, 0, 0], [0, 0, 0], [128, 0, 0]]], np.uint8)  # white, black, a middle grey
-    yield write("cielab.tif", [np.array([[[255] * 3, [0] * 3, [119] * 3]])], [page(lab, 8, 8)], near=4, told="lab")
+    yield write("cielab.tif", [np.array([[[255] * 3, [0] * 3, [119] * 3]], np.uint8)], [page(lab, 8, 8)], near=4, told="lab")
     luma = smooth(16, 16)
     blocks = luma.reshape(8, 2, 8, 2).transpose(0, 2, 1, 3).reshape(8, 8, 4)
     data = np.concatenate([blocks, np.full((8, 8, 2), 128, np.uint8)], -1).tobytes()
@@ -297,7 +297,7 @@ def animation(count, size=(24, 40)):
 
 
 def jpegs(folder):
-    def save(name, values, near=4, mode=None, truth=None, told="", **more):
+    def save(name, values, near=6, mode=None, truth=None, told="", **more):
         Image.fromarray(values, mode).save(folder / name, quality=97, **more)
         return Made(folder / name, [values if truth is None else truth], near, told=told)
 
@@ -308,7 +308,7 @@ def jpegs(folder):
     yield save("progressive.jpg", colour, progressive=True)
     yield save("one.jpg", colour[:1, :1])
     ink = np.concatenate([255 - colour, np.full((40, 56, 1), 40, np.uint8)], -1)
-    yield save("cmyk.jpg", ink, 6, "CMYK", np.round(colour * (215 / 255)), "cmyk|ink")
+    yield save("cmyk.jpg", ink, 6, "CMYK", np.round(colour * (215 / 255)).astype(np.uint8), "cmyk|ink")
     exif = Image.Exif()
     for orientation in range(1, 9):
         exif[0x0112] = orientation
@@ -337,7 +337,6 @@ def gifs(folder):
         parts.append(canvas.copy())
         if n == 2:
             shown[:] = before
-        out += struct.pack("<4sBHBB", b"!\xf9\4" + bytes([(12 if n == 2 else 4) | (n > 0)]), 5, 0, 0, 0)[:0]
         out += b"!\xf9\4" + bytes([(12 if n == 2 else 4) | int(n > 0), 5, 0, 0, 0])
         # Codes of three bits, a fresh table after every second value: as simple as it can be written.
         codes = [c for pair in range(0, index.size, 2) for c in [4, *index.ravel()[pair:pair + 2].tolist()]] + [5]
@@ -379,7 +378,7 @@ def plains(folder):
 
 def others(folder):
     """BMP, WebP, JPEG 2000, EXR, HDR, DPX."""
-    grey, colour = smooth(30, 41), smooth(30, 41, 3)
+    grey, colour = smooth(30, 41), smooth(30, 40, 3)
 
     def save(name, values, near=0, **more):
         Image.fromarray(values).save(folder / name, **more)
@@ -394,11 +393,11 @@ def others(folder):
     yield save("sixteen.jp2", noise((30, 41), np.uint16), irreversible=False)
     yield save("lossy.j2k", colour, 6, irreversible=True, quality_mode="dB", quality_layers=[50])
     floats = np.abs(noise((14, 18, 3), np.float32))
-    (folder / "f.pfm").write_bytes(b"PF\n18 14\n-1\n" + floats[::-1].tobytes())
-    run("ffmpeg", "-v", "error", "-y", "-i", folder / "f.pfm", "-pix_fmt", "gbrpf32le", "-format", "float", folder / "floats.exr")
+    planes = np.moveaxis(floats[..., [1, 2, 0]], -1, 0).tobytes()  # green, blue, red
+    run("ffmpeg", "-v", "error", "-y", "-f", "rawvideo", "-pix_fmt", "gbrpf32le", "-s", "18x14", "-i", "-", "-format", "float",
+        folder / "floats.exr", input=planes)
     yield Made(folder / "floats.exr", [floats])
-    Image.fromarray(colour).save(folder / "c.png")
-    run("ffmpeg", "-v", "error", "-y", "-i", folder / "c.png", "-pix_fmt", "rgb24", folder / "colour.dpx")
+    run("ffmpeg", "-v", "error", "-y", "-i", folder / "colour.bmp", "-pix_fmt", "rgb24", folder / "colour.dpx")
     yield Made(folder / "colour.dpx", [colour])
     mantissa = noise((9, 10, 3), np.uint8, 5, 255) | 128
     data = np.concatenate([mantissa, np.full((9, 10, 1), 130, np.uint8)], -1).tobytes()
@@ -624,7 +623,7 @@ def dicoms(folder):
 
 
 def videos(folder):
-    moving = ["ffmpeg", "-v", "error", "-y", "-f", "lavfi", "-i", "testsrc2=s=64x48:r=10:d=1.2"]
+    moving = ["ffmpeg", "-v", "error", "-y", "-fflags", "+bitexact", "-f", "lavfi", "-i", "testsrc2=s=64x48:r=10:d=1.2"]
     for name, codec in (("h264.mp4", ["libx264", "-g", "5", "-bf", "2", "-pix_fmt", "yuv420p"]), ("mpeg4.avi", ["mpeg4"]),
                         ("ffv1.mkv", ["ffv1", "-pix_fmt", "yuv444p"]), ("theora.ogg", ["libtheora", "-g", "6"]),
                         ("mpeg2.ts", ["mpeg2video"]), ("vp8.webm", ["libvpx"]), ("vp9.mkv", ["libvpx-vp9"]),
@@ -634,7 +633,7 @@ def videos(folder):
                         ("bt709.mp4", ["libx264", "-pix_fmt", "yuv420p", "-colorspace", "bt709"]),
                         ("wide-pixels.mp4", ["libx264", "-pix_fmt", "yuv420p", "-vf", "setsar=2/1"]),
                         ("uneven.mkv", ["libx264", "-vf", "select='not(mod(n\\,3))+eq(n\\,1)',crop=63:47", "-vsync", "vfr"])):
-        run(*moving, "-c:v", *codec, "-threads", "1", folder / name)
+        run(*moving, "-c:v", *codec, "-threads", "1", "-flags:v", "+bitexact", "-fflags", "+bitexact", folder / name)
         yield Made(folder / name, told="aspect|shape|square" if name.startswith("wide") else "")
     for turn in (90, 180, 270):
         file = folder / f"turned-{turn}.mp4"
