@@ -174,7 +174,9 @@ TEST_F(ErrorsTest, AnswersWrongOptionsWithUsage) {
     EXPECT_EQ(Files(), std::vector<std::string>{});
     const Outcome help = Render({"--help"});
     EXPECT_EQ(help.status, 0);
-    EXPECT_NE(help.out.find("Examples:"), std::string::npos);
+    EXPECT_NE(help.out.find("--manual"), std::string::npos);
+    EXPECT_NE(Render({"--manual"}).out.find("EXAMPLES"), std::string::npos);
+    EXPECT_NE(Render({grey, "-o", out, "--channel", "0"}).err.find("none of all, red"), std::string::npos);
 }
 
 }  // namespace
