@@ -273,6 +273,23 @@ TEST(TypedCopy, PairsOfImmenseWidth) {
     }
 }
 
+TEST(TypedCopy, ColourModelsOfImmenseWidth) {
+    constexpr double most = std::numeric_limits<float>::max();
+    TestImage deep({256, 1, 1, DataFloat, true, SubGrey}), grey({256, 1, 1, DataUInt8, true, SubGrey});
+    for (int x = 0; x < 256; ++x) deep.put(x, 0, 0, (x / 127.5 - 1) * most), grey.put(x, 0, 0, x);
+    deep.setPair(0, {-most, most});
+    grey.setPair(0, {0, 255});
+    TestImage colour({256, 1, 3, DataUInt8, true, SubColour}),
+        deepColour({256, 1, 3, DataFloat, true, SubColour});
+    for (int c = 0; c < 3; ++c) colour.setPair(c, {0, 255}), deepColour.setPair(c, {-most, most});
+    copy(deep, colour, {0, 0, 0, 0, 256, 1});
+    copy(grey, deepColour, {0, 0, 0, 0, 256, 1});
+    for (int i = 0; i < 3 * 256; ++i) {
+        ASSERT_NEAR(colour.at(i / 3, 0, i % 3), i / 3, 0.5);
+        ASSERT_NEAR(deepColour.at(i / 3, 0, i % 3) / most, deep.at(i / 3, 0, 0) / most, 1e-6);
+    }
+}
+
 TEST(TypedCopy, NegativeCharModeTreatsNoBorderAndSubTypesNotSetAreTakenOver) {
     TestImage src({4, 4, 1, DataUInt8, true, SubGrey}), dst({9, 9, 1, DataUInt8, true, SubNotSet});
     for (const int mode : {-1, 1}) {
