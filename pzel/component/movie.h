@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -188,10 +190,14 @@ class PZEL_API Movie final : public IComponent {
     friend PZEL_API int AddComponentGroup(Movie* movie, Comp** comps, int count);
     friend PZEL_API bool SetComponent(Movie* movie, int index, Comp* comp);
 
+    static constexpr int kMaxChildren = 255;
+
     Comp* FirstChild() const;
     Comp* ActiveOrFirstChild() const;
     bool HasRoomFor(int n) const;
-    int AddParts(const std::vector<Comp*>& parts);
+    int AddParts(std::span<Comp* const> parts);
+    void MoveChildrenInto(std::unique_ptr<Comp*[]> rooms);
+    void ReplaceChildren(std::unique_ptr<Comp*[]> rooms, int count);
     void Adopt(Comp* comp);
     void LetGo(Comp* comp);
     void RemoveSlot(int index);
