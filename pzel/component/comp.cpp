@@ -63,8 +63,7 @@ void Comp::Clear() {
     bmpWidth = bmpHeight = bmpRowBytes = bmpLeft = bmpTop = bmpSpare = 0;
     bmpBits = overlayColour = 0;
     bitmap = nullptr;
-    bitmapBlock = nullptr;
-    bitmapCapacity = 0;
+    ownBitmap = {};
     dataArea = nullptr;
     remapper = nullptr;
     flagsA = flagsB = 0;
@@ -124,6 +123,18 @@ void DeleteAttachment(Comp* comp) {
     if (attachment == nullptr) return;
     ::operator delete(attachment->buffer);
     ::operator delete(attachment);
+}
+
+bool Comp::OwnsBitmap() const {
+    return bitmap != nullptr && ownBitmap.block == bitmap && ownBitmap.width == bmpWidth &&
+           ownBitmap.height == bmpHeight && ownBitmap.rowBytes == bmpRowBytes && ownBitmap.left == bmpLeft &&
+           ownBitmap.top == bmpTop;
+}
+
+/// What can be read and written behind `bitmap`.
+std::size_t Comp::BitmapBytes() const {
+    if (bitmap == nullptr) return 0;
+    return OwnsBitmap() ? ownBitmap.bytes : std::size_t{bmpRowBytes} * bmpHeight;
 }
 
 int Comp::Hold() {

@@ -197,16 +197,26 @@ class PZEL_API Comp final : public IComponent {
     void DeleteBitmap();
 
   private:
+    /// A bitmap that the component allocated: it may reach further than the fields declare, and is known by
+    /// them all, so that a block that somebody else put there is never taken for it.
+    struct OwnBitmap {
+        const unsigned char* block = nullptr;
+        std::size_t bytes = 0;
+        std::uint16_t width = 0, height = 0, rowBytes = 0, left = 0, top = 0;
+    };
+
     friend PZEL_API void CopyComp(Comp* dst, const Comp* src, bool withBitmap);
     friend PZEL_API void ComputeVector(Comp* comp, char stepX, char stepY, unsigned short w, unsigned short h,
                                        Image* image, short x, short y, const unsigned char* lut);
-    struct Fields;  // the fields by kind, for copies
+    struct Fields;       // the fields by kind, for copies
+    class BitmapUpdate;  // a change of the bitmap
 
     void CleanupSceneList();
-    unsigned char* PrepareBitmap(std::size_t bytes);
+    void ComposeFlatImage(unsigned char parts);
+    bool OwnsBitmap() const;
+    std::size_t BitmapBytes() const;
 
-    const unsigned char* bitmapBlock;  // the block that bitmapCapacity speaks of
-    std::size_t bitmapCapacity;        // bytes behind `bitmap` where it is our block
+    OwnBitmap ownBitmap;
 };
 
 /// Clears a component (without freeing anything) and gives it `frames` image records of zeroes, at most

@@ -169,6 +169,8 @@ void DrawComponent(Comp& comp, const Canvas& canvas, const SRect& area, signed c
     const ShownBitmap shown = comp.GetShownBitmap();
     const bool fits = shown.bits == 1 || shown.bits == 8 || shown.bits == bitsPerPixel;
     if (!shown.pixels || !fits || shown.bits > bitsPerPixel) return;
+    // A bitmap from the time when the component was no boundary has one row of bits for each of its rows.
+    if (KindOf(comp, shown.bits) == Kind::Boundary && shown.bitRows != 2) return;
     const Corner corner = CornerOf(comp);
     const Start x(corner.x - area.left, zoom), y(corner.y - area.top, zoom);
     canvas.Draw(
