@@ -120,8 +120,8 @@ class PZEL_API Movie final : public IComponent {
     int AllocMoreComps(int n);
     /// Removes a component, or all children of a movie.
     void RemoveChild(IComponent* component);
-    /// Removes one child without events; false when it is none. An active index behind it stays and then
-    /// names the next child (deliberate).
+    /// Removes one child without events; false when it is none. It has left the movie when it dies and tells
+    /// its observers. An active index behind it stays and then names the next child (deliberate).
     bool RemoveComponent(unsigned char index);
     bool RemoveComponent(Comp* comp);
     /// The index of a child, or -1.
@@ -153,7 +153,7 @@ class PZEL_API Movie final : public IComponent {
 
     /// Sends EventCurrentFrame with the current frame on the movie, then on each child with its own.
     void SendFrameChangedEvent();
-    /// Attaches to the movie, then to each child.
+    /// Attaches to the movie, then to each child. Where it throws, to the first of them.
     void AttachObserver_All(Observer* observer);
     /// Detaches from each child, then from the movie.
     void DetachObserver_All(Observer* observer);

@@ -19,6 +19,7 @@ class Movie;
 /// by setting bits.
 ///
 /// A component whose bitmap is missing or out of date is computed first; one that has none, or stands outside
-/// the area, is skipped, and so is whatever an opaque picture over all of the area hides.
+/// the area, is skipped, and so is whatever an opaque picture over all of the area hides. Where memory is
+/// refused it throws, and what was drawn stays.
 PZEL_API void ComposeMovie(Movie* movie, const BitmapDestination& destination, const SRect& area,
                            signed char zoom, const BgrColour* overlayColours, int bitsPerPixel = 24);
