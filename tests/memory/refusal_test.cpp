@@ -136,6 +136,15 @@ const Operation operations[] = {
          forgetBounds(s);
          SetSubType(s.colour.get(), SubNotSet);
      }},
+    {"Histogram::Add", Basic,
+     [](Scene& s) {
+         Histogram exact, ranged(9);
+         exact.Add(s.colour.get());
+         exact.Add(s.wide.get());
+         ranged.Add(s.yuv.get());
+         ranged.Add(exact);
+     }},
+    {"ValueRanks", Strong, [](Scene& s) { ValueRanks(s.yuv.get()).GetValue(3); }},
     {"ConvertImage", Strong,
      [](Scene& s) {
          const Tone tone(1);
