@@ -1,4 +1,7 @@
 // The umbrella header: everything that a host needs.
+//
+// When memory runs out, whatever throws leaves its objects as they were, or valid where its header says so, and
+// loses nothing; destructors, Release and releases of records never throw.
 #pragma once
 
 #include "pzel/bounds/black_white.h"

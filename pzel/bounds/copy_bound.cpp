@@ -4,6 +4,7 @@
 
 #include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
+#include "pzel/image/sub_type_change.h"
 
 using pzel::boundEntry;
 using pzel::Pair;
@@ -65,14 +66,14 @@ void CopyArray(unsigned char* to, std::size_t bytes, const unsigned char* from, 
 
 void CopyBound(Image* dst, Image* src) {
     if (GetBoundBytes(dst) == 0) return;
-    if (GetSubType(dst) == SubNotSet) {
-        SetSubType(dst, GetSubType(src));
-    } else if (GetSubType(dst) != GetSubType(src)) {
+    if (GetSubType(dst) != SubNotSet && GetSubType(dst) != GetSubType(src)) {
         SetDefaultBound(dst);
         return;
     }
-    unsigned char* to = GetBound(dst);
+    pzel::SubTypeChange subType(*dst, GetSubType(src));
     unsigned char* from = GetBound(src);
+    unsigned char* to = GetBound(dst);
+    subType.keep();
     if (GetDataType(dst) == GetDataType(src)) {
         CopyArray(to, pzel::boundArrayBytes(*dst), from, pzel::boundArrayBytes(*src));
         return;

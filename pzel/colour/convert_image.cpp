@@ -45,15 +45,28 @@ struct BakedValue {
 template <class T>
 struct BakedTable {
     using U = std::make_unsigned_t<T>;
-    explicit BakedTable(const BakedValue<T>& rule) : values(std::size_t(1) << (8 * sizeof(T))) {
-        for (std::size_t i = 0; i < values.size(); ++i) values[i] = rule(T(U(i)));
+    static constexpr std::size_t kEntries = std::size_t(1) << (8 * sizeof(T));
+    /// Whether an image has enough pixels for a table.
+    static bool pays(const Image* image) { return GetImageSize(image) > kEntries; }
+    BakedTable(const BakedValue<T>& rule, T* room) : values(room) {
+        for (std::size_t i = 0; i < kEntries; ++i) room[i] = rule(T(U(i)));
     }
     T operator()(T v) const { return values[U(v)]; }
-    std::vector<T> values;
+    const T* values;
 };
 
+/// Room for the table of one channel after the other, as bytes; none where no table pays.
+std::vector<unsigned char> RoomForTables(const Image* image) {
+    std::size_t bytes = 0;
+    visitDisplayElement(GetDataType(image), [&]<class T>() {
+        if constexpr (!std::is_floating_point_v<T>)
+            if (BakedTable<T>::pays(image)) bytes = BakedTable<T>::kEntries * sizeof(T);
+    });
+    return std::vector<unsigned char>(bytes);
+}
+
 template <class T>
-void BakeChannel(Image* image, int channel, const Zel::Remapper* remapper) {
+void BakeChannel(Image* image, int channel, const Zel::Remapper* remapper, unsigned char* room) {
     const auto type = ImageDataType(GetDataType(image));
     const CompBlackWhite full = GetSpatialBounds(image, GetSubType(image), type, channel);
     const BakedValue<T> rule{boundEntry<T>(GetBound(image), channel),
@@ -62,8 +75,9 @@ void BakeChannel(Image* image, int channel, const Zel::Remapper* remapper) {
                              channel};
     withRows<T>(*image, channel, 0, 0, [&](const auto& rows) {
         if constexpr (!std::is_floating_point_v<T>)
-            if (GetImageSize(image) > 1u << (8 * sizeof(T)))
-                return mapRows(rows, rows, image->width, image->height, BakedTable<T>(rule));
+            if (BakedTable<T>::pays(image))
+                return mapRows(rows, rows, image->width, image->height,
+                               BakedTable<T>(rule, reinterpret_cast<T*>(room)));
         mapRows(rows, rows, image->width, image->height, rule);
     });
 }
@@ -187,10 +201,11 @@ void ConvertImage(Image* image, Zel::Remapper* remapper) {
     const bool colours = (subType == SubColour || subType == SubYuv) && image->channels == 3;
     const bool grey = subType == SubGrey && image->channels == 1;
     if (!image->data || (!colours && !grey)) return;
+    std::vector<unsigned char> room = pzel::RoomForTables(image);
     if (!(image->state & (StateBoundSet | StateBoundDefault))) SetDefaultBound(image);
     for (int c = 0; c < image->channels; ++c)
         pzel::visitDisplayElement(pzel::trueType(image, c),
-                                  [&]<class T>() { pzel::BakeChannel<T>(image, c, remapper); });
+                                  [&]<class T>() { pzel::BakeChannel<T>(image, c, remapper, room.data()); });
 }
 
 void ConvertAllDataToRGB(Image* image, Zel::Remapper* remapper) {

@@ -5,12 +5,14 @@
 
 #include <algorithm>
 #include <cassert>
+#include <memory>
 #include <new>
 #include <utility>
 
 #include "pzel/component/movie_scene.h"
 #include "pzel/component/naming.h"
 #include "pzel/component/observer_list.h"
+#include "pzel/component/reference.h"
 #include "pzel/image/attachment.h"
 #include "pzel/image/lifecycle.h"
 
@@ -61,8 +63,7 @@ void Comp::Clear() {
     bmpWidth = bmpHeight = bmpRowBytes = bmpLeft = bmpTop = bmpSpare = 0;
     bmpBits = overlayColour = 0;
     bitmap = nullptr;
-    bitmapBlock = nullptr;
-    bitmapCapacity = 0;
+    ownBitmap = {};
     dataArea = nullptr;
     remapper = nullptr;
     flagsA = flagsB = 0;
@@ -100,19 +101,21 @@ void Comp::Cleanup() {
 void CompInit(Comp* comp, unsigned long frames) {
     const auto count = static_cast<std::uint16_t>(frames);
     assert(count == frames);
-    comp->Clear();
+    Image* images = nullptr;
     if (count > 0) {
-        comp->images = static_cast<Image*>(::operator new(count * sizeof(Image)));
-        std::fill_n(comp->images, count, Image{});
+        images = static_cast<Image*>(::operator new(count * sizeof(Image)));
+        std::fill_n(images, count, Image{});
     }
+    comp->Clear();
+    comp->images = images;
     comp->imageFrames = count;
     comp->overlayColour = 255;
 }
 
 Comp* AllocComp(unsigned long frames) {
-    auto* const comp = new Comp;
-    CompInit(comp, frames);
-    return comp;
+    pzel::CompReference comp(new Comp);
+    CompInit(comp.get(), frames);
+    return comp.release();
 }
 
 void DeleteAttachment(Comp* comp) {
@@ -120,6 +123,18 @@ void DeleteAttachment(Comp* comp) {
     if (attachment == nullptr) return;
     ::operator delete(attachment->buffer);
     ::operator delete(attachment);
+}
+
+bool Comp::OwnsBitmap() const {
+    return bitmap != nullptr && ownBitmap.block == bitmap && ownBitmap.width == bmpWidth &&
+           ownBitmap.height == bmpHeight && ownBitmap.rowBytes == bmpRowBytes && ownBitmap.left == bmpLeft &&
+           ownBitmap.top == bmpTop;
+}
+
+/// What can be read and written behind `bitmap`.
+std::size_t Comp::BitmapBytes() const {
+    if (bitmap == nullptr) return 0;
+    return OwnsBitmap() ? ownBitmap.bytes : std::size_t{bmpRowBytes} * bmpHeight;
 }
 
 int Comp::Hold() {
@@ -141,9 +156,9 @@ void Comp::DetachObserver(Observer* observer) {
 }
 
 void Comp::NotifyObserver(int event, std::intptr_t param) {
-    for (Observer* observer : pzel::snapshot(observers)) {
+    pzel::visitSnapshot(observers, [&](Observer* observer) {
         if (pzel::isAttached(observers, observer)) observer->Update(this, event, param);
-    }
+    });
 }
 
 std::vector<Observer*>* Comp::GetObservers() {
@@ -170,8 +185,11 @@ bool Comp::AddScene(const char* name, const char* description, long numbRanges, 
         narrowed.emplace_back(static_cast<std::uint32_t>(ranges[2 * i]),
                               static_cast<std::uint32_t>(ranges[2 * i + 1]));
     }
-    if (scenes == nullptr) scenes = new std::vector<MovieScene>;
-    scenes->emplace_back(name, description, static_cast<std::uint32_t>(narrowed.size()), narrowed.data());
+    std::unique_ptr<std::vector<MovieScene>> first;
+    if (scenes == nullptr) first = std::make_unique<std::vector<MovieScene>>();
+    (first ? *first : *scenes)
+        .emplace_back(name, description, static_cast<std::uint32_t>(narrowed.size()), narrowed.data());
+    if (first) scenes = first.release();
     NotifyObserver(EventSceneAdded, 0);
     return true;
 }

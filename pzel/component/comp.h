@@ -54,7 +54,9 @@ class PZEL_API Comp final : public IComponent {
     std::uint16_t bmpSpare;      ///< unused
     std::uint8_t bmpBits;        ///< bits per pixel; 0: no bitmap can be made
     std::uint8_t overlayColour;  ///< the application's; 255 after CompInit
-    unsigned char* bitmap;       ///< the display bitmap, owned; free it with DeleteBitmap
+    unsigned char* bitmap;       ///< the display bitmap, owned: bmpRowBytes * bmpHeight bytes; one that the
+                                 ///< component made holds the picture where it stands as well. Free it with
+                                 ///< DeleteBitmap, also before another one is put there
     SRect* dataArea;             ///< owned; the rectangle that is shown in extent mode 1, not turned over;
                                  ///< what of it lies outside the image shows nothing
     Zel::Remapper* remapper;     ///< owned; or null
@@ -161,9 +163,10 @@ class PZEL_API Comp final : public IComponent {
 
     /// Computes the display bitmap; the major type chooses how. An existing bitmap keeps its size and depth:
     /// free it first when the shown size, the channel mode or the type changed. `frame` is not used; -1 means
-    /// all.
+    /// all. A picture that is larger than the bitmap is cut off, and so is an area that leaves its image.
     void ComputeBitmap(int frame);
     void ComputeImageBmp(int frame);
+    /// Needs two channels of bits, or one channel whose rows hold two rows of bits; others draw nothing.
     void ComputeBoundaryBmp();
     void ComputeVectorBmp();
     /// Bits per pixel for the bitmap of an image (null: the flat image): 1, 8, 24, or 0 where none can be
@@ -186,27 +189,39 @@ class PZEL_API Comp final : public IComponent {
     /// Rebuilds the flat image from this component's image and the flat comp's. `parts` says what to bring
     /// in: 1 the flat comp's picture, 2 what lies around it, 4 and 16 all of this component's image, 8 (for a
     /// hidden flat comp) this component's image from the flat comp's place on. Hiding the flat comp, and
-    /// parts that bring nothing in, leave the flat image not valid.
+    /// parts that bring nothing in, leave the flat image not valid. A new one is black where nothing was
+    /// brought in. Where it throws, a flat image that was there is not valid.
     void UpdateFlatFrame(unsigned char parts);
     /// Joint HSI display (`mode` = number of channels or more) or display of the channels (less); true when
     /// something was switched. Only for image type 0.
     bool SwitchMapingMode(int mode);
-    /// The picture as it was last computed; all zero without a bitmap.
+    /// The picture as it was last computed, or the bitmap from its first pixel on where a host put another
+    /// one there since; all zero without a bitmap.
     ShownBitmap GetShownBitmap() const;
     /// Frees the bitmap, so that the next computation makes one of the size and depth then needed.
     void DeleteBitmap();
 
   private:
+    /// A bitmap that the component allocated: it may reach further than the fields declare, and is known by
+    /// them all, so that a block that somebody else put there is never taken for it.
+    struct OwnBitmap {
+        const unsigned char* block = nullptr;
+        std::size_t bytes = 0;
+        std::uint16_t width = 0, height = 0, rowBytes = 0, left = 0, top = 0;
+    };
+
     friend PZEL_API void CopyComp(Comp* dst, const Comp* src, bool withBitmap);
     friend PZEL_API void ComputeVector(Comp* comp, char stepX, char stepY, unsigned short w, unsigned short h,
                                        Image* image, short x, short y, const unsigned char* lut);
-    struct Fields;  // the fields by kind, for copies
+    struct Fields;       // the fields by kind, for copies
+    class BitmapUpdate;  // a change of the bitmap
 
     void CleanupSceneList();
-    unsigned char* PrepareBitmap(std::size_t bytes);
+    void ComposeFlatImage(unsigned char parts);
+    bool OwnsBitmap() const;
+    std::size_t BitmapBytes() const;
 
-    const unsigned char* bitmapBlock;  // the block that bitmapCapacity speaks of
-    std::size_t bitmapCapacity;        // bytes behind `bitmap` where it is our block
+    OwnBitmap ownBitmap;
 };
 
 /// Clears a component (without freeing anything) and gives it `frames` image records of zeroes, at most

@@ -6,6 +6,7 @@
 #include <new>
 #include <tuple>
 
+#include "pzel/component/bitmap_update.h"
 #include "pzel/component/comp.h"
 #include "pzel/component/movie_scene.h"
 #include "pzel/image/attachment.h"
@@ -26,9 +27,8 @@ struct Comp::Fields {
     }
 
     static auto owned(Comp& c) {
-        return std::tie(c.scenes, c.info, c.images, c.imageFrames, c.bitmap, c.bitmapBlock, c.bitmapCapacity,
-                        c.dataArea, c.remapper, c.flatComp, c.flatImage, c.levels, c.attachment, c.filename,
-                        c.nametag);
+        return std::tie(c.scenes, c.info, c.images, c.imageFrames, c.bitmap, c.ownBitmap, c.dataArea,
+                        c.remapper, c.flatComp, c.flatImage, c.levels, c.attachment, c.filename, c.nametag);
     }
 
     static void exchange(Comp& a, Comp& b) {
@@ -91,11 +91,9 @@ void CopyComp(Comp* dst, const Comp* src, bool withBitmap) {
     if (withBitmap) {
         Comp::Fields::bitmap(copy) = Comp::Fields::bitmap(*src);
         if (src->bitmap != nullptr) {
-            // A bitmap that a host put there is as large as its fields say; one of our own may be larger.
-            const std::size_t bytes = src->bitmapBlock == src->bitmap
-                                          ? src->bitmapCapacity
-                                          : std::size_t{src->bmpRowBytes} * src->bmpHeight;
-            std::memcpy(copy.PrepareBitmap(bytes), src->bitmap, bytes);
+            Comp::BitmapUpdate update(copy);
+            std::memcpy(update.Prepare(src->BitmapBytes()), src->bitmap, src->BitmapBytes());
+            update.Commit();
         }
     }
     Comp::Fields::exchange(*dst, copy);

@@ -1,6 +1,8 @@
 // What a component answers about itself: type, place, opacity, visibility, remapper and flags; and what it
 // passes on to the movie that holds it. Every setter compares first and announces only a real change.
 #include <cassert>
+#include <memory>
+#include <utility>
 
 #include "pzel/component/comp.h"
 #include "pzel/component/data_area.h"
@@ -167,9 +169,14 @@ void Comp::SetRemapper(Zel::Remapper* wanted) {
         delete wanted;
         return;
     }
-    delete remapper;
-    remapper = wanted;
-    ComputeBitmap(-1);
+    std::unique_ptr<Zel::Remapper> other(std::exchange(remapper, wanted));
+    try {
+        ComputeBitmap(-1);
+    } catch (...) {
+        other.reset(std::exchange(remapper, other.release()));
+        throw;
+    }
+    other.reset();
     NotifyObserver(EventRemapper, 0);
 }
 

@@ -2,7 +2,8 @@
 #include "pzel/component/group.h"
 
 #include <algorithm>
-#include <vector>
+#include <memory>
+#include <utility>
 
 #include "pzel/component/comp.h"
 #include "pzel/component/movie.h"
@@ -12,7 +13,7 @@ using pzel::addressOf;
 
 int AddComponentGroup(Movie* movie, Comp** comps, int count) {
     if (count < 1 || std::find(comps, comps + count, nullptr) != comps + count) return -1;
-    return movie->AddParts({comps, comps + count});
+    return movie->AddParts({comps, static_cast<std::size_t>(count)});
 }
 
 int AppendComponent(Movie* movie, Comp* comp) {
@@ -25,6 +26,8 @@ bool SetComponent(Movie* movie, int index, Comp* comp) {
     if (comp == nullptr || index < 0 || index >= movie->childCount) return false;
     Comp* const old = movie->children[index];
     if (comp == old) return true;
+    // Before anything changes: there are never more children than this.
+    std::unique_ptr<Comp*[]> rooms(new Comp* [Movie::kMaxChildren] {});
     comp->Hold();  // it may hang on the old one
     const pzel::CompReference held(comp);
 
@@ -38,7 +41,8 @@ bool SetComponent(Movie* movie, int index, Comp* comp) {
 
     if (!movie->HasRoomFor(1)) return false;
     const bool wasComposite = movie->IsComposite();
-    const int place = std::min(index, movie->AddCompRooms(1));
+    const int place = std::min(index, movie->GetNumbChildren());
+    movie->MoveChildrenInto(std::move(rooms));
     movie->Adopt(comp);
     std::rotate(movie->children + place, movie->children + movie->childCount - 1,
                 movie->children + movie->childCount);

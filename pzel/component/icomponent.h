@@ -49,6 +49,10 @@ enum ComponentEvent : int {
 ///
 /// Frame numbers, lengths and counters are 32-bit values, whatever their signatures say. Setters that would
 /// change nothing send no event.
+///
+/// An operation that is refused memory throws, sends no event, and leaves everything as it was; where less is
+/// promised it is said. Bound arrays that it made on its way may stay. Releasing, removing, detaching and
+/// announcing ask for no memory and never throw, so long as observers do not.
 class PZEL_API IComponent {
   public:
     /// Adds a reference; returns the new count.
@@ -68,7 +72,8 @@ class PZEL_API IComponent {
 
     /// The list of scenes; null until the first AddScene.
     virtual std::vector<MovieScene>* GetSceneList() = 0;
-    /// Replaces the list of scenes, frees the old one and owns the new one.
+    /// Replaces the list of scenes, frees the old one and owns the new one. A movie has none: it deletes what
+    /// it is given, unless that is a child's.
     virtual void SetSceneList(std::vector<MovieScene>* scenes) = 0;
     /// Appends a scene of copies: the two strings, and `numbRanges` ranges from `ranges`, which holds the
     /// first and the last frame of each in turn (narrowed to 32 bits, in the order given).
@@ -112,7 +117,8 @@ class PZEL_API IComponent {
     virtual bool IsMovie() = 0;
     virtual Zel::Remapper* GetRemapper() const = 0;
     /// Takes over a remapper (null for none), redraws, and sends EventRemapper. One that equals the held one
-    /// is deleted and nothing happens.
+    /// is deleted and nothing happens. A composite movie deletes what it is given, unless that is a child's;
+    /// so does a call that throws.
     virtual void SetRemapper(Zel::Remapper* remapper) = 0;
     /// The component itself, or the movie's first child.
     virtual Comp* GetInternalComp() = 0;

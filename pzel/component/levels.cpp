@@ -63,11 +63,45 @@ bool store(pzel::Pair<T>& pair, const CompBlackWhite& levels) {
     return !same;
 }
 
-bool store(const LevelEntry& entry, Image* image, const CompBlackWhite& levels) {
-    bool changed = false;
-    entry.visit(image, [&](auto& pair) { changed = store(pair, levels); });
-    return changed;
-}
+/// Levels that are written into several images, and go back to what they were unless they are kept.
+class LevelChange {
+  public:
+    LevelChange(const LevelEntry& named, const CompBlackWhite& levels) : entry(named), wanted(levels) {}
+    ~LevelChange() {
+        while (count > 0) undo(changed[--count]);
+    }
+    LevelChange(const LevelChange&) = delete;
+    LevelChange& operator=(const LevelChange&) = delete;
+
+    /// True when the pair was another one before. For four images at most.
+    bool store(Image* image) {
+        bool isOther = false;
+        entry.visit(image, [&]<class T>(pzel::Pair<T>& pair) {
+            const CompBlackWhite before(pair.low, pair.high);
+            isOther = ::store(pair, wanted);
+            if (isOther) changed[count++] = {image, before};
+        });
+        return isOther;
+    }
+    void keep() { count = 0; }
+
+  private:
+    struct Changed {
+        Image* image;
+        CompBlackWhite before;
+    };
+
+    void undo(const Changed& one) const {
+        entry.visit(one.image, [&]<class T>(pzel::Pair<T>& pair) {
+            pair = {static_cast<T>(one.before.black), static_cast<T>(one.before.white)};
+        });
+    }
+
+    LevelEntry entry;
+    CompBlackWhite wanted;
+    std::array<Changed, 4> changed;
+    std::size_t count = 0;
+};
 
 }  // namespace
 
@@ -93,13 +127,15 @@ void Comp::SetBlackWhite(int channel, const CompBlackWhite& wanted) {
     if (!hasLevels(GetDataType()) || channel < 0) return;
     const LevelEntry entry(GetCompType(), GetNumbChannels(), channel);
     Image* const shown = GetFlatImage();
-    if (!store(entry, shown, wanted)) return;
+    LevelChange change(entry, wanted);
+    if (!change.store(shown)) return;
     const std::array others{flatComp == nullptr ? nullptr : flatComp->GetCurrentImage(), GetCurrentImage(),
                             flatImage};
     for (Image* other : others) {
-        if (other != shown) store(entry, other, wanted);
+        if (other != shown) change.store(other);
     }
     ComputeBitmap(entry.channel());
+    change.keep();
     NotifyObserver(EventBlackWhite, entry.channel());
 }
 

@@ -3,6 +3,7 @@
 #include "pzel/component/movie.h"
 
 #include <algorithm>
+#include <array>
 #include <cassert>
 #include <limits>
 #include <memory>
@@ -17,21 +18,30 @@ using pzel::addressOf;
 
 namespace {
 
-constexpr int kMaxChildren = std::numeric_limits<std::uint8_t>::max();
-
 pzel::NumberedName untitled("Untitled movie ");
 pzel::NumberedName created("New movie ");
 std::vector<Movie*> openMovies;
 
-/// The component itself, or the children of a movie: a list of its own, safe from what becomes of the movie.
-std::vector<Comp*> partsOf(IComponent* component) {
-    if (!component->IsMovieObj()) return {component->GetInternalComp()};
-    std::vector<Comp*> parts;
-    for (int i = 0; i < component->GetNumbChildren(); ++i) {
-        parts.push_back(component->GetChildAt(i)->GetInternalComp());
+/// The component itself, or the children of a movie: a list of its own, safe from what becomes of the movie,
+/// and without memory of its own, so that removing cannot fail.
+class Parts {
+  public:
+    explicit Parts(IComponent* component) {
+        if (!component->IsMovieObj()) {
+            list[count++] = component->GetInternalComp();
+            return;
+        }
+        const auto all = static_cast<std::size_t>(component->GetNumbChildren());
+        for (; count < std::min(all, list.size()); ++count) {
+            list[count] = component->GetChildAt(static_cast<int>(count))->GetInternalComp();
+        }
     }
-    return parts;
-}
+    operator std::span<Comp* const>() const { return {list.data(), count}; }
+
+  private:
+    std::array<Comp*, std::numeric_limits<std::uint8_t>::max() + 1> list;  // one more than a movie takes
+    std::size_t count = 0;
+};
 
 }  // namespace
 
@@ -65,10 +75,7 @@ void Movie::Clear() {
 }
 
 void Movie::Cleanup() {
-    // The children leave the movie before the first of them dies and tells its observers.
-    const std::unique_ptr<Comp*[]> leaving(std::exchange(children, nullptr));
-    const int count = std::exchange(childCount, 0);
-    for (int i = 0; i < count; ++i) LetGo(leaving[i]);
+    ReplaceChildren(nullptr, 0);
     delete std::exchange(filename, nullptr);
     delete std::exchange(nametag, nullptr);
     delete std::exchange(observers, nullptr);
@@ -76,9 +83,30 @@ void Movie::Cleanup() {
 
 void Movie::CopyFrom(const Movie& other, bool share) {
     if (this == &other) return;
+    // All that asks for memory comes first, so that the movie changes as a whole or not at all.
+    std::vector<FrameRange> copiedRanges = other.ranges, copiedRanges2 = other.ranges2;
+    auto copiedNametag = other.nametag == nullptr ? nullptr : std::make_unique<std::string>(*other.nametag);
+    auto copiedFilename =
+        other.filename == nullptr ? nullptr : std::make_unique<std::string>(*other.filename);
+    const int count = other.children == nullptr ? 0 : other.childCount;
+    std::vector<pzel::CompReference> held;
+    held.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        if (share) {
+            other.children[i]->Hold();
+            held.emplace_back(other.children[i]);
+        } else {
+            CopyComp(held.emplace_back(new Comp).get(), other.children[i], false);
+        }
+    }
+    std::unique_ptr<Comp*[]> rooms(other.children == nullptr ? nullptr : new Comp* [std::size_t(count)] {});
+    std::transform(held.begin(), held.end(), rooms.get(), [](const auto& comp) { return comp.get(); });
+
     Cleanup();
-    ranges = other.ranges;
-    ranges2 = other.ranges2;
+    ranges = std::move(copiedRanges);
+    ranges2 = std::move(copiedRanges2);
+    delete std::exchange(nametag, copiedNametag.release());
+    delete std::exchange(filename, copiedFilename.release());
     status = other.status;
     playingBack = other.playingBack;
     activeIndex = other.activeIndex;
@@ -88,20 +116,8 @@ void Movie::CopyFrom(const Movie& other, bool share) {
     height = other.height;
     nametagSet = other.nametagSet;
     filenameSet = other.filenameSet;
-    if (other.nametag != nullptr) nametag = new std::string(*other.nametag);
-    if (other.filename != nullptr) filename = new std::string(*other.filename);
-    if (other.children == nullptr) return;
-    AddCompRooms(other.childCount);
-    for (int i = 0; i < other.childCount; ++i) {
-        if (share) {
-            Adopt(other.children[i]);
-        } else {
-            auto* const copy = new Comp;
-            Adopt(copy);
-            copy->Release();  // the movie's reference is the only one
-            CopyComp(copy, other.children[i], false);
-        }
-    }
+    for (pzel::CompReference& comp : held) comp.release()->SetParent(this);
+    ReplaceChildren(std::move(rooms), count);
 }
 
 int Movie::Hold() {
@@ -125,7 +141,7 @@ void Movie::DetachObserver(Observer* observer) {
 // Unlike a component, a movie calls all of its copy of the list, also who was detached meanwhile
 // (deliberate).
 void Movie::NotifyObserver(int event, std::intptr_t param) {
-    for (Observer* observer : pzel::snapshot(observers)) observer->Update(this, event, param);
+    pzel::visitSnapshot(observers, [&](Observer* observer) { observer->Update(this, event, param); });
 }
 
 std::vector<Observer*>* Movie::GetObservers() {
@@ -148,11 +164,21 @@ void Movie::DetachObserver_All(Observer* observer) {
 
 int Movie::AddCompRooms(int n) {
     assert(n >= 0);
-    auto* const rooms = new Comp* [std::size_t(childCount) + std::size_t(n)] {};
-    std::copy_n(children, childCount, rooms);
-    delete[] children;
-    children = rooms;
+    MoveChildrenInto(std::unique_ptr<Comp*[]>(new Comp* [std::size_t(childCount) + std::size_t(n)] {}));
     return childCount;
+}
+
+void Movie::MoveChildrenInto(std::unique_ptr<Comp*[]> rooms) {
+    std::copy_n(children, childCount, rooms.get());
+    delete[] std::exchange(children, rooms.release());
+}
+
+/// The old children have left, and the new ones stand there, before the first of them dies and tells its
+/// observers.
+void Movie::ReplaceChildren(std::unique_ptr<Comp*[]> rooms, int count) {
+    const std::unique_ptr<Comp*[]> leaving(std::exchange(children, rooms.release()));
+    const int leavingCount = std::exchange(childCount, static_cast<std::uint8_t>(count));
+    for (int i = 0; i < leavingCount; ++i) LetGo(leaving[i]);
 }
 
 bool Movie::HasRoomFor(int n) const {
@@ -171,12 +197,12 @@ void Movie::LetGo(Comp* comp) {
 }
 
 int Movie::AddChild(IComponent* component) {
-    return component == this ? -1 : AddParts(partsOf(component));
+    return component == this ? -1 : AddParts(Parts(component));
 }
 
 /// Adds components at the end, with all events; -1, and nothing changes, where there is no room for all.
-int Movie::AddParts(const std::vector<Comp*>& parts) {
-    if (!HasRoomFor(static_cast<int>(parts.size()))) return -1;
+int Movie::AddParts(std::span<Comp* const> parts) {
+    if (parts.size() > kMaxChildren || !HasRoomFor(static_cast<int>(parts.size()))) return -1;
     const bool wasComposite = IsComposite();
     const int first = AddCompRooms(static_cast<int>(parts.size()));
     for (Comp* comp : parts) Adopt(comp);
@@ -188,10 +214,14 @@ int Movie::AddParts(const std::vector<Comp*>& parts) {
 
 int Movie::AddComponents(int n) {
     if (n < 1 || n > kMaxChildren) return -1;
-    std::vector<pzel::CompReference> fresh;  // their first references, until the movie holds them
-    std::vector<Comp*> parts;
-    for (int i = 0; i < n; ++i) parts.push_back(fresh.emplace_back(AllocComp(0)).get());
-    return AddParts(parts);
+    // Their first references, until the movie holds them.
+    std::array<pzel::CompReference, kMaxChildren> fresh;
+    std::array<Comp*, kMaxChildren> parts;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(n); ++i) {
+        fresh[i].reset(AllocComp(0));
+        parts[i] = fresh[i].get();
+    }
+    return AddParts({parts.data(), static_cast<std::size_t>(n)});
 }
 
 int Movie::AllocComps(int n) {
@@ -203,28 +233,26 @@ int Movie::AllocMoreComps(int n) {
 }
 
 void Movie::RemoveChild(IComponent* component) {
-    const std::vector<Comp*> removed = partsOf(component);
+    const Parts removed(component);
     NotifyObserver(EventChildRemoving, addressOf(component));
-    for (Comp* comp : removed) RemoveComponent(comp);
+    for (Comp* comp : std::span<Comp* const>(removed)) RemoveComponent(comp);
     CheckMovieLength(true);
     if (activeIndex >= childCount) activeIndex = childCount - 1;
     NotifyObserver(EventChildRemoved, addressOf(this));
 }
 
-// Here the child goes first and then its slot; by component it is the other way round (deliberate).
+// The child leaves the movie before it dies and tells its observers, who may remove others.
 bool Movie::RemoveComponent(unsigned char index) {
     if (index >= childCount) return false;
-    LetGo(children[index]);
+    Comp* const comp = children[index];
     RemoveSlot(index);
+    LetGo(comp);
     return true;
 }
 
 bool Movie::RemoveComponent(Comp* comp) {
     const int index = FindComponentIndex(comp);
-    if (index < 0) return false;
-    RemoveSlot(index);
-    LetGo(comp);
-    return true;
+    return index >= 0 && RemoveComponent(static_cast<unsigned char>(index));
 }
 
 // An active index behind the slot is not moved along (deliberate).

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -118,8 +120,8 @@ class PZEL_API Movie final : public IComponent {
     int AllocMoreComps(int n);
     /// Removes a component, or all children of a movie.
     void RemoveChild(IComponent* component);
-    /// Removes one child without events; false when it is none. An active index behind it stays and then
-    /// names the next child (deliberate).
+    /// Removes one child without events; false when it is none. It has left the movie when it dies and tells
+    /// its observers. An active index behind it stays and then names the next child (deliberate).
     bool RemoveComponent(unsigned char index);
     bool RemoveComponent(Comp* comp);
     /// The index of a child, or -1.
@@ -151,7 +153,7 @@ class PZEL_API Movie final : public IComponent {
 
     /// Sends EventCurrentFrame with the current frame on the movie, then on each child with its own.
     void SendFrameChangedEvent();
-    /// Attaches to the movie, then to each child.
+    /// Attaches to the movie, then to each child. Where it throws, to the first of them.
     void AttachObserver_All(Observer* observer);
     /// Detaches from each child, then from the movie.
     void DetachObserver_All(Observer* observer);
@@ -188,10 +190,14 @@ class PZEL_API Movie final : public IComponent {
     friend PZEL_API int AddComponentGroup(Movie* movie, Comp** comps, int count);
     friend PZEL_API bool SetComponent(Movie* movie, int index, Comp* comp);
 
+    static constexpr int kMaxChildren = 255;
+
     Comp* FirstChild() const;
     Comp* ActiveOrFirstChild() const;
     bool HasRoomFor(int n) const;
-    int AddParts(const std::vector<Comp*>& parts);
+    int AddParts(std::span<Comp* const> parts);
+    void MoveChildrenInto(std::unique_ptr<Comp*[]> rooms);
+    void ReplaceChildren(std::unique_ptr<Comp*[]> rooms, int count);
     void Adopt(Comp* comp);
     void LetGo(Comp* comp);
     void RemoveSlot(int index);

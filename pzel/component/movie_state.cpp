@@ -108,8 +108,11 @@ Zel::Remapper* Movie::GetRemapper() const {
     return childCount > 1 ? nullptr : FirstChild()->GetRemapper();
 }
 
+// What is handed over is taken, also where it is not wanted, unless it is a child's.
 void Movie::SetRemapper(Zel::Remapper* remapper) {
-    if (!IsComposite()) FirstChild()->SetRemapper(remapper);
+    if (!IsComposite()) return FirstChild()->SetRemapper(remapper);
+    const auto holds = [=](const Comp* child) { return child->remapper == remapper; };
+    if (std::none_of(children, children + childCount, holds)) delete remapper;
 }
 
 void Movie::GetSize(int& w, int& h) {
@@ -135,7 +138,10 @@ std::vector<MovieScene>* Movie::GetSceneList() {
     return nullptr;
 }
 
-void Movie::SetSceneList(std::vector<MovieScene>* /*scenes*/) {}
+void Movie::SetSceneList(std::vector<MovieScene>* scenes) {
+    const auto holds = [=](const Comp* child) { return child->scenes == scenes; };
+    if (std::none_of(children, children + childCount, holds)) delete scenes;
+}
 
 bool Movie::AddScene(const char* name, const char* description, long numbRanges, unsigned long* from) {
     return childCount == 1 && children[0]->AddScene(name, description, numbRanges, from);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -14,7 +15,11 @@ class NumberedName {
   public:
     explicit NumberedName(const char* prefix) : text(prefix) {}
 
-    std::string next() { return text + std::to_string(number++); }
+    std::string next() {
+        std::string name = text + std::to_string(number);
+        ++number;
+        return name;
+    }
 
   private:
     const char* text;
@@ -47,7 +52,11 @@ struct NameFields {
 inline const char* shownName(const NameFields& fields, NumberedName& defaults) {
     if (fields.nametagSet) return textOf(fields.nametag);
     if (fields.filenameSet) return textOf(fields.filename);
-    if (fields.nametag == nullptr) fields.nametag = new std::string(defaults.next());
+    if (fields.nametag == nullptr) {
+        auto slot = std::make_unique<std::string>();
+        *slot = defaults.next();
+        fields.nametag = slot.release();
+    }
     return fields.nametag->c_str();
 }
 

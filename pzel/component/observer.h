@@ -11,7 +11,8 @@ class IComponent;
 /// goes.
 class PZEL_API Observer {
   public:
-    /// Called after a change (ComponentEvent says which, and what `param` is).
+    /// Called after a change (ComponentEvent says which, and what `param` is). Must not throw at
+    /// EventDestroyed.
     virtual void Update(IComponent* source, int event, std::intptr_t param) = 0;
 
     IComponent* observed = nullptr;  ///< the observer's own; the library does not touch it

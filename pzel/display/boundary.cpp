@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "pzel/image/lifecycle.h"
+#include "pzel/image/owned_image.h"
 #include "pzel/image/plane.h"
 
 namespace {
@@ -36,8 +37,8 @@ Image* MaskToBoundary(Image* mask) {
     if (!mask || !mask->data || mask->channels == 0) return nullptr;
     const int type = GetDataType(mask);
     if (type != DataBit && DataBytes(mask->dataType) != 1) return nullptr;
-    Image* boundary = NewImage(mask->width, mask->height, 2, DataBit, true);
-    SetImageType(boundary, MajorBoundary);
+    pzel::OwnedImage boundary(NewImage(mask->width, mask->height, 2, DataBit, true));
+    SetImageType(boundary.get(), MajorBoundary);
     const std::size_t rowBytes = boundary->rowBytes / 2u;
     BitRow above(rowBytes), row(rowBytes);
     const auto outline = [&](const auto& rows) {
@@ -52,5 +53,5 @@ Image* MaskToBoundary(Image* mask) {
         pzel::withRows<const bool>(*mask, 0, 0, 0, outline);
     else
         pzel::withRows<const unsigned char>(*mask, 0, 0, 0, outline);
-    return boundary;
+    return boundary.release();
 }

@@ -11,7 +11,9 @@ struct Image;
 /// outside the image nothing is.
 ///
 /// The lower edges of the last row and the right edges of the last column belong to no pixel: where the mask
-/// touches the bottom or the right border of the picture its outline is open there.
+/// touches the bottom or the right border of the picture a boundary has no bits for its outline, being as
+/// large as the mask. ComposeMovie finds them by the other edges and closes the outline; AddBoundaryTo1 and
+/// its kin do not, since what they are given may be a part of an outline, or lines that are none.
 ///
 /// `mask` has bits or 8-bit elements (not 0: masked) in its first channel; it stays as it is. Null for a mask
 /// of another type, without data, or null. The caller owns the result (DeleteImage).

@@ -10,6 +10,7 @@
 #include "pzel/component/data_area.h"
 #include "pzel/component/movie.h"
 #include "pzel/display/bitmap.h"
+#include "pzel/display/closing_edges.h"
 #include "pzel/display/draw.h"
 
 namespace pzel {
@@ -44,6 +45,19 @@ Kind KindOf(Comp& comp, int bits) {
     }
 }
 
+/// How much of its image a component shows. A part of an outline need not be closed.
+enum class Extent { Whole, Part };
+
+Extent ExtentOf(Comp& comp, const ShownBitmap& shown) {
+    const Image* image = comp.GetFlatImage();
+    const bool isWhole = image && image->width == shown.width && image->height == shown.height;
+    return isWhole && !showsDataArea(comp) ? Extent::Whole : Extent::Part;
+}
+
+int ZoomedSize(int size, signed char zoom) {
+    return zoom >= 2 ? size * zoom : (size + std::max(-int(zoom), 1) - 1) / std::max(-int(zoom), 1);
+}
+
 /// What is drawn into, and how: depth, zoom and the colours of overlays.
 class Canvas {
   public:
@@ -54,13 +68,13 @@ class Canvas {
           zoom(zoomOfBoth),
           colours(overlayColours ? overlayColours : kOverlayColours.data()) {}
 
-    void Draw(Comp& comp, const BitmapSource& source, int sourceBits) const {
+    void Draw(Comp& comp, const BitmapSource& source, int sourceBits, Extent extent) const {
         switch (KindOf(comp, sourceBits)) {
             case Kind::Picture: return DrawPicture(source, sourceBits, comp.transparency);
             case Kind::Bits: return DrawBits(source, comp.transparency);
             case Kind::Mask:
                 return DisplayMask(to, source, zoom, zoom, bits, Entry(comp), colours, comp.transparency);
-            case Kind::Boundary: return DrawBoundary(source, comp);
+            case Kind::Boundary: return DrawBoundary(source, comp, extent);
         }
     }
 
@@ -86,22 +100,41 @@ class Canvas {
         }
     }
 
-    void DrawBoundary(const BitmapSource& source, const Comp& comp) const {
-        if (comp.transparency != 0) return DrawThinBoundary(source, comp);
-        switch (bits) {
-            case 1: return AddBoundaryTo1(to, source, zoom, zoom);
-            case 8: return AddBoundaryTo8(to, source, zoom, zoom, Entry(comp));
-            default: return AddBoundaryTo24(to, source, zoom, zoom, colours[comp.overlayColour]);
-        }
+    void DrawBoundary(const BitmapSource& source, const Comp& comp, Extent extent) const {
+        if (comp.transparency != 0) return DrawThinBoundary(source, comp, extent);
+        VisitLines(source, extent, [&](const BitmapSource& lines, signed char zoomX, signed char zoomY) {
+            switch (bits) {
+                case 1: return AddBoundaryTo1(to, lines, zoomX, zoomY);
+                case 8: return AddBoundaryTo8(to, lines, zoomX, zoomY, Entry(comp));
+                default: return AddBoundaryTo24(to, lines, zoomX, zoomY, colours[comp.overlayColour]);
+            }
+        });
     }
 
     /// Lines that the picture shines through: collected as a mask, which can be shown so.
-    void DrawThinBoundary(const BitmapSource& source, const Comp& comp) const {
+    void DrawThinBoundary(const BitmapSource& source, const Comp& comp, Extent extent) const {
         const int rowBytes = (to.width + 7) / 8;
         std::vector<unsigned char> lines(static_cast<std::size_t>(rowBytes) * to.height);
-        AddBoundaryTo1({lines.data(), rowBytes, to.width, to.height}, source, zoom, zoom);
+        VisitLines(source, extent, [&](const BitmapSource& part, signed char zoomX, signed char zoomY) {
+            AddBoundaryTo1({lines.data(), rowBytes, to.width, to.height}, part, zoomX, zoomY);
+        });
         DisplayMask(to, {lines.data(), rowBytes, to.width, to.height}, 1, 1, bits, Entry(comp), colours,
                     comp.transparency);
+    }
+
+    /// Calls draw(lines, zoomX, zoomY) for a boundary and for what closes it, in the last destination column
+    /// and row of its picture.
+    template <class F>
+    void VisitLines(const BitmapSource& source, Extent extent, const F& draw) const {
+        draw(source, zoom, zoom);
+        const int right = source.x + ZoomedSize(source.width - source.skipX, zoom) - 1;
+        const int bottom = source.y + ZoomedSize(source.height - source.skipY, zoom) - 1;
+        if (extent != Extent::Whole || (right >= to.width && bottom >= to.height)) return;
+        const ClosingEdges closing(source);
+        draw({closing.right.data(), 2, 1, source.height, right, source.y, 0, source.skipY}, 1, zoom);
+        draw({closing.bottom.data(), int(closing.bottom.size()), source.width, 1, source.x, bottom,
+              source.skipX, 0},
+             zoom, 1);
     }
 
     /// What the doors take for a component's colour: an entry of the colours, or a grey.
@@ -145,10 +178,6 @@ struct Start {
     int skipped;
 };
 
-int ZoomedSize(int size, signed char zoom) {
-    return zoom >= 2 ? size * zoom : (size + std::max(-int(zoom), 1) - 1) / std::max(-int(zoom), 1);
-}
-
 struct Corner {
     int x, y;
 };
@@ -169,12 +198,14 @@ void DrawComponent(Comp& comp, const Canvas& canvas, const SRect& area, signed c
     const ShownBitmap shown = comp.GetShownBitmap();
     const bool fits = shown.bits == 1 || shown.bits == 8 || shown.bits == bitsPerPixel;
     if (!shown.pixels || !fits || shown.bits > bitsPerPixel) return;
+    // A bitmap from the time when the component was no boundary has one row of bits for each of its rows.
+    if (KindOf(comp, shown.bits) == Kind::Boundary && shown.bitRows != 2) return;
     const Corner corner = CornerOf(comp);
     const Start x(corner.x - area.left, zoom), y(corner.y - area.top, zoom);
     canvas.Draw(
         comp,
         {shown.pixels, shown.rowBytes, shown.width, shown.height, x.place, y.place, x.skipped, y.skipped},
-        shown.bits);
+        shown.bits, ExtentOf(comp, shown));
 }
 
 }  // namespace

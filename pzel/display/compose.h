@@ -16,9 +16,11 @@ class Movie;
 /// than the destination are left out. Boundaries, vector fields and bits whose `overlayColour` is not 255 are
 /// drawn in a colour of their own: entry `overlayColour` of `overlayColours` (256 entries; null: 1 red,
 /// 2 green, 3 blue, 4 yellow, 5 cyan, 6 magenta, others white); in 8 bits in the colour's luminance, in 1 bit
-/// by setting bits.
+/// by setting bits. Outlines of masks (MaskToBoundary) that are shown whole are closed where the mask touches
+/// the right or the lower border of its picture: in its last column and row of destination pixels.
 ///
 /// A component whose bitmap is missing or out of date is computed first; one that has none, or stands outside
-/// the area, is skipped, and so is whatever an opaque picture over all of the area hides.
+/// the area, is skipped, and so is whatever an opaque picture over all of the area hides. Where memory is
+/// refused it throws, and what was drawn stays.
 PZEL_API void ComposeMovie(Movie* movie, const BitmapDestination& destination, const SRect& area,
                            signed char zoom, const BgrColour* overlayColours, int bitsPerPixel = 24);

@@ -2,13 +2,15 @@
 #include "pzel/display/fields.h"
 
 #include <algorithm>
-#include <memory>
 #include <utility>
 
 #include "pzel/bounds/bound_entries.h"
 #include "pzel/component/comp.h"
 #include "pzel/image/lifecycle.h"
+#include "pzel/image/owned_image.h"
 #include "pzel/image/typed_copy.h"
+
+using pzel::OwnedImage;
 
 namespace {
 
@@ -17,11 +19,6 @@ void WeaveField(Image* field, Image* frame, int firstRow) {
     for (int y = 0; y < field->height; ++y)
         CopyImage(field, frame, 0, y, 0, 2 * y + firstRow, field->width, 1, CopyBorderNone);
 }
-
-struct ImageDeleter {
-    void operator()(Image* image) const { DeleteImage(image); }
-};
-using OwnedImage = std::unique_ptr<Image, ImageDeleter>;
 
 /// An image like `frame` of another size: its flags, bounds and state, but neither attachment nor tags.
 OwnedImage NewField(const Image& frame, int width, int height) {
@@ -33,6 +30,8 @@ OwnedImage NewField(const Image& frame, int width, int height) {
     field->channels = frame.channels;
     ComputeRowBytes(field.get());
     CheckDataArray(field.get());
+    // Copies of bits leave those behind the last column alone, and unknown elements are not copied at all.
+    if (DataBytes(field->dataType) == 0) ClearImage(field.get());
     field->bound = pzel::CloneBoundArray(frame);
     field->state = static_cast<std::uint8_t>(frame.state & ~StateFreeData);
     return field;

@@ -4,10 +4,12 @@
 // picture stands where GetFlatImage shows it: at the flat comp's location plus its own area's origin, in the
 // coordinates of this component's image.
 #include <algorithm>
+#include <utility>
 
 #include "pzel/bounds/bounds.h"
 #include "pzel/component/comp.h"
 #include "pzel/image/lifecycle.h"
+#include "pzel/image/owned_image.h"
 #include "pzel/image/typed_copy.h"
 
 namespace {
@@ -33,7 +35,7 @@ struct Shown {
     }
     /// Copies a rectangle, given relative to the shown one, to (toX, toY) of `flat`.
     void copyTo(Image* flat, int fromX, int fromY, int toX, int toY, int width, int height) const {
-        if (width > 0 && height > 0)
+        if (width > 0 && height > 0 && image->data)
             CopyImage(image, flat, x + fromX, y + fromY, toX, toY, width, height, CopyBorderNone);
     }
     void copyWholeTo(Image* flat, int toX, int toY) const { copyTo(flat, 0, 0, toX, toY, w, h); }
@@ -42,13 +44,15 @@ struct Shown {
     int x, y, w, h;
 };
 
-Image* NewFlatImage(const Shown& own, Image* flatCompImage) {
+/// Black, where nothing is brought in.
+pzel::OwnedImage NewFlatImage(const Shown& own, Image* flatCompImage) {
     Image* like = flatCompImage ? flatCompImage : own.image;
-    Image* flat = NewImage(static_cast<unsigned short>(own.w), static_cast<unsigned short>(own.h),
-                           std::max(own.image->channels, like->channels),
-                           FindCommonType(GetDataType(own.image), GetDataType(like)), true);
-    SetImageType(flat, GetImageType(own.image));
-    CopyBound(flat, own.image);
+    pzel::OwnedImage flat(NewImage(static_cast<unsigned short>(own.w), static_cast<unsigned short>(own.h),
+                                   std::max(own.image->channels, like->channels),
+                                   FindCommonType(GetDataType(own.image), GetDataType(like)), true));
+    SetImageType(flat.get(), GetImageType(own.image));
+    CopyBound(flat.get(), own.image);
+    ClearImage(flat.get());
     return flat;
 }
 
@@ -67,7 +71,23 @@ void CopyAround(const Shown& own, Image* flat, int x, int y, int w, int h) {
 
 }  // namespace
 
+// A flat image that is refused memory half-way is not shown: a new one goes, another is not valid.
 void Comp::UpdateFlatFrame(unsigned char parts) {
+    const bool isNew = !flatImage;
+    try {
+        ComposeFlatImage(parts);
+    } catch (...) {
+        if (isNew) {
+            DeleteImage(std::exchange(flatImage, nullptr));
+        } else {
+            SetImageNotValid(flatImage);
+            SetFlatFrameNotUpdated(this);
+        }
+        throw;
+    }
+}
+
+void Comp::ComposeFlatImage(unsigned char parts) {
     if (!flatComp) {
         DeleteImage(flatImage);
         flatImage = nullptr;
@@ -93,7 +113,7 @@ void Comp::UpdateFlatFrame(unsigned char parts) {
             flatImage = nullptr;
             return;
         }
-        if (!flatImage) flatImage = NewFlatImage(own, picture);
+        if (!flatImage) flatImage = NewFlatImage(own, picture).release();
         if (parts & PartWhole) {
             own.copyWholeTo(flatImage, 0, 0);
             SetImageValid(flatImage);
@@ -109,7 +129,7 @@ void Comp::UpdateFlatFrame(unsigned char parts) {
     }
     if (parts & PartCurrent && current) {
         const Shown own(this, current);
-        if (!flatImage) flatImage = NewFlatImage(own, picture);
+        if (!flatImage) flatImage = NewFlatImage(own, picture).release();
         own.copyWholeTo(flatImage, 0, 0);
         SetImageValid(flatImage);
         return;

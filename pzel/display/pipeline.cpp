@@ -4,9 +4,11 @@
 #include <cassert>
 #include <cstring>
 #include <new>
+#include <optional>
 
 #include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
+#include "pzel/component/bitmap_update.h"
 #include "pzel/component/comp.h"
 #include "pzel/component/data_area.h"
 #include "pzel/display/bitmap.h"
@@ -23,35 +25,59 @@ std::size_t StartOffset(int rowBytes, int bits, int left, int top) {
     return std::size_t(rowBytes) * std::size_t(top) + std::size_t(bits) * std::size_t(left) / 8;
 }
 
-/// Bytes that MapData writes for one row, also where that is more than rows are apart.
-std::size_t MappedRowBytes(const Image& image, int width, unsigned char channelMode) {
-    if (GetDataType(&image) == DataBit) return 0;
-    return std::size_t(width) * (image.channels == 3 && channelMode == 0 ? 3 : 1);
+/// Bytes of one row as it is declared: more than rows are apart where 16 bits count no more.
+std::size_t RowBytes(int width, int rowBytes, int bits) {
+    return std::max<std::size_t>(std::size_t(rowBytes), (std::size_t(bits) * std::size_t(width) + 7) / 8);
 }
 
 const unsigned char* TableOf(const Comp& comp) {
     return comp.remapper ? comp.remapper->GetLookupTable() : nullptr;
 }
 
-/// Copies a boundary image from (left, top) on, as far as both reach: two bit rows for each image row; both
-/// row lengths speak of the pair.
-void CopyBoundaryRows(unsigned char* dst, const Comp& comp, const Image& image, int left, int top) {
-    const int skippedX = std::max(-left, 0), skippedY = std::max(-top, 0);
+/// The edges of a boundary image: two rows of bits, one behind the other, for each of its rows.
+struct EdgeRows {
+    const unsigned char* first;
+    std::ptrdiff_t rowStep;   // bytes
+    std::ptrdiff_t edgeStep;  // bytes from the upper edges to the left ones
+
+    const unsigned char* row(int y, int edge) const { return first + y * rowStep + edge * edgeStep; }
+};
+
+/// Nothing for data that have no two rows of bits for each row of the image.
+std::optional<EdgeRows> EdgeRowsOf(const Image& image) {
+    if (!image.data || GetDataType(&image) != DataBit) return std::nullopt;
+    if (!IsInterleaved(&image)) {
+        if (image.channels < 2) return std::nullopt;
+        return EdgeRows{image.data, image.rowBytes, std::ptrdiff_t(GetImageBytes(&image))};
+    }
+    const int half = image.rowBytes / 2;
+    if (8 * half < image.width) return std::nullopt;
+    return EdgeRows{image.data, 2 * half, half};
+}
+
+/// Copies edges from pixel (left, top) on, as far as the image and the bitmap reach.
+void CopyEdges(unsigned char* dst, int dstRowBytes, int dstWidth, int dstHeight, const EdgeRows& edges,
+               const Image& image, int left, int top) {
+    const int skippedX = std::max(-left, 0), skippedY = std::max(-top, 0), dstStep = dstRowBytes / 2;
     const int x = left + skippedX, y = top + skippedY;
-    const int srcStep = image.rowBytes / 2, dstStep = comp.bmpRowBytes / 2;
-    const int width = std::min(comp.bmpWidth - skippedX, std::min<int>(image.width, 8 * srcStep) - x);
-    const int height = std::min(comp.bmpHeight - skippedY, image.height - y);
+    const int width = std::min(std::min(dstWidth, 8 * dstStep) - skippedX, image.width - x);
+    const int height = std::min(dstHeight - skippedY, image.height - y);
     if (width <= 0 || height <= 0) return;
     const int rows = std::uint16_t(2 * height), from = x % 8, to = skippedX % 8;
-    const unsigned char* src = image.data + std::ptrdiff_t(y) * image.rowBytes + x / 8;
     dst += std::ptrdiff_t(2 * skippedY) * dstStep + skippedX / 8;
-    for (int row = 0; row < rows; ++row, dst += dstStep, src += srcStep) {
+    for (int i = 0; i < rows; ++i, dst += dstStep) {
+        const unsigned char* src = edges.row(y + i / 2, i % 2) + x / 8;
         if (from == 0 && to == 0)
             std::memcpy(dst, src, std::size_t(width + 7) / 8);
         else
             CopyBits(dst, src, static_cast<unsigned short>(width), static_cast<unsigned char>(to),
                      static_cast<unsigned char>(from));
     }
+}
+
+/// All bounds that a switch needs: they are made before the first one changes.
+void MakeBounds(Comp& comp) {
+    for (int i = 0; comp.images && i < comp.imageFrames; ++i) CheckBoundArray(comp.images + i);
 }
 
 /// Switches the bound of a component's images: the first is converted, the others take over the section of
@@ -143,26 +169,10 @@ int Comp::ComputeBmpBits() {
     return ComputeBmpBits(GetFlatImage());
 }
 
-/// Makes sure that the bitmap has at least so many bytes: a new one starts with zeros, one of ours that is
-/// too small keeps its contents. One that somebody else put there is taken as large enough.
-unsigned char* Comp::PrepareBitmap(std::size_t bytes) {
-    if (bitmap && (bitmap != bitmapBlock || bitmapCapacity >= bytes)) return bitmap;
-    auto* block = static_cast<unsigned char*>(::operator new(bytes));
-    const std::size_t kept = bitmap ? bitmapCapacity : 0;
-    if (kept) std::memcpy(block, bitmap, kept);
-    std::memset(block + kept, 0, bytes - kept);
-    ::operator delete(bitmap);
-    bitmap = block;
-    bitmapBlock = block;
-    bitmapCapacity = bytes;
-    return bitmap;
-}
-
 void Comp::DeleteBitmap() {
     ::operator delete(bitmap);
     bitmap = nullptr;
-    bitmapBlock = nullptr;
-    bitmapCapacity = 0;
+    ownBitmap = {};
     bmpWidth = bmpHeight = bmpRowBytes = bmpLeft = bmpTop = 0;
     bmpBits = 0;
 }
@@ -181,53 +191,57 @@ void Comp::ComputeImageBmp(int) {
     unsigned short left, top, w, h;
     Image* image = GetFlatImage(dx, dy, left, top, w, h);
     if (!image) return;
+    BitmapUpdate update(*this);
     if (!bitmap) {
         const int bits = ComputeBmpBits(image);
-        bmpBits = static_cast<std::uint8_t>(bits);
-        if (bits == 0) return;
-        bmpWidth = w;
-        bmpHeight = h;
-        bmpRowBytes = ComputeBmpLineBytes(w, bits);
+        update.bits = static_cast<std::uint8_t>(bits);
+        if (bits == 0) {
+            bmpBits = 0;
+            return;
+        }
+        update.width = w;
+        update.height = h;
+        update.rowBytes = ComputeBmpLineBytes(w, bits);
     }
     const auto x0 = static_cast<short>(left), y0 = static_cast<short>(top);
-    bmpLeft = static_cast<std::uint16_t>(std::max(dx + x0, 0));
-    bmpTop = static_cast<std::uint16_t>(std::max(dy + y0, 0));
+    update.left = static_cast<std::uint16_t>(std::max(dx + x0, 0));
+    update.top = static_cast<std::uint16_t>(std::max(dy + y0, 0));
     const auto channelMode = static_cast<unsigned char>(flagsA & CompChannelMask);
-    // Room for the bitmap as it is declared, and for every row that is written, wherever the picture starts.
-    // Declared rows may be longer than they are apart: 16 bits count no more.
-    const std::size_t start = StartOffset(bmpRowBytes, bmpBits, bmpLeft, bmpTop);
-    const std::size_t rows = std::max(h, bmpHeight);
-    const std::size_t declaredRow = (std::size_t(bmpBits) * bmpWidth + 7) / 8;
-    const std::size_t lastRow =
-        std::max({std::size_t(bmpRowBytes), declaredRow, MappedRowBytes(*image, w, channelMode)});
-    unsigned char* bits = PrepareBitmap(start + bmpRowBytes * rows + lastRow);
-    MapData(bits + start, bmpRowBytes, w, h, image, x0, y0, TableOf(*this), channelMode);
+    // Room for the bitmap as it is declared, wherever the picture starts; a larger picture is cut off.
+    const std::size_t start = StartOffset(update.rowBytes, update.bits, update.left, update.top);
+    const std::size_t row = RowBytes(update.width, update.rowBytes, update.bits);
+    const std::size_t declared = std::size_t{update.rowBytes} * update.height + row - update.rowBytes;
+    unsigned char* dst = update.Prepare(start + declared) + start;
+    const std::size_t pixelBytes = image->channels == 3 && channelMode == 0 ? 3 : 1;
+    MapData(dst, update.rowBytes, static_cast<unsigned short>(std::min<std::size_t>(w, row / pixelBytes)),
+            std::min(h, update.height), image, x0, y0, TableOf(*this), channelMode);
+    update.Commit();
     flagsA &= static_cast<std::uint16_t>(~CompBitmapOutOfDate);
 }
 
 void Comp::ComputeBoundaryBmp() {
-    short dx, dy;
-    unsigned short left, top, w, h;
-    const Image* image = GetFlatImage(dx, dy, left, top, w, h);
-    if (!image || !image->data || image->channels == 0) return;
+    const Image* image = GetFlatImage();
+    const std::optional<EdgeRows> edges = image ? EdgeRowsOf(*image) : std::nullopt;
+    if (!edges) return;
     const bool part = pzel::showsDataArea(*this);
+    BitmapUpdate update(*this);
     if (!bitmap) {
-        bmpBits = 1;
-        bmpWidth = part ? static_cast<std::uint16_t>(pzel::widthOf(*dataArea)) : image->width;
-        bmpHeight = part ? static_cast<std::uint16_t>(pzel::heightOf(*dataArea)) : image->height;
-        bmpRowBytes = static_cast<std::uint16_t>(2 * ComputeBmpLineBytes(bmpWidth, 1));
+        update.bits = 1;
+        update.width = part ? static_cast<std::uint16_t>(pzel::widthOf(*dataArea)) : image->width;
+        update.height = part ? static_cast<std::uint16_t>(pzel::heightOf(*dataArea)) : image->height;
+        update.rowBytes = static_cast<std::uint16_t>(2 * ComputeBmpLineBytes(update.width, 1));
     }
-    bmpLeft = bmpTop = 0;
-    const std::size_t line = std::size_t(bmpWidth + 7) / 8;
-    unsigned char* bits = PrepareBitmap(std::size_t(bmpRowBytes) * bmpHeight + line);
-    CopyBoundaryRows(bits, *this, *image, part ? dataArea->left : 0, part ? dataArea->top : 0);
+    update.left = update.top = 0;
+    unsigned char* dst = update.Prepare(std::size_t{update.rowBytes} * update.height);
+    CopyEdges(dst, update.rowBytes, update.width, update.height, *edges, *image, part ? dataArea->left : 0,
+              part ? dataArea->top : 0);
+    update.Commit();
     flagsA &= static_cast<std::uint16_t>(~CompBitmapOutOfDate);
 }
 
 void Comp::ComputeVectorBmp() {
     std::uint8_t stepX = 1, stepY = 1;
-    if (info) {
-        if (info->vectorStepX == 0) info->vectorStepX = info->vectorStepY = 1;
+    if (info && info->vectorStepX != 0) {
         stepX = info->vectorStepX;
         stepY = pzel::showsDataArea(*this) ? stepX : info->vectorStepY;
     }
@@ -237,6 +251,7 @@ void Comp::ComputeVectorBmp() {
         ComputeVector(this, static_cast<char>(stepX), static_cast<char>(stepY), w, h, image,
                       static_cast<short>(left), static_cast<short>(top), TableOf(*this));
     }
+    if (info && info->vectorStepX == 0) info->vectorStepX = info->vectorStepY = 1;
     flagsA &= static_cast<std::uint16_t>(~CompBitmapOutOfDate);
 }
 
@@ -247,6 +262,9 @@ bool Comp::SwitchMapingMode(int mode) {
     const bool joint = mode >= image->channels;
     if (joint == (from == BoundHsi)) return false;
     const unsigned char to = joint ? BoundHsi : BoundData;
+    MakeBounds(*this);
+    if (flatComp) MakeBounds(*flatComp);
+    if (flatImage && flatImage != image && flatImage->channels >= 3) CheckBoundArray(flatImage);
     SwitchImages(*this, from, to);
     if (remapper) remapper->SetMode(mode < 3 ? 0 : 1, 1);
     if (flatComp) SwitchImages(*flatComp, from, to);
@@ -257,10 +275,10 @@ bool Comp::SwitchMapingMode(int mode) {
 ShownBitmap Comp::GetShownBitmap() const {
     if (!bitmap || bmpBits == 0) return {};
     const bool boundary = bmpBits == 1 && bmpRowBytes == 2 * ComputeBmpLineBytes(bmpWidth, 1);
-    return {bitmap + StartOffset(bmpRowBytes, bmpBits, bmpLeft, bmpTop),
-            bmpWidth,
-            bmpHeight,
-            bmpRowBytes,
-            bmpBits,
-            boundary ? 2 : 1};
+    const std::size_t start = StartOffset(bmpRowBytes, bmpBits, bmpLeft, bmpTop);
+    // The place of the picture speaks of the bitmap that it was computed into.
+    const bool fits = start + std::size_t{bmpRowBytes} * bmpHeight <= BitmapBytes();
+    return {
+        bitmap + (fits ? start : 0), bmpWidth, bmpHeight, bmpRowBytes, bmpBits, boundary ? 2 : 1,
+    };
 }

@@ -10,6 +10,7 @@
 
 #include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
+#include "pzel/component/bitmap_update.h"
 #include "pzel/component/comp.h"
 #include "pzel/display/bitmap.h"
 #include "pzel/display/vector_table.h"
@@ -109,20 +110,27 @@ struct StepRule {
     }
 };
 
-/// The grid for MapVectorToBmp.
-std::vector<signed char> gridOf(Image* field, const Sampling& s, const unsigned char* lut) {
-    const std::vector<double> dx = cellMeans(*field, 0, s), dy = cellMeans(*field, 1, s);
-    const auto isEmpty = [&](std::size_t i) { return std::isnan(dx[i]) || std::isnan(dy[i]); };
-    StepRule rule{boundMagnitude(field), lut};
-    if (!(rule.largest > 0 && std::isfinite(rule.largest))) {
-        rule.largest = 0;
+/// The mean vectors of all cells of a field, row by row.
+struct CellMeans {
+    CellMeans(const Image& field, const Sampling& s)
+        : dx(cellMeans(field, 0, s)), dy(cellMeans(field, 1, s)) {}
+    bool isEmpty(std::size_t i) const { return std::isnan(dx[i]) || std::isnan(dy[i]); }
+    double largest() const {
+        double result = 0;
         for (std::size_t i = 0; i < dx.size(); ++i)
-            if (!isEmpty(i)) rule.largest = std::max(rule.largest, magnitudeOf(dx[i], dy[i]));
+            if (!isEmpty(i)) result = std::max(result, magnitudeOf(dx[i], dy[i]));
+        return result;
     }
-    std::vector<signed char> grid(2 * dx.size(), VectorNone);
-    for (std::size_t i = 0; i < dx.size(); ++i)
-        if (!isEmpty(i)) rule(dx[i], dy[i], &grid[2 * i]);
-    return grid;
+
+    std::vector<double> dx, dy;
+};
+
+/// Fills the grid for MapVectorToBmp, two numbers for each cell.
+void fillGrid(const CellMeans& means, double largest, const unsigned char* lut,
+              std::vector<signed char>& grid) {
+    const StepRule rule{largest > 0 && std::isfinite(largest) ? largest : means.largest(), lut};
+    for (std::size_t i = 0; i < means.dx.size(); ++i)
+        if (!means.isEmpty(i)) rule(means.dx[i], means.dy[i], &grid[2 * i]);
 }
 
 bool isDrawable(const Image* image) {
@@ -139,20 +147,24 @@ int stepOf(char step) {
 void ComputeVector(Comp* comp, char stepX, char stepY, unsigned short w, unsigned short h, Image* image,
                    short x, short y, const unsigned char* lut) {
     if (!pzel::vectorTable() || !isDrawable(image) || w == 0 || h == 0) return;
+    Comp::BitmapUpdate update(*comp);
     if (!comp->bitmap) {
-        comp->bmpBits = 1;
-        comp->bmpWidth = w;
-        comp->bmpHeight = h;
-        comp->bmpRowBytes = ComputeBmpLineBytes(w, 1);
+        update.bits = 1;
+        update.width = w;
+        update.height = h;
+        update.rowBytes = ComputeBmpLineBytes(w, 1);
     }
-    comp->bmpLeft = comp->bmpTop = 0;
-    const int width = std::min(w, comp->bmpWidth), height = std::min(h, comp->bmpHeight);
-    const std::vector<signed char> grid =
-        gridOf(image, {x, y, width, height, stepOf(stepX), stepOf(stepY)}, lut);
-    const std::size_t bytes = std::size_t{comp->bmpRowBytes} * comp->bmpHeight;
-    unsigned char* rows = comp->PrepareBitmap(bytes);
+    update.left = update.top = 0;
+    const int width = std::min(w, update.width), height = std::min(h, update.height);
+    // All memory first: then the bound may be computed, and what was drawn be cleared.
+    const CellMeans means(*image, {x, y, width, height, stepOf(stepX), stepOf(stepY)});
+    std::vector<signed char> grid(2 * means.dx.size(), VectorNone);
+    const std::size_t bytes = std::size_t{update.rowBytes} * update.height;
+    unsigned char* rows = update.Prepare(bytes);
+    fillGrid(means, boundMagnitude(image), lut, grid);
     std::memset(rows, 0, bytes);
     // The first row is the top one: rows go downwards in memory.
-    MapVectorToBmp(rows, -int(comp->bmpRowBytes), static_cast<unsigned short>(width),
-                   static_cast<unsigned short>(height), comp->bmpBits, grid.data(), kArrowColour);
+    MapVectorToBmp(rows, -int(update.rowBytes), static_cast<unsigned short>(width),
+                   static_cast<unsigned short>(height), update.bits, grid.data(), kArrowColour);
+    update.Commit();
 }

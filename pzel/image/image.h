@@ -43,7 +43,7 @@ enum ImageDataFlags : unsigned short {
 /// Major types: the high byte of `Image::imageType`, kept in place. Other values pass through unchanged.
 enum ImageMajorType : unsigned short {
     MajorPicture = 0x0000,    ///< pixels to be shown through levels
-    MajorBoundary = 0x0100,   ///< bit data, drawn as a boundary overlay
+    MajorBoundary = 0x0100,   ///< two channels of bits, upper and left edges, drawn as a boundary overlay
     MajorNoBitmap = 0x0400,   ///< a kind that has no display bitmap
     MajorVector = 0x0500,     ///< a vector field
     MajorComposite = 0xFE00,  ///< what a movie of several components answers

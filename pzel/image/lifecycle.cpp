@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include "pzel/bounds/bound_entries.h"
@@ -118,13 +119,14 @@ void ConstructImage(Image& image, unsigned short width, unsigned short height, u
 void ConstructImages(Image* images, int count, unsigned short width, unsigned short height,
                      unsigned char channels, unsigned char typeByte) {
     for (int i = 0; i < count; ++i) {
-        Image& image = images[i];
+        Image image = images[i];
         image.width = width;
         image.height = height;
         image.channels = channels;  // not through SetNumbOfChannels: the image type stays
         image.dataType = typeByte;
         ComputeRowBytes(&image);
         CheckDataArray(&image);
+        images[i] = image;
     }
 }
 
@@ -237,12 +239,17 @@ void CopyImageCharacteristics(Image* destination, Image* source) {
     Image shape = ShapeOf(*source);
     shape.frameOffset = destination->frameOffset;
     shape.frameOffset2 = destination->frameOffset2;
-    *destination = shape;
     // The mark comes along with the state below: allocate what it will be released with.
-    destination->state = source->state & StateFreeData;
-    CheckDataArray(destination);
-    CopyBound(destination, source);
-    destination->state = source->state;
+    shape.state = source->state & StateFreeData;
+    CheckDataArray(&shape);
+    try {
+        CopyBound(&shape, source);
+    } catch (...) {
+        CleanupImage(&shape);
+        throw;
+    }
+    shape.state = source->state;
+    *destination = shape;
 }
 
 void CopyImageStruct(Image* destinations, int count, Image* source) {
@@ -288,12 +295,13 @@ void CloneImage(Image* dst, const Image* src) {
 
 Attachment* CloneAttachment(const Attachment* src) {
     if (!src) return nullptr;
+    struct Release {
+        void operator()(void* block) const { ::operator delete(block); }
+    };
+    std::unique_ptr<void, Release> buffer(src->buffer ? ::operator new(src->size) : nullptr);
+    if (buffer) std::memcpy(buffer.get(), src->buffer, src->size);
     auto* copy = static_cast<Attachment*>(::operator new(sizeof(Attachment)));
-    *copy = {src->size, src->kind, nullptr};
-    if (src->buffer) {
-        copy->buffer = ::operator new(src->size);
-        std::memcpy(copy->buffer, src->buffer, src->size);
-    }
+    *copy = {src->size, src->kind, buffer.release()};
     return copy;
 }
 

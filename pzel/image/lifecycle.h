@@ -5,6 +5,9 @@
 // back with DeleteImages. The pixel buffer is released with `free` where StateFreeData is set, else with
 // `operator delete`; a buffer that the library allocates for a record that carries the mark comes from
 // `malloc`, so that the two always match. The mark stays until ImageInit or CleanupImage.
+//
+// Where memory is refused, or a shape cannot be held, functions throw and leave all records as they were;
+// where less is promised it is said. Releasing never throws.
 #pragma once
 
 #include "pzel/image/image.h"
@@ -27,7 +30,8 @@ PZEL_API void ConstructImage(Image& image, unsigned short width, unsigned short 
                              unsigned short channels, unsigned char* data, unsigned short type,
                              bool interleaved, bool libraryOwned);
 /// Shapes `count` existing records and allocates data where they have none. `typeByte` is the whole data-type
-/// byte, layout bit included. The image type is left alone, also for one channel.
+/// byte, layout bit included. The image type is left alone, also for one channel. Where it throws, earlier
+/// records have their shapes, the others are as they were.
 PZEL_API void ConstructImages(Image* images, int count, unsigned short width, unsigned short height,
                               unsigned char channels, unsigned char typeByte);
 /// A new record of that shape with an uninitialised buffer.
@@ -80,7 +84,7 @@ PZEL_API void CopyImage(Image* source, Image* destination);
 /// Makes `destination` a record like `source` (its own position tags kept) with a fresh, undefined buffer and
 /// a copy of the bound array and the state. What it owned before is not released: clean it first.
 PZEL_API void CopyImageCharacteristics(Image* destination, Image* source);
-/// CopyImageCharacteristics for each of `count` records.
+/// CopyImageCharacteristics for each of `count` records. Where it throws, those before are done.
 PZEL_API void CopyImageStruct(Image* destinations, int count, Image* source);
 /// Exchanges two whole records.
 PZEL_API void SwapImage(Image* a, Image* b);
@@ -90,5 +94,6 @@ PZEL_API void TransferImage(Image* to, Image* from);
 /// Sets all pixels to 0.
 PZEL_API void ClearImage(Image* image);
 /// Gives the image another size and a fresh, undefined buffer; nothing when the size is the same and there is
-/// data. The bound array stays.
+/// data. The bound array stays. Where it throws, the image has the new size and no data: the old buffer goes
+/// first, so that both need not be held.
 PZEL_API void ResizeImage(Image* image, int width, int height);

@@ -12,6 +12,7 @@
 #include "pzel/image/bits.h"
 #include "pzel/image/copy_area.h"
 #include "pzel/image/plane.h"
+#include "pzel/image/sub_type_change.h"
 
 namespace pzel {
 
@@ -235,8 +236,10 @@ void MapChannel(const Image& src, const Image& dst, const CopyArea& area, int ch
 
 void ConvertChannels(const Image& src, const Image& dst, const CopyArea& area, int channels) {
     Method method = Method::Carry;
-    VisitTypes(src, dst, 0,
-               [&]<class S, class D>() { method = ChooseMethod(copyPair<S>(src, 0), copyPair<D>(dst, 0)); });
+    VisitTypes(src, dst, 0, [&]<class S, class D>() {
+        const Pair<S> from = copyPair<S>(src, 0);
+        method = ChooseMethod(from, copyPair<D>(dst, 0));
+    });
     for (int c = 0; c < channels; ++c) {
         VisitTypes(src, dst, c, [&]<class S, class D>() {
             const Pair<S> from = copyPair<S>(src, c);
@@ -376,16 +379,18 @@ void CopyImage(Image* src, Image* dst, int srcX, int srcY, int dstX, int dstY, i
             if (dst->channels != 3) pzel::FillFurtherChannels(*dst, *area, 1);
         }
     } else {
-        SetSubType(dst, GetSubType(src));
+        pzel::SubTypeChange subType(*dst, GetSubType(src));
         if (GetDataType(src) != GetDataType(dst)) {
             pzel::ConvertChannels(*src, *dst, *area, channels);
         } else if (GetDataType(src) == DataBit) {
             pzel::CopyBitChannels(*src, *dst, *area, channels);
+            subType.keep();
             return;  // no border treatment follows bits
         } else {
             pzel::CopyElements(*src, *dst, *area, channels);
         }
         pzel::FillFurtherChannels(*dst, *area, channels);
+        subType.keep();
     }
     pzel::treatBorder(*dst, *area, mode);
 }

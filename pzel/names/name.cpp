@@ -28,8 +28,10 @@ std::size_t numberOf(const std::string& path) {
 }
 
 std::string nextUntitled() {
-    const std::int32_t number = shared().nextUntitled++;
-    return number == 0 ? "Untitled" : "Untitled_" + std::to_string(number);
+    const std::int32_t number = shared().nextUntitled;
+    std::string name = number == 0 ? "Untitled" : "Untitled_" + std::to_string(number);
+    ++shared().nextUntitled;
+    return name;
 }
 
 }  // namespace
@@ -45,7 +47,16 @@ Name::Name(const std::string& path) {
 Name::Name(const char* path) : Name(std::string(path == nullptr ? "" : path)) {}
 
 Name::Name(const Name&) = default;
-Name& Name::operator=(const Name&) = default;
+
+Name& Name::operator=(const Name& other) {
+    Name copy(other);
+    std::swap(name, copy.name);
+    std::swap(id, copy.id);
+    std::swap(logicalName, copy.logicalName);
+    std::swap(untitledName, copy.untitledName);
+    return *this;
+}
+
 Name::~Name() = default;
 
 void Name::Clear() {
@@ -58,8 +69,9 @@ void Name::SetName(std::string path) {
         name = std::move(path);
         return;
     }
-    name = path.substr(end + 1);
+    std::string own = path.substr(end + 1);
     SetID(AddToFolderList(path.substr(0, end)));
+    name = std::move(own);
 }
 
 std::string Name::GetName() const {
@@ -100,8 +112,9 @@ std::string Name::GetStemName() const {
 void Name::SetExtension(std::string extension) {
     if (name.empty()) return;
     if (extension.starts_with('.')) extension.erase(0, 1);
-    name.erase(ExtensionStart());
-    if (!extension.empty()) name += '.' + extension;
+    std::string changed = GetStemName();
+    if (!extension.empty()) changed += '.' + extension;
+    name = std::move(changed);
 }
 
 std::string Name::GetExtension() const {
@@ -155,7 +168,9 @@ std::string Name::GenerateTemporaryFilename() {
     auto& names = shared().temporaryNames;
     std::string folder = GetPathFromID(shared().workingFolder);
     while (folder.ends_with(separator)) folder.pop_back();
-    return names.emplace_back(folder + "\\~ZLQ" + std::to_string(names.size() + 1) + ".tmp");
+    std::string name = folder + "\\~ZLQ" + std::to_string(names.size() + 1) + ".tmp";
+    names.push_back(name);
+    return name;
 }
 
 const std::vector<std::string>& Name::GetTemporaryFilenames() {

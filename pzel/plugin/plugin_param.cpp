@@ -103,13 +103,15 @@ PluginParam::Parameter& PluginParam::At(int i) const {
 void PluginParam::MakeRoom() {
     const bool full = count >= capacity;
     const bool shared = records.use_count() > 1;
+    std::shared_ptr<Records> room = records;
     if (shared && (full || count < records->used)) {
-        auto own = std::make_shared<Records>();
-        own->list.assign(records->list.begin(), records->list.begin() + count);
-        records = std::move(own);
+        room = std::make_shared<Records>();
+        room->list.assign(records->list.begin(), records->list.begin() + count);
     }
-    if (full) capacity = static_cast<short>(std::min(capacity + growth, most));
-    records->list.resize(static_cast<std::size_t>(capacity));
+    const int wanted = full ? std::min(capacity + growth, most) : capacity;
+    room->list.resize(static_cast<std::size_t>(wanted));
+    records = std::move(room);
+    capacity = static_cast<short>(wanted);
 }
 
 // The record is complete before the array is touched: its texts may come from there.

@@ -26,6 +26,9 @@ struct TestLayer {
     }
     bool UpperEdge(int column, int row) const { return IsSet(column, row) != IsSet(column, row - 1); }
     bool LeftEdge(int column, int row) const { return IsSet(column, row) != IsSet(column - 1, row); }
+    // Set pixels at the border of the picture, where nothing follows them.
+    bool LastRow(int column, int row) const { return row == shown.height - 1 && IsSet(column, row); }
+    bool LastColumn(int column, int row) const { return column == shown.width - 1 && IsSet(column, row); }
 };
 
 // The zoom of one axis: source pixels for each shown one, and shown ones for each source pixel.
@@ -93,7 +96,9 @@ class LayersTest : public AppTest {
             for (int row = y; row < std::min(y + zoom.step, layer.shown.height); ++row)
                 for (int column = x; column < std::min(x + zoom.step, layer.shown.width); ++column)
                     covered |= (phaseY == 0 && layer.UpperEdge(column, row)) ||
-                               (phaseX == 0 && layer.LeftEdge(column, row));
+                               (phaseX == 0 && layer.LeftEdge(column, row)) ||
+                               (phaseY == zoom.repeat - 1 && layer.LastRow(column, row)) ||
+                               (phaseX == zoom.repeat - 1 && layer.LastColumn(column, row));
         }
         return covered ? std::optional(colour) : std::nullopt;
     }

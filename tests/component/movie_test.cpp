@@ -56,6 +56,59 @@ TEST(Movie, ChildrenComeAndGoInOrder) {
     EXPECT_EQ(seen, 0);
 }
 
+TEST(Movie, ObserversOfADyingChildMayTidyUp) {
+    for (const bool byIndex : {true, false}) {
+        Recorder r;
+        Movie movie;
+        movie.AddComponents(4);
+        Comp *const dying = movie.GetChildren()[1], *const last = movie.GetChildren()[3];
+        r.onEvent = [&](int) {
+            EXPECT_EQ(movie.FindComponentIndex(dying), -1);
+            movie.RemoveChild(movie.GetChildAt(1));
+            movie.RemoveComponent(static_cast<unsigned char>(0));
+        };
+        dying->AttachObserver(&r);
+        EXPECT_TRUE(byIndex ? movie.RemoveComponent(static_cast<unsigned char>(1))
+                            : movie.RemoveComponent(dying));
+        EXPECT_EQ(movie.GetNumbChildren(), 1);
+        EXPECT_EQ(movie.GetChildAt(0), last);
+    }
+}
+
+TEST(Movie, CallsAllObserversOfAListOfAnyLength) {
+    Movie movie;
+    std::vector<Recorder> observers(200);
+    std::string order;
+    for (std::size_t i = 0; i < observers.size(); ++i) {
+        observers[i].onEvent = [&, i](int) {
+            order += static_cast<char>(i);
+            movie.DetachObserver(&observers[199 - i]);
+        };
+        movie.AttachObserver(&observers[i]);
+    }
+    std::string wanted;
+    for (int i = 0; i < 200; ++i) wanted += static_cast<char>(i);
+    movie.NotifyObserver(99, 0);
+    EXPECT_EQ(order, wanted);
+    EXPECT_TRUE(movie.GetObservers()->empty());
+}
+
+// What is handed over is taken in any case, but what a child holds stays the child's.
+TEST(Movie, TakesWhatItDoesNotWant) {
+    Movie movie;
+    movie.AddComponents(2);
+    Comp& child = *movie.GetChildren()[0];
+    child.remapper = new Tone(1);
+    child.AddScene("scene", "", 0, nullptr);
+    movie.SetRemapper(new Tone(2));
+    movie.SetRemapper(child.remapper);
+    movie.SetSceneList(new std::vector<MovieScene>(3));
+    movie.SetSceneList(child.scenes);
+    EXPECT_EQ(Tone::alive, 1);
+    EXPECT_EQ(static_cast<Tone*>(child.remapper)->id, 1);
+    EXPECT_STREQ(child.scenes->front().name, "scene");
+}
+
 TEST(Movie, RefusesThe256thChild) {
     Recorder r;
     Movie movie, two;

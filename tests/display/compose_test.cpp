@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "pzel/display/boundary.h"
 #include "tests/component/component_helpers.h"
 #include "tests/support/images.h"
 
@@ -207,6 +208,51 @@ TEST(ComposeMovie, ComputesWhatIsOutOfDateAndDrawsOutlines) {
     compose(3, 100);
     compose(1, 0);
     compose(1, 30);
+}
+
+// The outline of a mask is closed at every border of its picture, at every zoom and place; lines that are no
+// outline, and parts of one, stay as they are.
+TEST(ComposeMovie, ClosesOutlinesAtTheBorders) {
+    Random random(24);
+    for (int round = 0; round < 600; ++round) {
+        const int w = random(1, 70), h = random(1, 9), zoom = random(-3, 3);
+        const int step = std::max(-zoom, 1), repeat = std::max(zoom, 1);
+        TestImage mask({w, h, 1, DataUInt8, true, SubGrey});
+        const int density = random(0, 3);
+        for (int i = 0; i < w * h; ++i) mask.data[i] = u8(random(0, 3) < density);
+        const auto set = [&](int x, int y) { return x >= 0 && y >= 0 && mask.data[y * w + x]; };
+        const Ref<Comp> outline(AllocComp(1));
+        Image* const boundary = MaskToBoundary(&mask);
+        SwapImage(outline->images, boundary);
+        DeleteImage(boundary);
+        const bool spoilt = round % 4 == 0;
+        if (spoilt) outline->images->data[0] ^= 0x80;  // an upper edge that belongs to no mask
+        outline->overlayColour = 1;
+        outline->transparency = u8(round % 3 ? 0 : 1);
+        const Ref<Movie> movie(new Movie);
+        movie->AddChild(outline.get());
+        const int left = random(-2, w), top = random(-2, h), width = random(1, 80), height = random(1, 20);
+        Guarded target(std::size_t(width) * height);
+        std::memset(target.data(), 0, std::size_t(target.size()));
+        ComposeMovie(movie.get(), {target.data(), width, width, height},
+                     {std::int16_t(left), 999, std::int16_t(top), 999}, static_cast<signed char>(zoom),
+                     nullptr, 8);
+        ASSERT_TRUE(target.intact());
+        for (int i = 0; i < width * height; ++i) {
+            const int x0 = left + i % width / repeat * step, y0 = top + i / width / repeat * step;
+            const int phaseX = i % width % repeat, phaseY = i / width % repeat;
+            bool line = false;
+            for (int y = std::max(y0, 0); x0 >= 0 && y0 >= 0 && y < std::min(y0 + step, h); ++y)
+                for (int x = x0; x < std::min(x0 + step, w); ++x) {
+                    const bool upper = (set(x, y) != set(x, y - 1)) != (spoilt && x + y == 0);
+                    line |= (phaseY == 0 && upper) || (phaseX == 0 && set(x, y) != set(x - 1, y));
+                    if (spoilt) continue;
+                    line |= phaseX == repeat - 1 && x == w - 1 && set(x, y);
+                    line |= phaseY == repeat - 1 && y == h - 1 && set(x, y);
+                }
+            ASSERT_EQ(target.data()[i] != 0, line) << round << ": " << i % width << ',' << i / width;
+        }
+    }
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // picture, compositions out of place, mapping modes and fields that reach the wrong images or rows.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "pzel/component/comp.h"
@@ -177,6 +178,78 @@ TEST(Pipeline, WhatLiesOutsideTheImageShowsNothing) {
     RemoveImageData(flat->images);
     comp->UpdateFlatFrame(3);
     ASSERT_EQ(picture(comp->flatImage, 0, 2, 7, 3, 3), picture(comp->images, 0, 2, 7, 3, 3));
+}
+
+TEST(Pipeline, BoundariesNeedTwoRowsOfBits) {
+    Random random(38);
+    for (const Shape& shape : {Shape{13, 5, 1, DataBit, true}, Shape{13, 5, 2, DataUInt8, true},
+                               Shape{13, 5, 1, DataBit, false}, Shape{60, 5, 1, DataInt8, true}}) {
+        const Owned comp(newComp(random, shape));
+        comp->images->imageType = MajorBoundary;
+        comp->ComputeBitmap(0);
+        EXPECT_EQ(comp->GetShownBitmap().pixels, nullptr) << shape.type;
+    }
+    // In planes they are the same as side by side.
+    const Owned together(newComp(random, {13, 5, 2, DataBit, true, MajorBoundary})),
+        planar(newComp(random, {13, 5, 2, DataBit, false, MajorBoundary}));
+    for (int i = 0; i < 20; ++i)
+        planar->images->data[i % 4 / 2 * 10 + i / 4 * 2 + i % 2] = together->images->data[i];
+    for (Comp* comp : {together.get(), planar.get()}) comp->ComputeBitmap(0);
+    const auto rows = [](const Comp& comp) { return Bytes(comp.bitmap + 0, comp.bitmap + 5 * 8); };
+    EXPECT_EQ(rows(*planar), rows(*together));
+}
+
+// A host may free the bitmap and put a smaller one there, even at the same address.
+TEST(Pipeline, ABitmapOfTheHostIsAsLargeAsItsFieldsSay) {
+    Random random(39);
+    const Owned comp(newComp(random, {20, 16, 1, DataUInt8, true, SubGrey}));
+    showArea(comp.get(), 3, 5, 14, 12);
+    comp->ComputeBitmap(0);
+    u8* const block = comp->bitmap;
+    const int bytes = comp->bmpRowBytes * (5 + 8);
+    comp->bmpHeight = 2;
+    const int declared = 2 * comp->bmpRowBytes;
+    std::memset(block + declared, 0xEE, bytes - declared);
+    ASAN_POISON_MEMORY_REGION(block + declared, bytes - declared);
+    {
+        const Comp copy(*comp);
+        const ShownBitmap there = comp->GetShownBitmap(), copied = copy.GetShownBitmap();
+        EXPECT_EQ(there.pixels, block) << "the place of another picture";
+        EXPECT_EQ(Bytes(copied.pixels, copied.pixels + declared),
+                  Bytes(there.pixels, there.pixels + declared));
+    }
+    comp->ComputeBitmap(0);
+    EXPECT_EQ(shown(*comp), picture(comp->images, 3, 5, 12, 2, 1));
+    EXPECT_EQ(std::count(comp->bitmap + 0, comp->bitmap + 7 * comp->bmpRowBytes, 0xEE), 0);
+}
+
+// Pictures that do not fit the bitmap that is there, or the image that came later, are cut off.
+TEST(Pipeline, StaysInsideBitmapAndImage) {
+    Random random(40);
+    for (int round = 0; round < 300; ++round) {
+        const Owned comp(newComp(random, {random(1, 40), random(1, 12), 1, DataUInt8, true, SubGrey}));
+        for (int i = 0; i < 4; ++i) {
+            const Shape shape = random.coin() ? Shape{random(1, 40), random(1, 12), 2, DataBit, random.coin()}
+                                              : Shape{random(1, 40), random(1, 12), random.pick({1, 3}),
+                                                      random.pick({1, 2, 4}), random.coin()};
+            TestImage image(shape);
+            image.imageType = shape.channels == 2 ? MajorBoundary : MajorPicture;
+            SwapImage(&image, comp->images);
+            delete comp->dataArea;
+            comp->dataArea = nullptr;
+            if (random.coin())
+                showArea(comp.get(), random(-2, 30), random(-2, 9), random(30, 45), random(9, 14));
+            const auto computed = [&] {
+                comp->ComputeBitmap(0);
+                const ShownBitmap b = comp->GetShownBitmap();
+                return b.pixels ? Bytes(b.pixels, b.pixels + b.rowBytes * b.height) : Bytes();
+            };
+            const Bytes first = computed();
+            ASSERT_EQ(computed(), first);
+            SwapImage(&image, comp->images);
+            ASSERT_TRUE(image.pixels.intact());
+        }
+    }
 }
 
 TEST(Pipeline, PrefersTheFlatImageThenTheFlatComp) {
