@@ -140,6 +140,8 @@ Frame DifferenceSource::Read(std::uint32_t number, Layout layout) {
     figures.rms = std::sqrt(squares / numbers);
     std::vector<std::string> notes = a.notes;
     notes.insert(notes.end(), b.notes.begin(), b.notes.end());
+    if (layout == Layout::Interleaved && !FitsInterleaved(info))
+        notes.push_back("kept planar: its rows are too long to be interleaved");
     return {MakeRecord(info, layout, pixels), std::nullopt, std::move(notes)};
 }
 

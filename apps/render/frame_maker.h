@@ -26,11 +26,9 @@ class FrameMaker {
     const Levels& WantedLevels() const { return stored; }
     /// What to take off from stored levels for those of the picture.
     int Offset() const { return scale.offset; }
-    /// The values that the last frame was made of, before any conversion for the display; `made`, the frame
-    /// as it is now, where there was none or the values were changed on request.
-    const Image& Values(const Image& made) const {
-        return unconverted && !layer.look.bake ? *unconverted : made;
-    }
+    /// What the last frame, `made`, was before its conversion for the display; the frame itself where there
+    /// was none.
+    const Image& Values(const Image& made) const { return unconverted ? *unconverted : made; }
     /// Every conversion up to now: the file's on import, then those for the display.
     std::vector<std::string> Conversions() const;
 

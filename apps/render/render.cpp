@@ -337,8 +337,10 @@ class Rendering {
     // Of the file whose component input and output act on, which is the first one.
     void PrintPixels(std::ostream& out, FileMovie& file, std::uint32_t frame) const {
         const auto layer = static_cast<std::size_t>(GetIOComponent(&file.GetMovie())->GetIndex());
+        const OpenedLayer& opened = layers[layer];
         const Image& made = *file.Picture(layer).GetCurrentImage();
-        ::PrintPixels(out, layers[0].NameOf(frame), layers[layer].Maker().Values(made), *options.pixels);
+        const Image& told = opened.layer.look.bake ? made : opened.Maker().Values(made);
+        ::PrintPixels(out, layers[0].NameOf(frame), told, *options.pixels);
     }
 
     const Options& options;

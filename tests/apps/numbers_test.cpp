@@ -128,7 +128,7 @@ TEST_F(NumbersTest, TellsEachChannelInOneDocument) {
 
 TEST_F(NumbersTest, SaysWhereTheOutputCannotBeWritten) {
     WritePicture<std::uint8_t>(Path("grey.png"), {Shown(5, 4, 1)});
-    for (const char* options : {"--info", "--info --json", "--pixel 0-4,0-3", "-o out.png", "--help"}) {
+    for (const char* options : {"--info", "--info --json", "--pixel 0-4,0-3"}) {
         const std::string command = std::string("cd '") + folder.string() + "' && " + PZEL_RENDER +
                                     " grey.png " + options + " >/dev/full 2>err";
         const int status = std::system(command.c_str());

@@ -122,7 +122,7 @@ void expectRanks(TestImage& image, const ImagePart& part, const Values& values, 
 
 TEST(Histogram, CountsWhatALoopOverAllValuesDoes) {
     Random random(31);
-    for (int round = 0; round < 8 * 2 * 90; ++round) {
+    for (int round = 0; round < 8 * 2 * (kSlow ? 15 : 90); ++round) {
         const int type = 1 + round % 8, shape = round / 16;
         const int width = shape % 9 == 0 ? random(1000, 1100) : random(1, 70);
         TestImage image(
@@ -162,7 +162,7 @@ TEST(Histogram, CountsWhatALoopOverAllValuesDoes) {
 
 TEST(Histogram, MergesExactCountsOfAnyTypesAndRefusesWhatDoesNotFit) {
     Random random(32);
-    for (int round = 0; round < 60; ++round) {
+    for (int round = 0; round < (kSlow ? 10 : 60); ++round) {
         Histogram all, parts, ranged(-40.5, 300, 11);
         Values values;
         for (int frame = 0; frame < 4; ++frame) {
