@@ -212,9 +212,9 @@ TEST_F(PicturesTest, PutsPicturesOnSheetsAndIntoFolders) {
     arguments.pop_back();
     ASSERT_EQ(Render(arguments).status, 0);
     EXPECT_GT(ReadShown(Path("sheet.png")).height, sheet.height);  // titles need room
-    auto folder = inputs;
-    folder.insert(folder.end(), {Path("missing.png"), "-o", Path("each/")});
-    const Outcome run = Render(folder);
+    auto each = inputs;
+    each.insert(each.end(), {Path("missing.png"), "-o", Path("each/")});
+    const Outcome run = Render(each);
     EXPECT_EQ(run.status, 1);  // of the missing one; the others are there
     EXPECT_EQ(ReadShown(Path("each/wide.png")), wide);
     EXPECT_EQ(ReadShown(Path("each/last.png")), last);
