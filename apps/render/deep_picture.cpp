@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "composition.h"
+#include "pzel/bounds/black_white.h"
 #include "pzel/bounds/bounds.h"
 #include "pzel/colour/convert_image.h"
 #include "pzel/image/lifecycle.h"
@@ -30,6 +31,13 @@ OwnedImage NewTile(const Area& tile, ImageDataType type) {
                               static_cast<unsigned short>(HeightOf(tile)), 1, type, false));
     SetImageType(image.get(), static_cast<unsigned short>(SubGrey));
     return image;
+}
+
+void SetLevels(Image& floats, const pzel_io::Window& levels) {
+    AnyType low{}, high{};
+    low.float32 = static_cast<float>(levels.low);
+    high.float32 = static_cast<float>(levels.high);
+    SetBound(&floats, low, high);
 }
 
 // Every value as a float.
@@ -66,6 +74,7 @@ bool TakeFloats(const Image& image, int channel, const Area& tile, float* to) {
 
 const char* DeepObjection(const Layer& layer, const pzel_io::PictureInfo& info) {
     if (info.type == DataBit) return "a picture of bits has no values of 16 bits (--depth 16)";
+    if (layer.look.colourMap) return "colours of a map have 8 bits";
     if (layer.look.channel == Channel::Hsi) return "intensity, saturation and hue are shown with 8 bits";
     const bool yuv = layer.look.toYuv || info.model == SubYuv;
     if (yuv && layer.look.channel == Channel::All)
@@ -83,11 +92,12 @@ DeepPicture::DeepPicture(const Image& image, const Levels& levels, const Layer& 
     samples.resize(width * static_cast<std::size_t>(HeightOf(area)) * channels);
     const bool colour = image.channels == 3 && GetSubType(&image) == SubColour;
     const bool yuv = image.channels == 3 && !colour;
+    const bool isCurved = !layer.look.bake && layer.look.IsCurved(info.lowIsWhite);
     const int first = image.channels == 3 ? ChannelIndex(layer.look.channel) : 0;
     for (std::size_t c = 0; c < channels; ++c) {
         const int user = first + static_cast<int>(c);
         const Channel channel{colour ? 2 - user : user, levels.at(static_cast<std::size_t>(user)),
-                              !layer.look.bake && (!yuv || user == 0)};
+                              isCurved && (!yuv || user == 0)};
         for (int y = area.top; y <= area.bottom; y += kTileRows) {
             for (int x = area.left; x <= area.right; x += kTileColumns) {
                 ConvertTile(image, channel, c,
@@ -103,18 +113,18 @@ void DeepPicture::ConvertTile(const Image& image, const Channel& channel, std::s
     const OwnedImage exact = NewTile(tile, DataFloat);
     if (!TakeFloats(image, channel.stored, tile, reinterpret_cast<float*>(exact->data)))
         throw std::runtime_error("its values have no 16 bits");
-    AnyType low{}, high{};
-    low.float32 = static_cast<float>(channel.level.low);
-    high.float32 = static_cast<float>(channel.level.high);
-    SetBound(exact.get(), low, high);
+    SetLevels(*exact, channel.level);
+    if (channel.isCurved) {
+        constexpr pzel_io::Window kUnit{0, 1};
+        SetSpatialBounds(exact.get(), {kUnit.low, kUnit.high}, 0);
+        ToneCurve curve(layer.look.bend, layer.look.gamma, inverted, ToneCurve::Model::Grey);
+        ConvertImage(exact.get(), &curve);
+        SetLevels(*exact, kUnit);
+    }
     const OwnedImage deep = NewTile(tile, DataUInt16);
     SetDefaultBound(deep.get());
     CopyImage(exact.get(), deep.get(), 0, 0, 0, 0, deep->width, deep->height,
               static_cast<unsigned short>(CopyBorderNone));
-    if (channel.isCurved && (inverted || layer.look.IsCurved(layer.look.invert))) {
-        ToneCurve curve(layer.look.bend, layer.look.gamma, inverted, ToneCurve::Model::Grey);
-        ConvertImage(deep.get(), &curve);
-    }
     const auto* from = reinterpret_cast<const std::uint16_t*>(deep->data);
     const auto width = static_cast<std::size_t>(WidthOf(area));
     for (int y = tile.top; y <= tile.bottom; ++y) {

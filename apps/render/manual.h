@@ -97,7 +97,8 @@ rows C to D, one line for each row. What was converted for display, baked or shi
 # FILES
 The name of -o tells the format: .png, .jpg or .tif. A file appears when it is complete, and an older one stays
 until then. -o - writes to standard output; lines about pictures then go to standard error. --depth 16 writes the
-values between the levels as 0 to 65535 instead of 0 to 255.
+values between the levels as 0 to 65535 instead of 0 to 255. Pictures of bits are PNG and TIFF files of 1 bit.
+--compression 1 is quick; 9 takes many times as long for files that are somewhat smaller.
 
 There is one line for each picture: of each layer the input, frame, element type, channels, size, levels or what it
 is shown as, and what its options are; then size and depth of the bitmap, milliseconds spent on mapping and

@@ -3,11 +3,9 @@
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 
-#include "apps/io/picture.h"
+#include "print_lines.h"
 
 namespace {
 
@@ -46,11 +44,7 @@ void Outlet::Show(std::uint64_t done) const {
 void Outlet::Tell(const std::string& told) const {
     if (told.empty()) return;
     if (shows) std::fputs("\r\033[K", stderr);  // makes room on the same terminal
-    std::FILE* const stream = pzel_io::IsStandardOutput(output) ? stderr : stdout;
-    if (std::fputs(told.c_str(), stream) < 0 || std::fflush(stream) != 0) {
-        throw pzel_io::FileError("standard output",
-                                 std::string("cannot be written: ") + std::strerror(errno));
-    }
+    PrintLines(pzel_io::IsStandardOutput(output) ? stderr : stdout, told);
 }
 
 void Outlet::Put(const std::filesystem::path& file, const pzel_io::FilePicture& picture,

@@ -113,6 +113,7 @@ TEST_F(ErrorsTest, RefusesOptionsThatDoNotFitTheFile) {
     WritePicture<std::uint8_t>(Path("row.png"), {Shown(5, 1, 1)});
     ExpectRefused({Path("row.png"), "-o", out, "--field", "odd"}, Path("row.png"), "no odd field");
     ExpectRefused({grey, "-o", out, "--depth", "16", "--zoom", "2"}, grey, "single picture");
+    ExpectRefused({grey, "-o", out, "--depth", "16", "--turn", "90"}, grey, "not turned");
     ExpectRefused({grey, grey, "-o", out, "--depth", "16"}, out, "single picture");
     ExpectRefused({Path("bits.tif"), "-o", out, "--depth", "16"}, Path("bits.tif"), "of bits");
     ExpectRefused({yuv, "-o", out, "--depth", "16"}, yuv, "y,u,v");
