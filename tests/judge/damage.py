@@ -80,6 +80,7 @@ def append(data, pick, other):
     data += pick.choice((pick.randbytes(pick.randrange(1, 300)), other, bytes(1000)))
 
 
+Image.MAX_IMAGE_PIXELS = None
 DAMAGES = (flip, flip, overwrite, extreme, extreme, extreme, digits, cut, remove, repeat, splice, append)
 
 
@@ -175,6 +176,8 @@ def judge(program, file, run, mustFail=False):
         return f"fails without one line that names the file: {run.err[:300]!r}"
     if run.status == 0 and run.err:
         return f"succeeds, but complains: {run.err[:200]!r}"
+    if mustFail and run.status == 0:
+        return "shows what the file cannot hold"
     for name, path in run.files.items():
         if f"-> {name}" not in run.out:
             return f"leaves {name} behind (status {run.status})"
@@ -185,8 +188,6 @@ def judge(program, file, run, mustFail=False):
             return f"writes {name}, which cannot be read: {error}"
     if run.status == 0 and not run.files and "size:" not in run.out:
         return "succeeds without a result"
-    if mustFail and run.status == 0:
-        return "shows what the file cannot hold"
     small = file.stat().st_size < 1 << 20
     if small and (run.cpu > CPU * scale or run.rss > MEMORY * (4 if program.sanitized else 1)):
         honest = 0 if mustFail else honestBytes(program, file)

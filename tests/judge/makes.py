@@ -189,7 +189,7 @@ def tiffs(folder):
         yield write(f"palette-{bits}.tif", [palette[index]], [page(index, bits, 3, t320=table)], told="palette")
     alpha = noise((9, 10, 4), np.uint8, 14)
     yield write("alpha.tif", [alpha[..., :3]], [page(alpha, 8, 2, t338=2)], told="alpha|left out")
-    yield write("extra.tif", [alpha[..., :3]], [page(alpha, 8, 2, t338=0)], told="left out")
+    yield write("extra.tif", [alpha[..., :3]], [page(alpha, 8, 2, t338=0)], told="left out|channels")
     cmyk = noise((9, 10, 4), np.uint8, 15).astype(np.float64)
     shown = np.round((255 - cmyk[..., :3]) * (255 - cmyk[..., 3:]) / 255).astype(np.uint8)
     yield write("cmyk.tif", [shown], [page(cmyk.astype(np.uint8), 8, 5, t332=1)], near=2, told="cmyk|ink")
