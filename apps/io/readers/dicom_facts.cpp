@@ -23,10 +23,11 @@ class FactsReader {
         facts.frames = static_cast<std::uint32_t>(
             std::clamp(frames, 1.0, static_cast<double>(std::numeric_limits<std::int32_t>::max())));
         facts.channels = Whole(DCM_SamplesPerPixel, 1);
-        if (facts.channels != 1 && facts.channels != 3) {
-            file.Fail("pictures of " + std::to_string(facts.channels) + " channels are not supported");
-        }
         facts.colour = top.Text(DCM_PhotometricInterpretation);
+        if (facts.channels != 1 && facts.channels != 3) {
+            file.Fail(facts.colour + " pictures of " + std::to_string(facts.channels) +
+                      " channels are not supported");
+        }
         if (facts.colour.empty()) facts.colour = facts.channels == 1 ? "MONOCHROME2" : "RGB";
         facts.planar = facts.channels > 1 && Whole(DCM_PlanarConfiguration, 0) == 1;
         if (facts.type == DataNone) ReadSamples();

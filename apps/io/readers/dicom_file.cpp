@@ -150,8 +150,11 @@ DicomFile::DicomFile(const std::filesystem::path& file) : path(file) {
     dcmAcceptUnexpectedImplicitEncoding.set(OFTrue);
     dcmEnableUnknownVRConversion.set(OFTrue);
     format = std::make_unique<DcmFileFormat>();
-    const E_TransferSyntax syntax = HasPreface(file) ? EXS_Unknown : BareSyntax(file);
-    const OFCondition read = format->loadFile(file.c_str(), syntax, EGL_noChange, kMostInMemory);
+    // The library finds out a bare data set's coding with its whole dictionary.
+    const OFCondition read =
+        HasPreface(file)
+            ? format->loadFile(file.c_str(), EXS_Unknown, EGL_noChange, kMostInMemory)
+            : format->getDataset()->loadFile(file.c_str(), BareSyntax(file), EGL_noChange, kMostInMemory);
     if (read.bad()) {
         // Zeros behind the last element are padding.
         const auto first = dynamic_cast<DcmElement*>(format->getDataset()->getElement(0));
