@@ -6,6 +6,7 @@
 #include <dcmtk/dcmdata/dcdict.h>
 
 #include <cstdlib>
+#include <utility>
 
 namespace pzel_io {
 
@@ -80,6 +81,8 @@ const Name kNames[] = {
 }  // namespace
 
 void LoadDicomDictionary() {
+    static bool loaded = false;
+    if (std::exchange(loaded, true)) return;
     setenv(DCM_DICT_ENVIRONMENT_VARIABLE, "/dev/null", 1);
     DcmDataDictionary& names = dcmDataDict.wrlock();
     for (const Name& name : kNames) {

@@ -4,7 +4,7 @@
 namespace pzel_io {
 
 /// Gives the DICOM library these names instead of its own dictionary, whose thousands take ten times as long
-/// to load as a picture to read. To be called once, before the first file is opened.
+/// to load as a picture to read. To be called before a file is opened.
 void LoadDicomDictionary();
 
 }  // namespace pzel_io

@@ -83,6 +83,9 @@ RawPixels DicomItem::Value(const DcmTagKey& tag) const {
     if (!element || !element->isLeaf()) return {};
     const Uint32 length = element->getLengthField();
     if (length == 0 || length == DCM_UndefinedLength) return {};
+    // Before memory is taken for what the file only claims.
+    unsigned char last;
+    if (element->getPartialValue(&last, length - 1, 1).bad()) return {};
     RawPixels value(length);
     if (element->getPartialValue(value.data(), 0, length).bad()) return {};
     return value;
@@ -164,6 +167,7 @@ DicomFile::DicomFile(const std::filesystem::path& file) : path(file) {
     }
     shared = Top().First(DCM_SharedFunctionalGroupsSequence);
     perFrame = Top().Items(DCM_PerFrameFunctionalGroupsSequence);
+    if (format->getDataset()->getOriginalXfer() == EXS_Unknown) Fail("cannot be opened as dicom: damaged");
     ChooseCoding();
 }
 

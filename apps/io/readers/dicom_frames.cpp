@@ -76,6 +76,8 @@ CodedFrames::CodedFrames(const DicomFile& of, DcmElement& pixels) : file(of) {
         if (!item) continue;
         const std::size_t length = item->getLengthField();
         if (std::exchange(isTable, false)) {
+            unsigned char last;
+            if (length == 0 || !GetPart(*item, length - 1, {&last, 1}, cache)) continue;
             basicTable.resize(length);
             if (!GetPart(*item, 0, basicTable, cache)) basicTable.clear();
             continue;
@@ -112,12 +114,14 @@ std::size_t CodedFrames::Size() const {
 CodedFrames::Frame CodedFrames::Read(std::uint32_t frame) {
     Frame read;
     for (std::size_t i = firsts[frame]; i < firsts[frame + 1]; ++i) {
+        const Fragment& fragment = fragments[i];
+        unsigned char last;
+        const bool whole =
+            fragment.length == 0 || GetPart(*fragment.item, fragment.length - 1, {&last, 1}, cache);
         const std::size_t at = read.bytes.size();
-        read.bytes.resize(at + fragments[i].length);
-        if (GetPart(*fragments[i].item, 0, std::span(read.bytes).subspan(at), cache)) continue;
-        const std::size_t held = HeldBytes(*fragments[i].item, fragments[i].length, cache);
-        read.bytes.resize(at + held);
-        GetPart(*fragments[i].item, 0, std::span(read.bytes).subspan(at), cache);
+        read.bytes.resize(at + (whole ? fragment.length : HeldBytes(*fragment.item, fragment.length, cache)));
+        const bool got = GetPart(*fragment.item, 0, std::span(read.bytes).subspan(at), cache);
+        if (whole && got) continue;
         read.whole = false;
         break;
     }
