@@ -1,47 +1,57 @@
-// From the stored samples of a DICOM frame to pixels as sources deliver them.
+// From the stored samples of a DICOM frame to pixels as readers deliver them.
 #pragma once
 
 #include <cstddef>
 #include <span>
 
-#include "apps/io/readers/reader.h"
+#include "apps/io/readers/dicom_file.h"
+#include "apps/io/readers/dicom_table.h"
 
 namespace pzel_io {
 
-using Bytes = std::span<const unsigned char>;
-
-/// How the samples of a file are stored.
+/// The samples of a frame.
 struct DicomSamples {
-    std::size_t pixels = 0;  ///< of one frame
+    std::size_t width = 0;
+    std::size_t height = 0;
     std::size_t channels = 1;
     ImageDataType type = DataNone;  ///< of one sample
     int bitsStored = 8;
     int highBit = 7;
-    bool planar = false;  ///< channel by channel instead of pixel by pixel
+
+    std::size_t Pixels() const { return width * height; }
+    std::size_t Count() const { return Pixels() * channels; }
+    std::size_t Size() const { return Count() * ElementBytes(type); }  ///< bytes
 };
 
-/// Frame `frame` of one-bit pictures of width x height, which follow one another without padding, the first
-/// pixel in the lowest bit: as padded rows, the first pixel in the highest bit. Empty where `stored` is too
-/// short.
-RawPixels UnpackDicomBits(Bytes stored, std::uint32_t frame, int width, int height);
+/// One-bit pictures of width x height, the first pixel in the lowest bit: `stored` begins with the byte of
+/// the frame's first bit, which is bit `first` there. To padded rows, the first pixel in the highest bit.
+/// Pixels behind the end of `stored` are left alone.
+void UnpackDicomBits(Bytes stored, unsigned first, std::size_t width, std::size_t height,
+                     std::span<unsigned char> to);
 
-/// Decodes a run-length coded frame to samples pixel by pixel, low byte first; empty where it is damaged.
-RawPixels DecodeDicomRuns(Bytes coded, const DicomSamples& samples);
+/// From channel by channel to pixel by pixel.
+void InterleaveDicomSamples(Bytes planes, const DicomSamples& samples, std::span<unsigned char> to);
 
-/// Orders a frame pixel by pixel and clears the bits beside the stored ones, keeping the sign.
-RawPixels ArrangeDicomSamples(Bytes frame, const DicomSamples& samples);
+/// Two pixels in four samples (two luminances, and differences that both share) become two of three.
+void SpreadDicomDifferences(Bytes pairs, const DicomSamples& samples, std::span<unsigned char> to);
+
+/// Clears the bits beside the stored ones and moves these down, keeping the sign.
+void ClearSpareBits(const DicomSamples& samples, std::span<unsigned char> pixels);
 
 /// value * slope + intercept as floats.
-RawPixels RescaleDicomSamples(const RawPixels& pixels, ImageDataType type, double slope, double intercept);
+void RescaleDicomSamples(Bytes pixels, ImageDataType type, double slope, double intercept,
+                         std::span<unsigned char> to);
+
+/// What tables have for each sample: one after the other of `tables` for each sample.
+void LookUpDicomSamples(Bytes pixels, ImageDataType type, std::span<const DicomTable> tables,
+                        std::span<unsigned char> to);
+
+void NarrowDoubles(Bytes doubles, std::span<unsigned char> to);
 
 /// Exchanges the 16-bit halves of 32-bit samples, in place.
-void SwapHalves(RawPixels& pixels);
+void SwapHalves(std::span<unsigned char> pixels);
 
 /// Turns the unsigned colour differences of 8-bit luminance pictures into signed ones, in place.
-void CentreColourDifferences(RawPixels& pixels);
-
-/// True where a JPEG stream holds luminance and colour differences for certain: files call them red, green
-/// and blue now and then.
-bool IsJpegYuv(Bytes stream);
+void CentreColourDifferences(std::span<unsigned char> pixels);
 
 }  // namespace pzel_io

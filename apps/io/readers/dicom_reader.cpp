@@ -1,287 +1,321 @@
-// DICOM files: stored values, rescaled only where the file says so, never stretched. The whole file is
-// decoded when its first frame is read and kept until the source is closed.
+// DICOM files: stored values, changed only where the file says so, never stretched. Each frame is read and
+// decoded by itself, when it is asked for.
 #include "apps/io/readers/reader.h"
 
-#include <gdcmAttribute.h>
-#include <gdcmImageApplyLookupTable.h>
-#include <gdcmImageReader.h>
-#include <gdcmSequenceOfFragments.h>
-#include <gdcmSequenceOfItems.h>
-#include <gdcmTrace.h>
-#include <gdcmWriter.h>
+#include <dcmtk/dcmdata/dcdeftag.h>
 
-#include <cmath>
-#include <cstdlib>
-#include <initializer_list>
-#include <sstream>
+#include <algorithm>
 
+#include "apps/io/readers/dicom_codecs.h"
+#include "apps/io/readers/dicom_facts.h"
+#include "apps/io/readers/dicom_frames.h"
 #include "apps/io/readers/dicom_pixels.h"
-#include "apps/io/readers/dicom_structure.h"
+#include "apps/io/readers/dicom_place.h"
+#include "apps/io/readers/dicom_scales.h"
+#include "apps/io/readers/dicom_table.h"
 
 namespace pzel_io {
 
 namespace {
 
-const gdcm::Tag kPixels(0x7fe0, 0x0010);
-const gdcm::Tag kFrameCount(0x0028, 0x0008);
-const gdcm::Tag kWindowCentre(0x0028, 0x1050);
-const gdcm::Tag kWindowWidth(0x0028, 0x1051);
-const gdcm::Tag kIntercept(0x0028, 0x1052);
-const gdcm::Tag kSlope(0x0028, 0x1053);
-const gdcm::Tag kDoseScale(0x3004, 0x000e);
-const gdcm::Tag kSharedGroups(0x5200, 0x9229);
-const gdcm::Tag kWindowGroup(0x0028, 0x9132);
-const gdcm::Tag kRescaleGroup(0x0028, 0x9145);
-
-std::optional<double> FirstNumber(const gdcm::DataSet& set, const gdcm::Tag& tag) {
-    if (!set.FindDataElement(tag)) return {};
-    const gdcm::ByteValue* value = set.GetDataElement(tag).GetByteValue();
-    if (!value) return {};
-    const std::string text(value->GetPointer(), value->GetLength());
-    char* end = nullptr;
-    const double number = std::strtod(text.c_str(), &end);
-    if (end == text.c_str() || !std::isfinite(number)) return {};
-    return number;
-}
-
-// A number of the file, or of the group that all frames of newer multi-frame files share.
-std::optional<double> FileNumber(const gdcm::DataSet& set, const gdcm::Tag& group, const gdcm::Tag& tag) {
-    if (const auto number = FirstNumber(set, tag)) return number;
-    gdcm::SmartPointer<gdcm::SequenceOfItems> items;
-    const gdcm::DataSet* level = &set;
-    for (const gdcm::Tag& sequence : {kSharedGroups, group}) {
-        if (!level->FindDataElement(sequence)) return {};
-        items = level->GetDataElement(sequence).GetValueAsSQ();
-        if (!items || items->GetNumberOfItems() == 0) return {};
-        level = &items->GetItem(1).GetNestedDataSet();
-    }
-    return FirstNumber(*level, tag);
-}
-
-ImageDataType SampleType(const gdcm::PixelFormat& format) {
-    switch (format.GetScalarType()) {
-        case gdcm::PixelFormat::SINGLEBIT: return DataBit;
-        case gdcm::PixelFormat::UINT8: return DataUInt8;
-        case gdcm::PixelFormat::INT8: return DataInt8;
-        case gdcm::PixelFormat::UINT16: return DataUInt16;
-        case gdcm::PixelFormat::INT16: return DataInt16;
-        case gdcm::PixelFormat::UINT32: return DataUInt32;
-        case gdcm::PixelFormat::INT32: return DataInt32;
-        default: return DataNone;
-    }
-}
-
 class DicomReader final : public Reader {
   public:
-    explicit DicomReader(const OpenRequest& request) : Reader(request) {
-        CheckDicomStructure(info.file);
-        gdcm::Trace::DebugOff();
-        gdcm::Trace::WarningOff();
-        gdcm::Trace::ErrorOff();
-        Open();
+    explicit DicomReader(const OpenRequest& request)
+        : Reader(request), file(info.file), facts(ReadDicomFacts(file, info.conversions)) {
+        if (file.End() != DicomEnd::Whole && options.partial) Note("what is left of a damaged file");
         ReadShape();
         CheckSize();
-        CheckStoredLength();
+        OpenPixels();
         ChooseColour();
-        if (info.model == SubGrey && info.type != DataBit) ChooseScale();
+        if (!palette.empty()) {
+            UsePalette();
+        } else if (info.model == SubGrey && info.type != DataBit) {
+            UseScales();
+        }
+        PlaceDicomPicture(file, facts, info);
     }
 
     FrameNotes ReadPixels(const FrameRequest& wanted, std::span<unsigned char> pixels) override {
-        const RawPixels read = ReadFrame(wanted.frame);
-        if (read.size() != pixels.size()) Fail("is cut short");
-        std::copy(read.begin(), read.end(), pixels.begin());
-        return {};
+        FrameNotes notes;
+        if (info.type == DataBit) {
+            ReadBits(wanted.frame, pixels, notes);
+            return notes;
+        }
+        const bool direct = change == Change::None || change == Change::Centre;
+        if (!direct) samplesOfFrame.resize(samples.Size());
+        const std::span<unsigned char> stored = direct ? pixels : std::span(samplesOfFrame);
+        if (coded) {
+            Decode(wanted.frame, stored, notes);
+        } else {
+            ReadStored(wanted.frame, stored, notes);
+        }
+        const FrameScale& scale = scales.Of(wanted.frame);
+        switch (change) {
+            case Change::None: break;
+            case Change::Centre: CentreColourDifferences(pixels); break;
+            case Change::Palette: LookUpDicomSamples(stored, samples.type, palette, pixels); break;
+            case Change::Table: LookUpDicomSamples(stored, samples.type, {&*scales.table, 1}, pixels); break;
+            case Change::Rescale:
+                RescaleDicomSamples(stored, samples.type, scale.slope, scale.intercept, pixels);
+                break;
+        }
+        if (windowsDiffer) notes.window = scale.window;
+        return notes;
     }
 
   private:
-    RawPixels ReadFrame(std::uint32_t frame) {
-        if (info.type == DataBit) return UnpackDicomBits(StoredBytes(), frame, info.width, info.height);
-        RawPixels pixels = Arranged(frame);
-        if (info.model == SubYuv) CentreColourDifferences(pixels);
-        return rescaled ? RescaleDicomSamples(pixels, samples.type, slope, intercept) : pixels;
-    }
-
-    RawPixels Arranged(std::uint32_t frame) {
-        if (coding == gdcm::TransferSyntax::RLELossless && !isPalette) {
-            const RawPixels pixels = DecodeDicomRuns(Fragment(frame), samples);
-            if (pixels.empty()) Fail("frame " + std::to_string(frame) + " cannot be decoded");
-            DicomSamples decoded = samples;
-            decoded.planar = false;
-            return ArrangeDicomSamples(pixels, decoded);
-        }
-        DecodeAll();
-        const std::size_t bytes = samples.pixels * samples.channels * ElementBytes(samples.type);
-        if ((frame + 1) * bytes > decodedAll.size()) Fail("is cut short");
-        return ArrangeDicomSamples(Bytes(decodedAll).subspan(frame * bytes, bytes), samples);
-    }
-
-    void Open() {
-        std::stringstream completed;
-        if (LacksFrameCount(completed)) {
-            reader.SetStream(completed);
-        } else {
-            reader.SetFileName(info.file.c_str());
-        }
-        bool opened = false;
-        try {
-            opened = reader.Read();
-        } catch (const std::exception&) {
-        }
-        if (!opened) {
-            const bool pixels = Set().FindDataElement(kPixels);
-            Fail(pixels ? "cannot be opened as dicom: damaged, or of an unknown kind" : "holds no picture");
-        }
-        image = &reader.GetImage();
-        coding = image->GetTransferSyntax();
-    }
-
-    // The decoding library ends the program for dose pictures that do not tell their number of frames: for
-    // these `completed` becomes the file with the number 1.
-    bool LacksFrameCount(std::stringstream& completed) const {
-        gdcm::Reader plain;
-        plain.SetFileName(info.file.c_str());
-        if (!plain.Read()) return false;
-        gdcm::DataSet& set = plain.GetFile().GetDataSet();
-        gdcm::MediaStorage storage;
-        storage.SetFromFile(plain.GetFile());
-        if (storage != gdcm::MediaStorage::RTDoseStorage || set.FindDataElement(kFrameCount)) return false;
-        gdcm::Attribute<0x0028, 0x0008> one = {1};
-        set.Insert(one.GetAsDataElement());
-        gdcm::Writer writer;
-        writer.SetFile(plain.GetFile());
-        writer.CheckFileMetaInformationOff();
-        writer.SetStream(completed);
-        return writer.Write();
-    }
+    // What makes samples the pixels that are delivered.
+    enum class Change { None, Centre, Palette, Table, Rescale };
 
     void ReadShape() {
-        info.width = static_cast<int>(image->GetDimension(0));
-        info.height = static_cast<int>(image->GetDimension(1));
-        info.frames = image->GetNumberOfDimensions() > 2 ? std::max(1u, image->GetDimension(2)) : 1;
-        isPalette = image->GetPhotometricInterpretation() == gdcm::PhotometricInterpretation::PALETTE_COLOR;
-        if (isPalette) ApplyPalette();
-        const gdcm::PixelFormat& format = image->GetPixelFormat();
-        info.type = SampleType(format);
-        if (info.type == DataNone) {
-            Fail("samples of " + std::to_string(format.GetBitsAllocated()) + " bits are not supported");
-        }
-        info.channels = format.GetSamplesPerPixel();
-        if (info.channels != 1 && info.channels != 3) {
-            Fail("pictures of " + std::to_string(info.channels) + " channels are not supported");
-        }
-        samples.pixels = static_cast<std::size_t>(info.width) * static_cast<std::size_t>(info.height);
-        samples.channels = static_cast<std::size_t>(info.channels);
-        samples.type = info.type;
-        samples.bitsStored = format.GetBitsStored();
-        samples.highBit = format.GetHighBit();
-        samples.planar = image->GetPlanarConfiguration() == 1;
-        if (samples.planar) info.layout = Layout::Planar;
+        info.width = facts.width;
+        info.height = facts.height;
+        info.channels = facts.channels;
+        info.type = facts.type;
+        if (facts.planar) info.layout = Layout::Planar;
+        samples.width = static_cast<std::size_t>(facts.width);
+        samples.height = static_cast<std::size_t>(facts.height);
+        samples.channels = static_cast<std::size_t>(facts.channels);
+        samples.type = facts.type;
+        samples.bitsStored = facts.bitsStored;
+        samples.highBit = facts.highBit;
     }
 
-    void ApplyPalette() {
-        palette.SetInput(*image);
-        if (!palette.Apply()) Fail("its palette cannot be applied");
-        image = &palette.GetOutput();
-        Note("palette indices to colour");
+    // Finds the pixels and compares their number with what the file holds.
+    void OpenPixels() {
+        std::uint32_t found = 0;
+        if (file.Coding() == DicomCoding::Native) {
+            bytes.emplace(file, *facts.pixels);
+            halved = facts.colour == "YBR_FULL_422" && HoldsHalvedDifferences();
+            found = HeldFrames();
+        } else {
+            if (info.type == DataBit || info.type == DataFloat)
+                Fail("compressed samples of this type are not supported");
+            coded.emplace(file, *facts.pixels);
+            CheckHeld(MostFromByte());
+            found = coded->Divide(facts.frames);
+        }
+        const bool cut = file.End() != DicomEnd::Whole && !options.partial;
+        if (found == 0 || (found < facts.frames && !options.partial) || cut) {
+            if (file.End() == DicomEnd::Damaged) Fail("cannot be opened as dicom: damaged");
+            Fail(facts.frames == 1 || found >= facts.frames
+                     ? "is cut short"
+                     : "is cut short: holds " + std::to_string(found) + " of " +
+                           std::to_string(facts.frames) + " frames");
+        }
+        info.frames = std::min(found, facts.frames);
+        if (found < facts.frames) {
+            Note("holds " + std::to_string(found) + " of " + std::to_string(facts.frames) + " frames");
+        }
+    }
+
+    // Samples that a byte can become, by the shortest codes that a codec has, and whole rows in one.
+    double MostFromByte() const {
+        const auto sampleBytes = static_cast<double>(ElementBytes(samples.type));
+        switch (file.Coding()) {
+            case DicomCoding::Native: break;
+            case DicomCoding::Runs: return 64;
+            case DicomCoding::Jpeg: return 512 * sampleBytes;
+            case DicomCoding::JpegLs: return std::max(8.0 * info.width, 1024.0) * sampleBytes;
+            case DicomCoding::Jpeg2000: return 65536 * sampleBytes;
+        }
+        return 1;
+    }
+
+    // Two differences for two pixels, or, as some files have it, for each pixel.
+    bool HoldsHalvedDifferences() const {
+        return facts.channels == 3 && bytes->Size() < samples.Size() * facts.frames;
+    }
+
+    std::size_t FrameBits() const {
+        if (info.type == DataBit) return samples.Pixels();
+        if (facts.doubles) return samples.Count() * sizeof(double) * 8;
+        return (halved ? samples.Size() / 3 * 2 : samples.Size()) * 8;
+    }
+
+    // A part of a frame counts where parts are wanted.
+    std::uint32_t HeldFrames() const {
+        const std::size_t bits = bytes->Size() * 8;
+        std::size_t frames = bits / FrameBits();
+        if (options.partial && bits % FrameBits() >= 8) ++frames;
+        return static_cast<std::uint32_t>(std::min<std::size_t>(frames, facts.frames));
     }
 
     void ChooseColour() {
-        using Kind = gdcm::PhotometricInterpretation;
-        const Kind kind = image->GetPhotometricInterpretation();
-        info.model = info.channels == 1 ? SubGrey : SubColour;
-        if (kind == Kind::MONOCHROME1) {
+        const std::string& colour = facts.colour;
+        const bool single = colour == "MONOCHROME1" || colour == "MONOCHROME2" || colour == "PALETTE COLOR";
+        info.model = facts.channels == 1 ? SubGrey : SubColour;
+        if (colour == "MONOCHROME1") {
             info.lowIsWhite = true;
             Note("MONOCHROME1: stored values kept, low values are white");
         }
-        if (info.channels != 3) return;
-        const bool named = kind == Kind::YBR_FULL || kind == Kind::YBR_FULL_422;
-        const bool jpeg = coding == gdcm::TransferSyntax::JPEGBaselineProcess1;
-        if (named || (jpeg && kind == Kind::RGB && IsJpegYuv(Fragment(0)))) {
+        if (facts.channels == 1) {
+            if (!single) Fail("colour of the kind " + colour + " in one channel is not supported");
+            if (colour == "PALETTE COLOR") palette = ReadDicomPalette(file, facts.isSigned);
+            if (const std::string shown = file.Top().Text(DCM_PixelPresentation);
+                palette.empty() && (shown == "COLOR" || shown == "MIXED")) {
+                Note("the palette for its highest values is not applied");
+            }
+            if (file.Coding() == DicomCoding::Jpeg2000) TrustSigns();
+            return;
+        }
+        if (single) Fail("colour of the kind " + colour + " in three channels is not supported");
+        if (IsLuminance()) {
             if (info.type != DataUInt8) Fail("luminance pictures of other than 8 bits are not supported");
             info.model = SubYuv;
-            Note(named ? "colour differences minus 128, as signed values"
-                       : "called RGB, but stored as luminance and colour differences; these minus 128, as "
-                         "signed values");
-        } else if (kind == Kind::YBR_RCT || kind == Kind::YBR_ICT) {
-            Note("luminance and colour differences to colour by the decoder");
-        } else if (kind != Kind::RGB) {
-            Fail(std::string("colour of the kind ") + kind.GetString() + " is not supported");
+            change = Change::Centre;
         }
     }
 
-    void ChooseScale() {
-        slope = FileNumber(Set(), kRescaleGroup, kSlope).value_or(FirstNumber(Set(), kDoseScale).value_or(1));
-        intercept = FileNumber(Set(), kRescaleGroup, kIntercept).value_or(0);
-        rescaled = slope != 1 || intercept != 0;
-        if (rescaled) {
-            Note(std::string(TypeName(info.type)) + " times " + NumberText(slope) + " plus " +
-                 NumberText(intercept) + ", as float");
+    bool IsLuminance() {
+        const std::string& colour = facts.colour;
+        const bool named = colour == "YBR_FULL" || colour == "YBR_FULL_422";
+        const bool byDecoder = colour == "YBR_RCT" || colour == "YBR_ICT";
+        if (!named && !byDecoder && colour != "RGB")
+            Fail("colour of the kind " + colour + " is not supported");
+        if (byDecoder) Note("luminance and colour differences to colour by the decoder");
+        const JpegColour stored =
+            file.Coding() == DicomCoding::Jpeg && samples.type == DataUInt8 && !byDecoder
+                ? FindJpegColour(coded->Read(0).bytes)
+                : JpegColour::Unknown;
+        if (colour == "RGB" && stored == JpegColour::Luminance) {
+            Note(
+                "called RGB, but stored as luminance and colour differences; these minus 128, as signed "
+                "values");
+            return true;
+        }
+        if (named && stored == JpegColour::Colour) {
+            Note("called " + colour + ", but stored as red, green and blue");
+            return false;
+        }
+        if (named) Note("colour differences minus 128, as signed values");
+        return named;
+    }
+
+    // Compressed values may have a sign that the file does not tell of.
+    void TrustSigns() {
+        if (facts.isSigned || HasSignedSamples(coded->Read(0).bytes) != true) return;
+        facts.isSigned = true;
+        facts.type = IntegerType(facts.bitsAllocated, facts.isSigned);
+        samples.type = info.type = facts.type;
+        Note("called unsigned, but stored with signs: these kept");
+    }
+
+    void UsePalette() {
+        change = Change::Palette;
+        info.channels = 3;
+        info.model = SubColour;
+        info.type = palette[0].Type();
+        CheckSize();
+        Note("palette indices to colour");
+        if (info.type == DataUInt16) {
+            constexpr double kMost = 65535;
+            info.window = Window{0, kMost};
+        }
+    }
+
+    void UseScales() {
+        scales = ReadDicomScales(file, facts, info.conversions);
+        if (scales.table) {
+            change = Change::Table;
+            info.type = scales.table->Type();
+        } else if (scales.Rescales()) {
+            change = Change::Rescale;
             info.type = DataFloat;
         }
-        const auto centre = FileNumber(Set(), kWindowGroup, kWindowCentre);
-        const auto width = FileNumber(Set(), kWindowGroup, kWindowWidth);
-        if (centre && width && *width >= 1) {
-            // The standard's window of width w covers the w values around centre - 0.5.
-            const double low = *centre - 0.5 - (*width - 1) / 2;
-            info.window = Window{low, low + std::max(*width - 1, 1.0)};
-        }
+        info.window = scales.SharedWindow();
+        windowsDiffer = scales.WindowsDiffer();
     }
 
-    // Values that are not compressed must all be there; the decoder would make up the rest.
-    void CheckStoredLength() const {
-        if (image->GetTransferSyntax().IsEncapsulated() || isPalette) return;
-        std::size_t bits = samples.pixels * info.frames * samples.channels;
-        bits *= info.type == DataBit ? 1 : ElementBytes(samples.type) * 8;
-        using Kind = gdcm::PhotometricInterpretation;
-        if (image->GetPhotometricInterpretation() == Kind::YBR_FULL_422) bits = bits / 3 * 2;
-        if (StoredBytes().size() < (bits + 7) / 8) Fail("is cut short");
+    std::string FrameText(std::uint32_t frame) const {
+        return info.frames == 1 ? "" : "frame " + std::to_string(frame) + ": ";
     }
 
-    Bytes StoredBytes() const { return BytesOf(Set().GetDataElement(kPixels).GetByteValue()); }
-
-    // A compressed frame that is one fragment, as run-length coded ones are; the first one of a single frame.
-    Bytes Fragment(std::uint32_t frame) const {
-        const gdcm::SequenceOfFragments* fragments = Set().GetDataElement(kPixels).GetSequenceOfFragments();
-        if (!fragments || frame >= fragments->GetNumberOfFragments()) return {};
-        return BytesOf(fragments->GetFragment(frame).GetByteValue());
+    void NoteRest(std::uint32_t frame, FrameNotes& notes) const {
+        notes.notes.push_back(FrameText(frame) + "what is left of a damaged picture");
     }
 
-    static Bytes BytesOf(const gdcm::ByteValue* value) {
-        if (!value) return {};
-        return {reinterpret_cast<const unsigned char*>(value->GetPointer()),
-                static_cast<std::size_t>(value->GetLength())};
-    }
-
-    void DecodeAll() {
-        if (!decodedAll.empty()) return;
-        decodedAll.resize(image->GetBufferLength());
-        bool decoded = false;
+    void Decode(std::uint32_t frame, std::span<unsigned char> to, FrameNotes& notes) {
+        const CodedFrames::Frame read = coded->Read(frame);
+        if (!read.whole && !options.partial) Fail(FrameText(frame) + "is cut short");
+        const CodedFrame request{read.bytes, samples, to, options.partial};
+        Decoded decoded;
         try {
-            decoded = image->GetBuffer(reinterpret_cast<char*>(decodedAll.data()));
-        } catch (const std::exception&) {
+            switch (file.Coding()) {
+                case DicomCoding::Native: break;
+                case DicomCoding::Runs: decoded = DecodeDicomRuns(request); break;
+                case DicomCoding::Jpeg: decoded = DecodeDicomJpeg(request); break;
+                case DicomCoding::JpegLs: decoded = DecodeDicomJpegLs(request); break;
+                case DicomCoding::Jpeg2000: decoded = DecodeDicomJpeg2000(request); break;
+            }
+        } catch (const CodecError& error) {
+            Fail(FrameText(frame) + error.what());
         }
-        if (!decoded) {
-            decodedAll.clear();
-            Fail("its pixels cannot be decoded: damaged, or compressed in an unknown way");
+        if (!decoded.whole || !read.whole) NoteRest(frame, notes);
+        ClearSpareBits(DecodedSamples(decoded), to);
+    }
+
+    // A stream of fewer bits than the file's samples has moved them down already.
+    DicomSamples DecodedSamples(const Decoded& decoded) const {
+        DicomSamples stored = samples;
+        if (decoded.bits == 0 || decoded.bits > stored.highBit) return stored;
+        stored.highBit = decoded.bits - 1;
+        // Lossless JPEG tells no more bits than its values need.
+        const bool needed = file.Coding() == DicomCoding::Jpeg;
+        stored.bitsStored = needed ? stored.bitsStored : std::min(stored.bitsStored, decoded.bits);
+        stored.highBit = std::max(stored.highBit, stored.bitsStored - 1);
+        return stored;
+    }
+
+    void ReadStored(std::uint32_t frame, std::span<unsigned char> to, FrameNotes& notes) {
+        const std::size_t size = FrameBits() / 8;
+        const bool ordered = !facts.planar && !halved && !facts.doubles;
+        if (!ordered) bytesOfFrame.assign(size, 0);
+        const std::span<unsigned char> read = ordered ? to : std::span(bytesOfFrame);
+        const std::size_t there = bytes->Read(frame * size, read);
+        if (there < size) {
+            if (!options.partial) Fail(FrameText(frame) + "is cut short");
+            std::fill(read.begin() + static_cast<std::ptrdiff_t>(there), read.end(),
+                      static_cast<unsigned char>(0));
+            NoteRest(frame, notes);
         }
         // The library turns the bytes of 16-bit words round, whatever the size of a sample.
-        if (coding == gdcm::TransferSyntax::ExplicitVRBigEndian && ElementBytes(samples.type) == 4) {
-            SwapHalves(decodedAll);
+        if (file.IsBigEndian() && ElementBytes(samples.type) == 4 && samples.type != DataFloat)
+            SwapHalves(read);
+        if (halved) {
+            SpreadDicomDifferences(read, samples, to);
+        } else if (facts.planar) {
+            InterleaveDicomSamples(read, samples, to);
+        } else if (facts.doubles) {
+            NarrowDoubles(read, to);
         }
+        ClearSpareBits(samples, to);
     }
 
-    const gdcm::DataSet& Set() const { return reader.GetFile().GetDataSet(); }
+    void ReadBits(std::uint32_t frame, std::span<unsigned char> to, FrameNotes& notes) {
+        const std::size_t first = frame * samples.Pixels();
+        const auto inByte = static_cast<unsigned>(first % 8);
+        const std::size_t size = (inByte + samples.Pixels() + 7) / 8;
+        bytesOfFrame.assign(size, 0);
+        if (bytes->Read(first / 8, bytesOfFrame) < size) {
+            if (!options.partial) Fail(FrameText(frame) + "is cut short");
+            NoteRest(frame, notes);
+        }
+        UnpackDicomBits(bytesOfFrame, inByte, samples.width, samples.height, to);
+    }
 
-    gdcm::ImageReader reader;
-    gdcm::ImageApplyLookupTable palette;
-    const gdcm::Image* image = nullptr;  // the reader's, or the palette's output
-    gdcm::TransferSyntax coding;         // of the file
-    RawPixels decodedAll;                // all frames, once decoded
+    DicomFile file;
+    DicomFacts facts;
     DicomSamples samples;
-    double slope = 1;
-    double intercept = 0;
-    bool rescaled = false;
-    bool isPalette = false;
+    std::optional<StoredBytes> bytes;  // one of both
+    std::optional<CodedFrames> coded;
+    bool halved = false;  // one pair of differences for two pixels
+    Change change = Change::None;
+    std::vector<DicomTable> palette;
+    DicomScales scales{{}, {FrameScale()}};
+    bool windowsDiffer = false;
+    RawPixels bytesOfFrame;
+    RawPixels samplesOfFrame;
 };
 
 }  // namespace
