@@ -167,13 +167,28 @@ class TiffReader final : public Reader {
         char* text = nullptr;
         if (TIFFGetField(file.tiff, TIFFTAG_IMAGEDESCRIPTION, &text) != 1 || !text) return 0;
         const std::string_view description = text;
-        constexpr std::string_view kProgram = "ImageJ=", kCount = "\nimages=";
+        constexpr std::string_view kProgram = "ImageJ=", kCount = "\nimages=", kShape = "\"shape\": [";
+        if (const std::size_t shape = description.find(kShape);
+            description.starts_with('{') && shape != std::string_view::npos) {
+            std::uint64_t values = 1;
+            for (std::string_view rest = description.substr(shape + kShape.size() - 1);
+                 !rest.empty() && rest[0] != ']';
+                 rest.remove_prefix(std::min(rest.find_first_of(",]", 1), rest.size()))) {
+                const std::size_t digits = rest.find_first_not_of("[, ");
+                if (digits != std::string_view::npos) values *= NumberAt(rest.substr(digits));
+            }
+            return values * ElementBytes(page.shown.type) /
+                   std::max<std::uint64_t>(FrameBytes(page.shown), 1);
+        }
         const std::size_t at = description.find(kCount);
         if (!description.starts_with(kProgram) || at == std::string_view::npos) return 0;
-        std::uint64_t count = 0;
-        const char* digits = description.data() + at + kCount.size();
-        std::from_chars(digits, description.data() + description.size(), count);
-        return count;
+        return NumberAt(description.substr(at + kCount.size()));
+    }
+
+    static std::uint64_t NumberAt(std::string_view text) {
+        std::uint64_t number = 0;
+        std::from_chars(text.data(), text.data() + text.size(), number);
+        return number;
     }
 
     static std::string Pages(int count) { return std::to_string(count) + (count == 1 ? " page" : " pages"); }
