@@ -6,6 +6,7 @@
 #include <OpenImageIO/imageio.h>
 
 #include <algorithm>
+#include <fstream>
 
 #include "apps/io/readers/orientation.h"
 
@@ -26,6 +27,21 @@ double MostFromByte(std::string_view format) {
     if (format == "bmp" || format == "hdr") return 500;
     if (format == "psd") return 5000;
     return 1e6;  // a byte of some wavelets and predictions is a large even area
+}
+
+// The length that files of film scanners tell of themselves, whose decoders go on without the rest; 0 for
+// others.
+std::uint32_t ToldBytes(const std::filesystem::path& file, std::string_view format) {
+    constexpr std::size_t kDpxPlace = 16, kCineonPlace = 20;
+    std::ifstream stream(file, std::ios::binary);
+    unsigned char head[kCineonPlace + 4] = {};
+    stream.read(reinterpret_cast<char*>(head), sizeof head);
+    if (format != "dpx" && format != "cineon") return 0;
+    const bool isBig = head[0] == 'S' || head[0] == 0x80;
+    const unsigned char* const from = head + (format == "dpx" ? kDpxPlace : kCineonPlace);
+    std::uint32_t bytes = 0;
+    for (std::size_t i = 0; i < 4; ++i) bytes = bytes << 8 | from[isBig ? i : 3 - i];
+    return bytes == 0xffffffff ? 0 : bytes;
 }
 
 std::string FirstLine(const std::string& text) {
@@ -60,6 +76,7 @@ class OtherReader final : public Reader {
         ChooseChannels();
         CheckSize();
         CheckHeld(MostFromByte(info.format));
+        if (ToldBytes(info.file, info.format) > std::filesystem::file_size(info.file)) Fail("is cut short");
         ChooseSampleBits();
         ListFrames();
         NoteRest();
@@ -200,6 +217,8 @@ class OtherReader final : public Reader {
     }
 
     void NoteRest() {
+        const int paletteBits = spec.get_int_attribute("bmp:bitsperpixel", 0);
+        if (paletteBits > 0 && paletteBits <= 8) Note("palette indices to colour");
         if (spec.width != spec.full_width || spec.height != spec.full_height || spec.x != spec.full_x ||
             spec.y != spec.full_y) {
             Note("a part of a picture of " + std::to_string(spec.full_width) + " x " +
