@@ -30,10 +30,10 @@ constexpr const char* kVideo = "video";
 constexpr Mark kMarks[] = {
     {0, "\x89PNG\r\n\x1A\n"sv, "png", "png"},
     {0, "\xFF\xD8\xFF"sv, "jpeg", "jpeg"},
-    {0, "II*\0"sv, "tiff"},
-    {0, "MM\0*"sv, "tiff"},
-    {0, "II+\0"sv, "tiff"},
-    {0, "MM\0+"sv, "tiff"},
+    {0, "II*\0"sv, "tiff", "tiff"},
+    {0, "MM\0*"sv, "tiff", "tiff"},
+    {0, "II+\0"sv, "tiff", "tiff"},
+    {0, "MM\0+"sv, "tiff", "tiff"},
     {0, "\x1F\x8B\x08"sv, "fits", "fits"},  // of gzip: no other format is kept so
     {0, "v/1\x01"sv, "openexr"},
     {0, "GIF8"sv, "gif", "gif"},
@@ -70,9 +70,9 @@ bool Holds(std::string_view head, std::size_t offset, std::string_view bytes) {
     return head.size() >= offset && head.substr(offset).starts_with(bytes);
 }
 
-// P1 to P6 (and the float forms) are followed by white space or a comment.
+// P1 to P7 (and the float forms) are followed by white space or a comment.
 bool IsPnm(std::string_view head) {
-    return head.size() > 2 && head[0] == 'P' && "123456Ff"sv.find(head[1]) != std::string_view::npos &&
+    return head.size() > 2 && head[0] == 'P' && "1234567Ff"sv.find(head[1]) != std::string_view::npos &&
            (std::isspace(static_cast<unsigned char>(head[2])) || head[2] == '#');
 }
 
@@ -127,7 +127,7 @@ FileKind SniffFile(const std::filesystem::path& file) {
     }
     if (Holds(head, 0, "SIMPLE  =")) return {"fits", "fits"};
     if (IsBareDicom(head)) return {"dicom", "dicom"};
-    if (IsPnm(head)) return {"other", "pnm"};
+    if (IsPnm(head)) return {"pnm", "pnm"};
     if (IsTransportStream(head)) return {kVideo, kVideo};
     throw FileError(file, "is of no known picture or video format");
 }

@@ -1,13 +1,14 @@
-// Pictures of the common formats. What the reading library changes on the way (widened samples,
-// expanded bits) is undone where that is exact, and reported where it is not. DICOM, FITS and videos have
-// readers of their own.
+// Pictures of the formats that have no reader of their own: OpenEXR, Radiance, BMP, JPEG 2000, PSD, WebP,
+// HEIF, DPX, Cineon. What the reading library changes on the way is undone where that is exact, and told
+// where not.
 #include "apps/io/readers/reader.h"
 
 #include <OpenImageIO/imageio.h>
 
 #include <algorithm>
-#include <cstring>
 #include <fstream>
+
+#include "apps/io/readers/orientation.h"
 
 namespace pzel_io {
 
@@ -20,12 +21,28 @@ using OIIO::TypeDesc;
 constexpr int kColourChannels = 3;
 constexpr int kCmykChannels = 4;
 
-// Where a PNG file keeps its bit depth and colour type, which the reading library does not tell.
-constexpr std::size_t kPngDepth = 24;
-constexpr std::size_t kPngColourType = 25;
-constexpr unsigned char kPngGrey = 0;
-constexpr unsigned char kPngPalette = 3;
-constexpr unsigned char kPngGreyAlpha = 4;
+// Bytes of pixels that a byte of the file can stand for at most.
+double MostFromByte(std::string_view format) {
+    if (format == "dpx" || format == "cineon") return 8;
+    if (format == "bmp" || format == "hdr") return 500;
+    if (format == "psd") return 5000;
+    return 1e6;  // a byte of some wavelets and predictions is a large even area
+}
+
+// The length that files of film scanners tell of themselves, whose decoders go on without the rest; 0 for
+// others.
+std::uint32_t ToldBytes(const std::filesystem::path& file, std::string_view format) {
+    constexpr std::size_t kDpxPlace = 16, kCineonPlace = 20;
+    std::ifstream stream(file, std::ios::binary);
+    unsigned char head[kCineonPlace + 4] = {};
+    stream.read(reinterpret_cast<char*>(head), sizeof head);
+    if (format != "dpx" && format != "cineon") return 0;
+    const bool isBig = head[0] == 'S' || head[0] == 0x80;
+    const unsigned char* const from = head + (format == "dpx" ? kDpxPlace : kCineonPlace);
+    std::uint32_t bytes = 0;
+    for (std::size_t i = 0; i < 4; ++i) bytes = bytes << 8 | from[isBig ? i : 3 - i];
+    return bytes == 0xffffffff ? 0 : bytes;
+}
 
 std::string FirstLine(const std::string& text) {
     return text.substr(0, text.find('\n'));
@@ -51,44 +68,49 @@ class OtherReader final : public Reader {
   public:
     explicit OtherReader(const OpenRequest& request) : Reader(request), readerName(request.format) {
         input = Open();
-        spec = input->spec();
+        ChoosePage();
         info.width = spec.width;
         info.height = spec.height;
         CheckKind();
         ChooseType();
         ChooseChannels();
         CheckSize();
+        CheckHeld(MostFromByte(info.format));
+        if (ToldBytes(info.file, info.format) > std::filesystem::file_size(info.file)) Fail("is cut short");
         ChooseSampleBits();
         ListFrames();
         NoteRest();
     }
 
     FrameNotes ReadPixels(const FrameRequest& wanted, std::span<unsigned char> pixels) override {
-        const RawPixels read = ReadFrame(wanted.frame);
-        if (read.size() != pixels.size()) Fail("is cut short");
-        std::copy(read.begin(), read.end(), pixels.begin());
+        const auto decode = [&](const Rows& rows, std::span<unsigned char> frame) {
+            if (info.type != DataBit) {
+                ReadRows(wanted.frame, rows, frame);
+                return;
+            }
+            RawPixels bytes(static_cast<std::size_t>(spec.width) * static_cast<std::size_t>(spec.height));
+            ReadRows(wanted.frame, rows, bytes);
+            PackBits(bytes, frame);
+        };
+        orientation.Read(info, wanted.rows, pixels, decode);
         return {};
     }
 
   private:
-    RawPixels ReadFrame(std::uint32_t frame) {
-        const std::size_t count =
-            static_cast<std::size_t>(info.width) * static_cast<std::size_t>(info.height);
-        const std::size_t bytes = info.type == DataBit ? 1 : ElementBytes(info.type);
-        RawPixels pixels(count * bytes * info.channels);
+    void ReadRows(std::uint32_t frame, const Rows& rows, std::span<unsigned char> pixels) {
         const TypeDesc wanted = info.type == DataFloat ? TypeDesc(TypeDesc::FLOAT) : spec.format;
+        const int subimage = subimages[frame];
         bool read = false;
-        { read = input->read_image(subimages[frame], 0, 0, info.channels, wanted, pixels.data()); }
-        if (!read) {
-            Fail(FrameText(frame) + " cannot be read: " + Reason(input->geterror(), info.file));
+        if (spec.tile_width > 0) {
+            read = input->read_image(subimage, 0, 0, info.channels, wanted, pixels.data());
+        } else {
+            const std::size_t rowBytes = pixels.size() / static_cast<std::size_t>(spec.height);
+            const int top = input->seek_subimage(subimage, 0) ? input->spec().y : spec.y;
+            read = input->read_scanlines(subimage, 0, top + rows.first, top + rows.last + 1, 0, 0,
+                                         info.channels, wanted,
+                                         pixels.data() + static_cast<std::size_t>(rows.first) * rowBytes);
         }
-        // Decoders of JPEG go on with grey where data are missing, and only leave a message behind.
-        if (readerName == "jpeg" && input->has_error()) {
-            Fail("is damaged or cut short: " + Reason(input->geterror(), info.file));
-        }
-        if (info.type == DataBit) return PackBits(pixels);
-        Narrow(pixels);
-        return pixels;
+        if (!read) Fail(FrameText(frame) + " cannot be read: " + Reason(input->geterror(), info.file));
     }
 
     std::string FrameText(std::uint32_t frame) const {
@@ -113,12 +135,19 @@ class OtherReader final : public Reader {
         return opened;
     }
 
+    // Pages are counted from 0, as the file has them.
+    void ChoosePage() {
+        if (options.page && !input->seek_subimage(*options.page, 0))
+            Fail("has no page " + std::to_string(*options.page));
+        spec = input->spec();
+    }
+
     void CheckKind() const {
         if (spec.depth > 1) Fail("holds a volume of depth " + std::to_string(spec.depth));
         if (spec.deep) Fail("holds several samples for each pixel (deep data)");
-        const bool cmykName = std::string_view(spec.get_string_attribute("oiio:ColorSpace")) == "CMYK" ||
-                              std::string_view(spec.get_string_attribute("tiff:ColorSpace")) == "CMYK";
-        if (cmykName && spec.nchannels >= kCmykChannels) Fail("holds CMYK colour, which is not supported");
+        const bool isCmyk = std::string_view(spec.get_string_attribute("oiio:ColorSpace")) == "CMYK" ||
+                            spec.channel_name(0) == "C";
+        if (isCmyk && spec.nchannels >= kCmykChannels) Fail("holds CMYK colour, which is not supported");
     }
 
     void ChooseType() {
@@ -157,35 +186,16 @@ class OtherReader final : public Reader {
         if (rest > kColourChannels) {
             Note("the first 3 of " + std::to_string(rest) + " channels");
         }
-        if (std::string_view(spec.get_string_attribute("planarconfig")) == "separate") {
-            info.layout = Layout::Planar;
-        }
     }
 
     // How many bits of each sample the file stores, where that is less than the element type has.
     void ChooseSampleBits() {
-        int bits = spec.get_int_attribute("oiio:BitsPerSample");
-        bool palette = std::string_view(spec.get_string_attribute("tiff:ColorSpace")) == "palette";
-        if (readerName == "png") {
-            std::ifstream stream(info.file, std::ios::binary);
-            char head[kPngColourType + 1] = {};
-            stream.read(head, sizeof head);
-            const auto colour = static_cast<unsigned char>(head[kPngColourType]);
-            palette = colour == kPngPalette;
-            bits = colour == kPngGrey || colour == kPngGreyAlpha ? head[kPngDepth] : 0;
-        }
-        if (palette) {
-            Note("palette indices to colour");
-            return;
-        }
+        const int bits = spec.get_int_attribute("oiio:BitsPerSample");
         if (info.type != DataUInt8 && info.type != DataUInt16) return;
         const int elementBits = static_cast<int>(ElementBytes(info.type)) * 8;
         if (bits < 1 || bits >= elementBits) return;
         if (bits == 1 && info.channels == 1 && info.type == DataUInt8) {
             info.type = DataBit;
-        } else if (readerName == "png" || readerName == "tiff") {
-            surplusBits = elementBits - bits;
-            info.window = Window{0, static_cast<double>((1 << bits) - 1)};
         } else {
             Note(std::to_string(bits) + "-bit samples stretched to " + std::to_string(elementBits) + " bits");
         }
@@ -193,6 +203,10 @@ class OtherReader final : public Reader {
 
     // The frames of a stack are the images that agree with the first one.
     void ListFrames() {
+        if (options.page) {
+            subimages = {*options.page};
+            return;
+        }
         int others = 0;
         for (int i = 0; input->seek_subimage(i, 0); ++i) {
             (SameFrames(input->spec(), spec) ? subimages.emplace_back(i) : ++others);
@@ -203,51 +217,32 @@ class OtherReader final : public Reader {
     }
 
     void NoteRest() {
-        const int orientation = spec.get_int_attribute("Orientation", 1);
-        if (orientation != 1) Note("orientation mark " + std::to_string(orientation) + " not applied");
-        if (readerName == "tiff" && spec.get_int_attribute("tiff:PhotometricInterpretation", 1) == 0) {
-            Note("stored with white as the lowest value, inverted");
+        const int paletteBits = spec.get_int_attribute("bmp:bitsperpixel", 0);
+        if (paletteBits > 0 && paletteBits <= 8) Note("palette indices to colour");
+        if (spec.width != spec.full_width || spec.height != spec.full_height || spec.x != spec.full_x ||
+            spec.y != spec.full_y) {
+            Note("a part of a picture of " + std::to_string(spec.full_width) + " x " +
+                 std::to_string(spec.full_height) + ", shown alone");
         }
-        if (readerName == "jpeg" && info.channels == kColourChannels)
-            Note("luminance and colour differences to colour");
+        orientation.Follow(spec.get_int_attribute("Orientation", 1), options, info);
     }
 
     // Bits arrive as bytes of 0 and 255.
-    RawPixels PackBits(const RawPixels& bytes) const {
-        const auto width = static_cast<std::size_t>(info.width);
+    void PackBits(const RawPixels& bytes, std::span<unsigned char> packed) const {
+        const auto width = static_cast<std::size_t>(spec.width);
         const std::size_t rowBytes = (width + 7) / 8;
-        RawPixels packed(rowBytes * static_cast<std::size_t>(info.height));
-        for (std::size_t y = 0; y < static_cast<std::size_t>(info.height); ++y) {
-            for (std::size_t x = 0; x < width; ++x) {
-                if (bytes[y * width + x]) {
+        std::fill(packed.begin(), packed.end(), static_cast<unsigned char>(0));
+        for (std::size_t y = 0; y < static_cast<std::size_t>(spec.height); ++y)
+            for (std::size_t x = 0; x < width; ++x)
+                if (bytes[y * width + x])
                     packed[y * rowBytes + x / 8] |= static_cast<unsigned char>(0x80 >> x % 8);
-                }
-            }
-        }
-        return packed;
-    }
-
-    // Samples of fewer bits arrive stretched over the element type; their upper bits are the stored value.
-    void Narrow(RawPixels& pixels) const {
-        if (surplusBits == 0) return;
-        const std::size_t bytes = ElementBytes(info.type);
-        for (std::size_t i = 0; i < pixels.size(); i += bytes) {
-            if (bytes == 1) {
-                pixels[i] = static_cast<unsigned char>(pixels[i] >> surplusBits);
-            } else {
-                std::uint16_t value;
-                std::memcpy(&value, &pixels[i], sizeof value);
-                value = static_cast<std::uint16_t>(value >> surplusBits);
-                std::memcpy(&pixels[i], &value, sizeof value);
-            }
-        }
     }
 
     std::string readerName;
     std::unique_ptr<ImageInput> input;
     ImageSpec spec;              // of the first image
     std::vector<int> subimages;  // frame number to image number
-    int surplusBits = 0;         // element bits that the file does not store
+    Orientation orientation;
 };
 
 }  // namespace
