@@ -127,6 +127,7 @@ class Canvas {
     template <class F>
     void VisitLines(const BitmapSource& source, Extent extent, const F& draw) const {
         draw(source, zoom, zoom);
+        if (source.width <= source.skipX || source.height <= source.skipY) return;  // left out by the zoom
         const int right = source.x + ZoomedSize(source.width - source.skipX, zoom) - 1;
         const int bottom = source.y + ZoomedSize(source.height - source.skipY, zoom) - 1;
         if (extent != Extent::Whole || (right >= to.width && bottom >= to.height)) return;
