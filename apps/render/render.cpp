@@ -169,10 +169,8 @@ class Rendering {
     }
 
     void CheckDepth() const {
-        const bool single = IsPlain() && options.finish.IsNone() && !options.montage;
-        const char* objection =
-            single ? DeepObjection(layers[0].layer, First())
-                   : "only a single picture at its own size, not turned, has 16 bits (--depth 16)";
+        const char* objection = IsPlain() ? DeepObjection(layers[0].layer, First())
+                                          : "only a single picture at its own size has 16 bits (--depth 16)";
         if (*objection) throw FileError(NameOfPicture(), objection);
     }
 

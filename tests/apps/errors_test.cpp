@@ -113,7 +113,6 @@ TEST_F(ErrorsTest, RefusesOptionsThatDoNotFitTheFile) {
     WritePicture<std::uint8_t>(Path("row.png"), {Shown(5, 1, 1)});
     ExpectRefused({Path("row.png"), "-o", out, "--field", "odd"}, Path("row.png"), "no odd field");
     ExpectRefused({grey, "-o", out, "--depth", "16", "--zoom", "2"}, grey, "single picture");
-    ExpectRefused({grey, "-o", out, "--depth", "16", "--turn", "90"}, grey, "not turned");
     ExpectRefused({grey, grey, "-o", out, "--depth", "16"}, out, "single picture");
     ExpectRefused({Path("bits.tif"), "-o", out, "--depth", "16"}, Path("bits.tif"), "of bits");
     ExpectRefused({yuv, "-o", out, "--depth", "16"}, yuv, "y,u,v");
@@ -135,6 +134,7 @@ TEST_F(ErrorsTest, AnswersWrongOptionsWithUsage) {
                                                    {grey, "-o", out, "--quality", "90"},
                                                    {grey, "-o", out, "--compression", "10"},
                                                    {grey, "-o", out, "--depth", "12"},
+                                                   {grey, "-o", out, "--depth", "16", "--turn", "90"},
                                                    {grey, "-o", Path("out.jpg"), "--depth", "16"},
                                                    {grey, "-o", out, "--colour"},
                                                    {grey, "-o", out, "--levels", "9:1"},
