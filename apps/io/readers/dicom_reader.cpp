@@ -87,6 +87,7 @@ class DicomReader final : public Reader {
         if (file.Coding() == DicomCoding::Native) {
             bytes.emplace(file, *facts.pixels);
             halved = facts.colour == "YBR_FULL_422" && HoldsHalvedDifferences();
+            if (halved && info.width % 2) Fail("has an odd pixel in rows of pairs");
             found = HeldFrames();
         } else {
             if (info.type == DataBit || info.type == DataFloat)
@@ -124,7 +125,7 @@ class DicomReader final : public Reader {
 
     // Two differences for two pixels, or, as some files have it, for each pixel.
     bool HoldsHalvedDifferences() const {
-        return facts.channels == 3 && bytes->Size() < samples.Size() * facts.frames;
+        return facts.channels == 3 && bytes->Size() / samples.Size() < facts.frames;
     }
 
     std::size_t FrameBits() const {
