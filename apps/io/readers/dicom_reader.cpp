@@ -239,6 +239,7 @@ class DicomReader final : public Reader {
     void Decode(std::uint32_t frame, std::span<unsigned char> to, FrameNotes& notes) {
         const CodedFrames::Frame read = coded->Read(frame);
         if (!read.whole && !options.partial) Fail(FrameText(frame) + "is cut short");
+        if (options.partial) std::fill(to.begin(), to.end(), static_cast<unsigned char>(0));
         const CodedFrame request{read.bytes, samples, to, options.partial};
         Decoded decoded;
         try {
