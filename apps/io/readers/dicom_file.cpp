@@ -127,7 +127,7 @@ std::optional<double> DicomItem::Number(const DcmTagKey& tag) const {
 std::vector<std::uint16_t> DicomItem::Words(const DcmTagKey& tag) const {
     const RawPixels value = Value(tag);
     std::vector<std::uint16_t> words(value.size() / 2);
-    std::memcpy(words.data(), value.data(), words.size() * 2);
+    if (!words.empty()) std::memcpy(words.data(), value.data(), words.size() * 2);
     return words;
 }
 

@@ -87,6 +87,7 @@ class DicomReader final : public Reader {
         if (file.Coding() == DicomCoding::Native) {
             bytes.emplace(file, *facts.pixels);
             halved = facts.colour == "YBR_FULL_422" && HoldsHalvedDifferences();
+            if (halved && info.width % 2) Fail("has an odd pixel in rows of pairs");
             found = HeldFrames();
         } else {
             if (info.type == DataBit || info.type == DataFloat)
@@ -124,7 +125,7 @@ class DicomReader final : public Reader {
 
     // Two differences for two pixels, or, as some files have it, for each pixel.
     bool HoldsHalvedDifferences() const {
-        return facts.channels == 3 && bytes->Size() < samples.Size() * facts.frames;
+        return facts.channels == 3 && bytes->Size() / samples.Size() < facts.frames;
     }
 
     std::size_t FrameBits() const {
@@ -238,6 +239,7 @@ class DicomReader final : public Reader {
     void Decode(std::uint32_t frame, std::span<unsigned char> to, FrameNotes& notes) {
         const CodedFrames::Frame read = coded->Read(frame);
         if (!read.whole && !options.partial) Fail(FrameText(frame) + "is cut short");
+        if (options.partial) std::fill(to.begin(), to.end(), static_cast<unsigned char>(0));
         const CodedFrame request{read.bytes, samples, to, options.partial};
         Decoded decoded;
         try {
