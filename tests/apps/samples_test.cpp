@@ -58,13 +58,4 @@ TEST_F(SamplesTest, ShowsMasksWhiteOnBlack) {
     EXPECT_EQ(Picture(DicomSample("liver_expb_1frame.dcm")), mask);
 }
 
-TEST_F(SamplesTest, FindsTheSameVideoFrameByJumpAndByPlaying) {
-    for (const char* name : {"movie-hello.ogg", "movie-hello.mp4", "movie-hello.avi"}) {
-        const std::string film = Sample(std::string("share/forensics-samples/original-files/movie2/") + name);
-        ASSERT_EQ(Render({film, "-q", "-o", Path("played.png"), "--frames", "60-120"}).status, 0) << name;
-        EXPECT_EQ(Picture(film, {"--frame", "120"}), ReadShown(Path("played_0120.png"))) << name;
-        EXPECT_NE(ReadShown(Path("played_0060.png")), ReadShown(Path("played_0120.png"))) << name;
-    }
-}
-
 }  // namespace

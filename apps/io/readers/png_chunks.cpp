@@ -74,7 +74,7 @@ class Lister {
         if (number != sequence++) Damage("parts of its frames are missing");
     }
 
-    // Chunks that matter here; those that only tell of the picture are left alone, whole or not.
+    // Chunks that matter here; others that may be left out are left alone, whole or not.
     void Take(std::string_view name, Bytes chunk) {
         const Bytes data = chunk.subspan(8, chunk.size() - kFrame);
         const auto keep = [&](Bytes& place, std::size_t least) {
@@ -106,7 +106,9 @@ class Lister {
             if (content.isAnimated) frames = PngLong(data, 0);
         } else if (name == "fcTL" && content.isAnimated && data.size() >= kControlBytes) {
             TakeControl(data);
-        } else {
+        } else if (name != "IEND") {
+            constexpr char kMayBeLeftOut = 0x20;
+            if (!(name[0] & kMayBeLeftOut)) Damage("a part of an unknown kind");
             return;
         }
         CheckSum(name, chunk);
