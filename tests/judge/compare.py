@@ -50,7 +50,9 @@ def dicom(file):
     stack = int(set_.get("NumberOfFrames", 1) or 1) > 1
     if kind == "PALETTE COLOR":
         values = util.apply_color_lut(values, set_)
-    elif kind.startswith("YBR_FULL"):
+    elif kind.startswith("YBR_FULL") or kind == "RGB" and re.search(rb"JFIF\0|\xff\xc0.{9}[^\x11]", set_.PixelData[:900], re.DOTALL):
+        # Neither this mark nor colours of a coarser grid than the first one go with red, green and blue.
+        kind = "YBR_FULL"
         values, near = util.convert_color_space(values, kind, "RGB", None if not stack else set_.NumberOfFrames), 6
     elif kind.startswith("MONO"):
         slope = float(set_.get("RescaleSlope", set_.get("DoseGridScaling", 1)))
