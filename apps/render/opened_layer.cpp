@@ -12,7 +12,9 @@ using pzel_io::FileError;
 pzel_io::OpenOptions HowToOpen(const Layer& layer) {
     pzel_io::OpenOptions how;
     if (layer.role == Role::Vectors) how.purpose = pzel_io::Purpose::Vectors;
-    if (layer.role == Role::Mask || layer.role == Role::Boundary) how.purpose = pzel_io::Purpose::Mask;
+    const bool byColour = layer.maskValue && layer.maskValue->rgb;
+    if ((layer.role == Role::Mask || layer.role == Role::Boundary) && !byColour)
+        how.purpose = pzel_io::Purpose::Mask;
     how.page = layer.page;
     how.asStored = layer.asStored;
     how.partial = layer.partial;

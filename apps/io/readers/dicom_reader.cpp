@@ -27,7 +27,9 @@ class DicomReader final : public Reader {
         CheckSize();
         OpenPixels();
         ChooseColour();
-        if (!palette.empty()) {
+        if (!palette.empty() && options.purpose == Purpose::Mask) {
+            Note("palette indices as labels");
+        } else if (!palette.empty()) {
             UsePalette();
         } else if (info.model == SubGrey && info.type != DataBit) {
             UseScales();

@@ -80,8 +80,18 @@ class PngReader final : public Reader {
         return options.purpose == Purpose::Vectors && header.colour == kPngGreyAlpha && !content.isAnimated;
     }
 
+    // The numbers of a palette's entries instead of its colours.
+    bool IsLabels() const {
+        return options.purpose == Purpose::Mask && header.colour == kPngPalette && !content.isAnimated;
+    }
+
     void ChooseType() {
         info.type = header.depth == kWordBits ? DataUInt16 : DataUInt8;
+        if (IsLabels()) {
+            info.model = SubGrey;
+            info.channels = 1;
+            return Note("palette indices as labels");
+        }
         info.model = IsGrey() ? SubGrey : SubColour;
         info.channels = IsVectors() ? 2 : IsGrey() ? 1 : kPaletteColours;
         if (header.colour == kPngPalette) return Note("palette indices to colour");
@@ -165,9 +175,9 @@ class PngReader final : public Reader {
     }
 
     void ReadStill(const Rows& rows, std::span<unsigned char> pixels, FrameNotes& notes) const {
-        const PngRows as = info.type == DataBit ? PngRows::Bits
-                           : IsVectors()        ? PngRows::Samples
-                                                : PngRows::Opaque;
+        const PngRows as = info.type == DataBit        ? PngRows::Bits
+                           : IsVectors() || IsLabels() ? PngRows::Samples
+                                                       : PngRows::Opaque;
         const auto height = static_cast<int>(header.height);
         if (options.partial) std::fill(pixels.begin(), pixels.end(), static_cast<unsigned char>(0));
         Judge(UnpackPng(content, content.frames.front(), as, rows.last, pixels.size() / header.height,

@@ -114,7 +114,13 @@ class Describer {
             case PHOTOMETRIC_MINISBLACK:
             case PHOTOMETRIC_MASK: return 1;
             case PHOTOMETRIC_RGB: return samples < kColours ? 1 : kColours;
-            case PHOTOMETRIC_PALETTE: page.colour.conversion = TiffConversion::Palette; return 1;
+            case PHOTOMETRIC_PALETTE:
+                if (options.purpose == Purpose::Mask) {
+                    Note("palette indices as labels");
+                } else {
+                    page.colour.conversion = TiffConversion::Palette;
+                }
+                return 1;
             case PHOTOMETRIC_SEPARATED: {
                 std::uint16_t set = INKSET_CMYK;
                 TIFFGetFieldDefaulted(tiff, TIFFTAG_INKSET, &set);
