@@ -2,6 +2,7 @@
 #include <tiffio.h>
 
 #include <algorithm>
+#include <cstring>
 #include <functional>
 
 #include "opened.h"
