@@ -13,7 +13,7 @@ class VideoTest : public AppTest {
 
 TEST_F(VideoTest, FindsTheSameFramesInAnyOrder) {
     for (const char* ending : {"ogg", "mp4", "avi", "mpeg"}) {
-        ExpectSameInAnyOrder(Film(ending), 100);
+        ExpectSameInAnyOrder(Film(ending), 40);
         const auto film = pzel_io::OpenPicture(Film(ending));
         EXPECT_GT(film->Info().frames, 200u) << ending;
         EXPECT_GT(film->Info().frameRate, 20) << ending;
