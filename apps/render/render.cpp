@@ -314,6 +314,7 @@ class Rendering {
         out << " in " << spent << " ms";
         if (!output.empty()) out << " -> " << output.string();
         if (first) PrintConversions(out);
+        if (first) PrintHidden(out);
         out << '\n';
     }
 
@@ -324,6 +325,25 @@ class Rendering {
             for (std::string line : opened.Maker().Conversions()) {
                 if (layers.size() > 1) line = opened.Info().file.string() + ": " + line;
                 if (told.insert(line).second) out << "; " << line;
+            }
+        }
+    }
+
+    // Slices that were meant to be a stack lie over one another as layers: nobody would know.
+    void PrintHidden(std::ostream& out) const {
+        for (std::size_t below = 0; below < layers.size(); ++below) {
+            const Layer& layer = layers[below].layer;
+            if (layer.hidden || layer.IsOverlay()) continue;
+            const Area place = PlaceOf(layer, layers[below].Info());
+            for (std::size_t above = below + 1; above < layers.size(); ++above) {
+                const Layer& cover = layers[above].layer;
+                if (cover.hidden || cover.IsOverlay() || cover.opacity != 1) continue;
+                const Area both = UnionOf(place, PlaceOf(cover, layers[above].Info()));
+                const Area over = PlaceOf(cover, layers[above].Info());
+                if (WidthOf(both) != WidthOf(over) || HeightOf(both) != HeightOf(over)) continue;
+                out << "; " << layer.file << ": hidden behind " << cover.file
+                    << " (--stack makes frames of them)";
+                break;
             }
         }
     }

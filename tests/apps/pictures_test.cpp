@@ -82,6 +82,10 @@ TEST_F(PicturesTest, StacksFilesInTheOrderOfTheirNumbers) {
     EXPECT_EQ(Values({"--stack", Path("slices/a100.png"), Path("slices/a9.png")}), "9 100 ");
     EXPECT_NE(Render({Path("slices"), "-o", Path("o.png")}).out.find("1 files that are no pictures left out"),
               std::string::npos);
+    // As layers the upper one hides the lower one, which is told; a thin one does not.
+    const std::string a = Path("slices/a9.png"), b = Path("slices/a10.png");
+    EXPECT_NE(Render({a, b, "-o", Path("o.png")}).out.find(a + ": hidden behind " + b), std::string::npos);
+    EXPECT_EQ(Render({a, b + "@0.5", "-o", Path("o.png")}).out.find("hidden"), std::string::npos);
     const std::string other = Flat("slices/b.png", 1, 5);
     const Outcome refused = Render({Path("slices"), "--pixel", "0,0"});
     EXPECT_EQ(refused.status, 1);
