@@ -9,7 +9,6 @@
 #include <iostream>
 #include <limits>
 #include <map>
-#include <set>
 #include <sstream>
 #include <utility>
 
@@ -20,6 +19,7 @@
 #include "info.h"
 #include "opened_layer.h"
 #include "outlet.h"
+#include "picture_line.h"
 #include "pixel_text.h"
 #include "pzel/component/group.h"
 #include "pzel/display/vector.h"
@@ -99,7 +99,9 @@ class Rendering {
                 outlet.MakesSheets() ? std::filesystem::path() : OutputOf(number);
             std::ostringstream lines;
             if (!options.quiet && !options.output.empty())
-                PrintLine(lines, views, {finished.Bitmap(), picture.milliseconds}, number, done == 1, output);
+                PrintPicture(lines, layers, views,
+                             {finished.Bitmap(), options.depth, options.zoom, picture.milliseconds, number,
+                              done == 1, output});
             if (layers[0].Difference()) PrintDifference(lines, *layers[0].Difference(), number);
             if (options.pixels) PrintPixels(lines, file, number);
             if (outlet.MakesSheets()) {
@@ -282,68 +284,6 @@ class Rendering {
             for (const std::string& input : {layer.file, layer.oddField, subtracted}) {
                 if (std::filesystem::equivalent(input, output, ignored))
                     throw FileError(output, layers.size() > 1 ? "is an input itself" : "is the input itself");
-            }
-        }
-    }
-
-    static void PrintLayer(std::ostream& out, const OpenedLayer& opened, const View& view,
-                           std::uint32_t frame) {
-        const PictureInfo& info = opened.Info();
-        const Layer& layer = opened.layer;
-        out << opened.NameOf(frame) << ": " << pzel_io::TypeName(info.type) << " x " << info.channels << " "
-            << pzel_io::ModelName(info.model) << ", " << info.width << " x " << info.height << ", "
-            << view.Text();
-        if (layer.opacity != 1) out << ", opacity " << pzel_io::NumberText(layer.opacity);
-        if (layer.x != 0 || layer.y != 0) out << ", at " << layer.x << "," << layer.y;
-        if (layer.hidden) out << ", hidden";
-    }
-
-    void PrintLine(std::ostream& out, const std::deque<View>& views, const Picture& picture,
-                   std::uint32_t frame, bool first, const std::filesystem::path& output) const {
-        for (std::size_t i = 0; i < layers.size(); ++i) {
-            if (i > 0) out << " + ";
-            PrintLayer(out, layers[i], views[i], frame);
-        }
-        char spent[32];
-        std::snprintf(spent, sizeof spent, "%.3f", picture.milliseconds);
-        const ShownBitmap& bitmap = picture.bitmap;
-        const int bits = IsDeep() ? bitmap.bits * 2 : bitmap.bits;
-        out << ", " << bitmap.width << " x " << bitmap.height << " bitmap of " << bits
-            << (bits == 1 ? " bit" : " bits");
-        if (!IsOneToOne()) out << " at zoom " << options.zoom;
-        out << " in " << spent << " ms";
-        if (!output.empty()) out << " -> " << output.string();
-        if (first) PrintConversions(out);
-        if (first) PrintHidden(out);
-        out << '\n';
-    }
-
-    // Of a file that serves several layers once.
-    void PrintConversions(std::ostream& out) const {
-        std::set<std::string> told;
-        for (const OpenedLayer& opened : layers) {
-            for (std::string line : opened.Maker().Conversions()) {
-                if (layers.size() > 1) line = opened.Info().file.string() + ": " + line;
-                if (told.insert(line).second) out << "; " << line;
-            }
-        }
-    }
-
-    // Slices that were meant to be a stack lie over one another as layers: nobody would know.
-    void PrintHidden(std::ostream& out) const {
-        for (std::size_t below = 0; below < layers.size(); ++below) {
-            const Layer& layer = layers[below].layer;
-            if (layer.hidden || layer.IsOverlay()) continue;
-            const Area place = PlaceOf(layer, layers[below].Info());
-            for (std::size_t above = below + 1; above < layers.size(); ++above) {
-                const Layer& cover = layers[above].layer;
-                if (cover.hidden || cover.IsOverlay() || cover.opacity != 1) continue;
-                const Area both = UnionOf(place, PlaceOf(cover, layers[above].Info()));
-                const Area over = PlaceOf(cover, layers[above].Info());
-                if (WidthOf(both) != WidthOf(over) || HeightOf(both) != HeightOf(over)) continue;
-                out << "; " << layer.file << ": hidden behind " << cover.file
-                    << " (--stack makes frames of them)";
-                break;
             }
         }
     }
