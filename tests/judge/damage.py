@@ -26,7 +26,7 @@ PER_BYTE = 8  # what a picture may need of memory, for each byte that it honestl
 LARGEST = 120_000  # bytes of a file that is worth damaging
 EXTREMES = (0, 1, 0x7F, 0x80, 0xFF, 0x7FFF, 0x8000, 0xFFFE, 0xFFFF, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFE, 0xFFFFFFFF)
 OPTIONS = (["-o", "out.png"],) * 5 + (["--info"], ["--frames", "0-2", "-o", "out.png"], ["--frame", "1", "-o", "out.png"])
-SMALL = 260  # runs of the small part
+SMALL = 150  # runs of the small part
 
 
 # Damages: bytes and a random source to bytes.

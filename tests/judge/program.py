@@ -38,7 +38,7 @@ class Program:
         self.path = str(Path(self.path).resolve())
         self.sanitized = b"__asan_init" in Path(self.path).read_bytes()
         if self.sanitized:
-            self.seconds *= 6
+            self.seconds *= 3
 
     @contextlib.contextmanager
     def run(self, *arguments):
