@@ -216,7 +216,7 @@ def compareFrames(program, made, lines, notes):
     if made.lowIsWhite and "kept" in notes:
         options = ["--invert"]
     elif made.lowIsWhite:
-        frames = [np.iinfo(f.dtype).max - f for f in frames]
+        frames = [~f if f.dtype.kind == "b" else np.iinfo(f.dtype).max - f for f in frames]
     runs = [(numbers, frames)] + ([(numbers[-2:-1], frames[-2:-1])] if sparse and len(numbers) > 2 else [])
     worst = 0
     for low, high in levels(frames):

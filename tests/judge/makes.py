@@ -151,7 +151,7 @@ def tiffs(folder):
     small = np.array([[1e-17, 3e-5, -1e-12], [np.inf, -np.inf, np.nan]], np.float32)
     yield save("tiny-numbers.tif", small)
     yield save("above-2-24.tif", np.array([[2**24 + 1, 2**32 - 1], [7, 2**31 + 1]], np.uint32))
-    words, bytes8 = noise((24, 35), np.uint16, 7), smooth(40, 48, 3)
+    words, bytes8 = noise((24, 35), np.uint16, 7), smooth(48, 48, 3)
     tifffile.imwrite(folder / "plain16.tif", words)
     tifffile.imwrite(folder / "plain8.tif", bytes8, photometric="rgb")
     for coding in "lzw lzw:2 zip:2 packbits".split():
@@ -162,21 +162,22 @@ def tiffs(folder):
     tifffile.imwrite(folder / "plainf.tif", noise((24, 35), np.float32, 8))
     run("tiffcp", "-c", "zip:3", folder / "plainf.tif", folder / "float-predicted.tif")
     yield Made(folder / "float-predicted.tif", [noise((24, 35), np.float32, 8)])
-    run("tiffcp", "-c", "jpeg:95", "-t", folder / "plain8.tif", folder / "jpeg.tif")
+    run("tiffcp", "-c", "jpeg:95", "-t", "-w", 16, "-l", 16, folder / "plain8.tif", folder / "jpeg.tif")
     yield Made(folder / "jpeg.tif", [bytes8], near=12)
     Image.fromarray(bytes8).save(folder / "jpeg-colour.tif", compression="jpeg", quality=95)
     yield Made(folder / "jpeg-colour.tif", [bytes8], near=12)
     bits = noise((19, 37), bool, 9)
-    for name, photometric, truth in (("bits", 1, bits), ("bits-white-0", 0, ~bits)):
-        yield write(f"{name}.tif", [truth], [page(bits, 1, photometric)])
+    for name, photometric in (("bits", 1), ("bits-white-0", 0)):
+        white = {"lowIsWhite": photometric == 0}
+        yield write(f"{name}.tif", [bits], [page(bits, 1, photometric)], **white)
         tags, strips = page(bits, 1, photometric)
         bare = {tag: value for tag, value in tags.items() if tag not in (258, 277)}
-        yield write(f"{name}-no-depth.tif", [truth], [(bare, strips)])
+        yield write(f"{name}-no-depth.tif", [bits], [(bare, strips)], **white)
         turned = [bytes(int(f"{b:08b}"[::-1], 2) for b in strips[0])]
-        yield write(f"{name}-low-bit-first.tif", [truth], [({**tags, 266: 2}, turned)])
+        yield write(f"{name}-low-bit-first.tif", [bits], [({**tags, 266: 2}, turned)], **white)
         for coding in ("g3", "g4"):
             run("tiffcp", "-c", coding, folder / f"{name}.tif", folder / f"{name}-{coding}.tif")
-            yield Made(folder / f"{name}-{coding}.tif", [truth])
+            yield Made(folder / f"{name}-{coding}.tif", [bits], **white)
     for bits, dtype in ((8, np.uint8), (16, np.uint16)):
         values = noise((20, 22), dtype, 10)
         yield write(f"white-0-{bits}.tif", [values], [page(values, bits, 0)], lowIsWhite=True)
@@ -194,7 +195,7 @@ def tiffs(folder):
     shown = np.round((255 - cmyk[..., :3]) * (255 - cmyk[..., 3:]) / 255).astype(np.uint8)
     yield write("cmyk.tif", [shown], [page(cmyk.astype(np.uint8), 8, 5, t332=1)], near=2, told="cmyk|ink")
     lab = np.array([[[255, 0, 0], [0, 0, 0], [128, 0, 0]]], np.uint8)  # white, black, a middle grey
-    yield write("cielab.tif", [np.array([[[255] * 3, [0] * 3, [119] * 3]], np.uint8)], [page(lab, 8, 8)], near=4, told="lab")
+    yield write("cielab.tif", [np.array([[[255] * 3, [0] * 3, [119] * 3]], np.uint8)], [page(lab, 8, 8)], near=4, told=r"lab|L\*a")
     luma = smooth(16, 16)
     blocks = luma.reshape(8, 2, 8, 2).transpose(0, 2, 1, 3).reshape(8, 8, 4)
     data = np.concatenate([blocks, np.full((8, 8, 2), 128, np.uint8)], -1).tobytes()
@@ -357,8 +358,8 @@ def plains(folder):
         return Made(folder / name, [truth], **more)
 
     bits = noise((9, 21), bool)
-    yield write("bits.pbm", "P4\n# a comment\n21 9\n", np.packbits(bits, 1).tobytes(), ~bits)
-    yield write("bits-text.pbm", "P1\n21 9\n", "\n".join("".join(map(str, r.astype(int))) for r in bits).encode(), ~bits)
+    yield write("bits.pbm", "P4\n# a comment\n21 9\n", np.packbits(bits, 1).tobytes(), bits, lowIsWhite=True)
+    yield write("bits-text.pbm", "P1\n21 9\n", "\n".join("".join(map(str, r.astype(int))) for r in bits).encode(), bits, lowIsWhite=True)
     every = np.arange(65536).reshape(256, 256).astype(np.uint16)
     yield write("every16.pgm", "P5 256 256 65535\n", every.astype(">u2").tobytes(), every)
     for most in (1, 3, 15, 100, 255, 256, 1000, 65535):
