@@ -33,11 +33,13 @@ OwnedImage Like(const Image& image, ImageDataType type, int channels) {
 
 // All elements in the order in which they are stored.
 template <class To>
-OwnedImage Converted(const Image& image, ImageDataType type) {
+OwnedImage Converted(const Image& image, ImageDataType type, double lessBy = 0) {
     OwnedImage copy = Like(image, type, image.channels);
     unsigned char* to = copy->data;
     ForEachValue(GetDataType(&image), {image.data, 1}, GetImageVolume(&image), [&](auto value) {
-        const auto converted = static_cast<To>(value);
+        // Floats as they are: those that are not numbers stay what they are.
+        const auto converted =
+            lessBy == 0 ? static_cast<To>(value) : static_cast<To>(static_cast<double>(value) - lessBy);
         std::memcpy(to, &converted, sizeof converted);
         to += sizeof converted;
     });
@@ -72,8 +74,8 @@ OwnedImage MaskWhere(const Image& image, Holds holds, Rule rule) {
 
 }  // namespace
 
-OwnedImage ToFloat(const Image& image) {
-    return Converted<float>(image, DataFloat);
+OwnedImage ToFloat(const Image& image, double lessBy) {
+    return Converted<float>(image, DataFloat, lessBy);
 }
 
 OwnedImage ToInt16(const Image& image) {

@@ -7,9 +7,10 @@
 
 namespace pzel_io {
 
-/// Integers as floats of the same value (32-bit ones to the nearest that a float holds).
+/// Integers as floats of the same value less `lessBy` (to the nearest that a float holds: 32-bit ones far
+/// from 0 are exact where that brings them near it).
 /// @throws std::length_error for rows that are too long as floats
-OwnedImage ToFloat(const Image& image);
+OwnedImage ToFloat(const Image& image, double lessBy = 0);
 /// Signed 8-bit values as 16-bit ones: the display takes all 8-bit values as unsigned.
 OwnedImage ToInt16(const Image& image);
 /// Bits as bytes of 0 and 255.

@@ -3,6 +3,7 @@
 #include "frame_maker.h"
 
 #include <algorithm>
+#include <cmath>
 #include <stdexcept>
 #include <utility>
 
@@ -239,6 +240,22 @@ void FrameMaker::PrepareJoint(Image& image) {
     ComputeBound(&image);
 }
 
+// What 32-bit integers are less by as floats, so that those between the levels are exact: 0 where they are
+// anyway.
+double FrameMaker::CentreOf(const Image& image) {
+    constexpr double kExact = 1 << 24;
+    if (layer.look.bake) return 0;  // which is told of as data
+    if (!centre || layer.look.perFrame) {
+        const std::vector<LevelSpec>& levels = layer.look.levels;
+        const bool given = !levels.empty() && levels[0].kind == LevelSpec::Kind::Given;
+        const pzel_io::Window range =
+            given ? pzel_io::Window{levels[0].low, levels[0].high} : ValueRange(image, AllChannels);
+        const bool isFar = std::max(std::abs(range.low), std::abs(range.high)) > kExact;
+        centre = isFar ? std::round((range.low + range.high) / 2) : 0;
+    }
+    return *centre;
+}
+
 OwnedImage FrameMaker::ForDisplay(OwnedImage image) {
     const Image* const shown = image.get();
     const ImageDataType type = GetDataType(shown);
@@ -249,12 +266,14 @@ OwnedImage FrameMaker::ForDisplay(OwnedImage image) {
     }
     if (type == DataUInt32 || type == DataInt32) {
         Note(name + " to float, for display");
-        return Instead(std::move(image), pzel_io::ToFloat(*shown));
+        scale.offset = -CentreOf(*shown);
+        return Instead(std::move(image), pzel_io::ToFloat(*shown, -scale.offset));
     }
     if (IsDifference(layer.look.channel) && type != DataFloat) {
         const int channel = layer.look.channel == Channel::U ? kU : kV;
         const int offset = pzel_io::DifferenceOffset(type);
-        scale = {offset, {FullRange(SubYuv, type, channel)}, source.Info().window, false};
+        scale = {
+            static_cast<double>(offset), {FullRange(SubYuv, type, channel)}, source.Info().window, false};
         Note(std::string(layer.look.channel == Channel::U ? "u" : "v") + " plus " + std::to_string(offset) +
              ", for display");
         return Instead(std::move(image), pzel_io::DifferencePlane(*shown, channel));

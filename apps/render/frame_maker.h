@@ -25,7 +25,7 @@ class FrameMaker {
     /// and vectors.
     const Levels& WantedLevels() const { return stored; }
     /// What to take off from stored levels for those of the picture.
-    int Offset() const { return scale.offset; }
+    double Offset() const { return scale.offset; }
     /// What the last frame, `made`, was before its conversion for the display; the frame itself where there
     /// was none.
     const Image& Values(const Image& made) const { return unconverted ? *unconverted : made; }
@@ -35,6 +35,7 @@ class FrameMaker {
   private:
     pzel_io::OwnedImage MakeInLayout(std::uint32_t frame);
     bool FollowsWindow();
+    double CentreOf(const Image& image);
     pzel_io::OwnedImage AsOverlay(pzel_io::OwnedImage image);
     pzel_io::OwnedImage InModel(pzel_io::OwnedImage image);
     pzel_io::OwnedImage AsYuv(const Image& image);
@@ -56,6 +57,7 @@ class FrameMaker {
     std::optional<pzel_io::Window> sharedWindow;  // of the file, when these were chosen
     Levels stored;
     ValueScale scale;
+    std::optional<double> centre;     // of 32-bit integers shown as floats
     pzel_io::OwnedImage unconverted;  // of the last frame, where a copy is shown
     bool isFirst = true;
 };

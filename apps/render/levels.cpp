@@ -151,9 +151,9 @@ double InType(ImageDataType type, double level) {
 }
 
 // What the record holds of a level.
-double Stored(const Image& image, int stored, double level, int offset) {
+double Stored(const Image& image, int stored, double level, double offset) {
     const ImageDataType type = ChannelType(image, stored);
-    if (type == DataFloat) return InType(type, level);
+    if (type == DataFloat) return InType(type, level + offset);
     const Window range = FullRange(SubGrey, type, 0);
     return std::clamp(InType(type, level + offset), range.low, range.high);
 }
@@ -234,7 +234,7 @@ Levels ChooseJointLevels(const std::vector<LevelSpec>& specs, const std::filesys
     return levels;
 }
 
-bool NeedsFloat(const Levels& levels, const Image& image, int offset) {
+bool NeedsFloat(const Levels& levels, const Image& image, double offset) {
     if (GetDataType(&image) == DataFloat || IsYuv(image)) return false;
     const Window range = FullRange(SubGrey, GetDataType(&image), 0);
     return std::any_of(levels.begin(), levels.end(), [&](const Window& level) {
@@ -244,7 +244,7 @@ bool NeedsFloat(const Levels& levels, const Image& image, int offset) {
     });
 }
 
-Levels StoredLevels(const Levels& levels, const Image& image, int offset) {
+Levels StoredLevels(const Levels& levels, const Image& image, double offset) {
     Levels stored;
     for (std::size_t i = 0; i < levels.size(); ++i) {
         const int channel = StoredChannel(image, static_cast<int>(i));
@@ -269,7 +269,7 @@ Levels GetLevels(Comp& comp) {
     return levels;
 }
 
-std::string LevelsText(const Levels& stored, int offset) {
+std::string LevelsText(const Levels& stored, double offset) {
     if (stored.empty()) return "none";
     std::vector<std::string> texts;
     for (const Window& level : stored) {

@@ -27,7 +27,7 @@ using Levels = std::vector<pzel_io::Window>;
 
 /// How the values of an image that is shown relate to the picture's, and what they can be.
 struct ValueScale {
-    int offset = 0;                         ///< added to the picture's values
+    double offset = 0;                      ///< added to the picture's values
     Levels full;                            ///< everything that the channels can hold; empty: unknown
     std::optional<pzel_io::Window> window;  ///< the range that the file asks to be shown
     bool differencesFull = false;  ///< colour differences have their full range unless they are given
@@ -51,13 +51,13 @@ Levels ChooseJointLevels(const std::vector<LevelSpec>& specs, const std::filesys
                          Image& image);
 
 /// True where integers of the image's type cannot stand for the levels.
-bool NeedsFloat(const Levels& levels, const Image& image, int offset);
+bool NeedsFloat(const Levels& levels, const Image& image, double offset);
 /// The levels as channels of the image can hold them, offset included: rounded for integers.
-Levels StoredLevels(const Levels& levels, const Image& image, int offset);
+Levels StoredLevels(const Levels& levels, const Image& image, double offset);
 
 /// The component's channel for a user's: behind the image's own where it shows intensity, saturation and hue.
 int ComponentChannel(Comp& comp, int channel);
 /// The component's levels, as they are stored.
 Levels GetLevels(Comp& comp);
 /// Stored levels as "LOW:HIGH", for each channel where they differ; "none" where there are none.
-std::string LevelsText(const Levels& stored, int offset);
+std::string LevelsText(const Levels& stored, double offset);

@@ -79,6 +79,14 @@ TEST_F(RenderTest, MapsValuesThroughLevelsExactly) {
     const auto longs = RandomPixels<std::uint32_t>(random, 31, 9, 1, 1 << 20);
     WritePicture<std::uint32_t>(Path("longs.tif"), {longs});
     EXPECT_EQ(Picture(Path("longs.tif"), {"--levels", "0:1048576"}), MappedAll(longs, 0, 1048576));
+    // Also those that no float of this size can tell apart.
+    auto far = RandomPixels<std::uint32_t>(random, 31, 9, 1, 200);
+    for (auto& value : far.values) value += 4000000000U;
+    WritePicture<std::uint32_t>(Path("far.tif"), {far});
+    EXPECT_EQ(Picture(Path("far.tif"), {"--levels", "4000000020:4000000150"}),
+              MappedAll(far, 4000000020, 4000000150));
+    const auto [least, most] = std::minmax_element(far.values.begin(), far.values.end());
+    EXPECT_EQ(Picture(Path("far.tif")), MappedAll(far, *least, *most));
     auto twelve = RandomPixels<std::uint16_t>(random, 32, 9, 1, 4095);
     Pixels<std::uint16_t> stretched = twelve;
     for (auto& value : stretched.values) value = static_cast<std::uint16_t>(value << 4 | value >> 8);
