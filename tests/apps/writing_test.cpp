@@ -95,7 +95,8 @@ TEST_F(WritingTest, SpreadsLevelsOverSixteenBits) {
         const std::string levels = single ? "500:40000" : "500:40000,1000:30000,2000:20000";
         for (const std::string name : {"out.png", "out.tif"}) {
             const std::string output = Path(name);
-            ASSERT_EQ(Render({Path("in.tif"), "-o", output, "--depth", "16", "--levels", "full"}).status, 0);
+            const Outcome whole = Render({Path("in.tif"), "-o", output, "--depth", "16", "--levels", "full"});
+            ASSERT_EQ(whole.status, 0) << whole.err;
             EXPECT_EQ(ReadDeep(output), picture) << name;
             const Outcome run = Render({Path("in.tif"), "-o", output, "--depth", "16", "--levels", levels,
                                         "--gamma", "2", "--invert", "--area", "3,1,250,60"});
@@ -163,7 +164,7 @@ TEST_F(WritingTest, LeavesTheOldFileWhereTheNewOneDoesNotFit) {
 
 TEST_F(WritingTest, LeavesNothingWhereASignalEndsIt) {
     using namespace std::chrono_literals;
-    WritePicture<std::uint8_t>(Path("in.tif"), {Slopes<std::uint8_t>(4000, 3000, 1, 1)});
+    WritePicture<std::uint8_t>(Path("in.tif"), {Slopes<std::uint8_t>(8000, 6000, 1, 1)});
     WriteBytes("out.png", "good");
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         std::vector<std::string> arguments = {PZEL_RENDER, Path("in.tif"),  "-o", Path("out.png"),
@@ -174,7 +175,7 @@ TEST_F(WritingTest, LeavesNothingWhereASignalEndsIt) {
         pid_t process = 0;
         ASSERT_EQ(posix_spawn(&process, PZEL_RENDER, nullptr, nullptr, pointers.data(), environ), 0);
         // The unfinished file is there while its rows are packed, which takes long.
-        for (int i = 0; i < 3000 && Files().size() == 2; ++i) std::this_thread::sleep_for(10ms);
+        for (int i = 0; i < 30000 && Files().size() == 2; ++i) std::this_thread::sleep_for(1ms);
         EXPECT_EQ(Files().size(), 3);
         kill(process, number);
         int status = 0;

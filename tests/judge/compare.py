@@ -114,7 +114,12 @@ def video(file):
     last = int(count[0]) - 1
     numbers = sorted({n for n in (0, 1, 2, last // 2, last) if n <= last})
     wanted = "+".join(f"eq(n\\,{n})" for n in numbers)
-    data = makes.run("ffmpeg", "-v", "error", "-i", file, "-vf", f"select='{wanted}'", "-vsync", "passthrough",
+    # Turned here: ffmpeg would make the colours of what is turned already.
+    turn = subprocess.run(["ffprobe", "-v", "error", "-select_streams", "v:0", "-of", "csv=p=0", "-show_entries",
+                           "stream_side_data=rotation", file], capture_output=True, text=True).stdout
+    turn = re.match(r"-?\d+", turn)
+    turns = int(turn[0]) // 90 if turn else 0
+    data = makes.run("ffmpeg", "-v", "error", "-noautorotate", "-i", file, "-vf", f"select='{wanted}'", "-vsync", "passthrough",
                      "-sws_flags", "bilinear+accurate_rnd+full_chroma_int", "-pix_fmt", "rgb24", "-f", "image2pipe",
                      "-c:v", "ppm", "-").stdout
     frames, stream = {}, io.BytesIO(data)
@@ -122,7 +127,8 @@ def video(file):
         stream.readline()
         width, height = map(int, stream.readline().split())
         stream.readline()
-        frames[number] = np.frombuffer(stream.read(width * height * 3), np.uint8).reshape(height, width, 3)
+        stored = np.frombuffer(stream.read(width * height * 3), np.uint8).reshape(height, width, 3)
+        frames[number] = np.rot90(stored, turns)
     frames["count"] = last + 1
     return Made(file, frames, VIDEO_NEAR)
 
