@@ -1,7 +1,11 @@
 // The umbrella header: everything that a host needs.
 //
-// When memory runs out, whatever throws leaves its objects as they were, or valid where its header says so, and
-// loses nothing; destructors, Release and releases of records never throw.
+// When memory runs out, whatever throws leaves its objects as they were, or valid where its header says so,
+// and loses nothing; destructors, Release and releases of records never throw.
+//
+// Distinct objects may be used by distinct threads at a time. What the library shares behind them (open
+// movies, default names, folders, the message box) is guarded; one object, a movie with its components, or
+// copies that share something must be used by one thread at a time.
 #pragma once
 
 #include "pzel/bounds/black_white.h"

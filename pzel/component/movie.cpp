@@ -7,6 +7,7 @@
 #include <cassert>
 #include <limits>
 #include <memory>
+#include <mutex>
 #include <utility>
 
 #include "pzel/component/comp.h"
@@ -21,6 +22,7 @@ namespace {
 pzel::NumberedName untitled("Untitled movie ");
 pzel::NumberedName created("New movie ");
 std::vector<Movie*> openMovies;
+std::mutex registryLock;  // of the list, not of the movies in it
 
 /// The component itself, or the children of a movie: a list of its own, safe from what becomes of the movie,
 /// and without memory of its own, so that removing cannot fail.
@@ -290,25 +292,31 @@ bool Movie::IsChildActive(IComponent* component) {
 }
 
 void Movie::RegistMe() {
+    const std::lock_guard guard(registryLock);
     openMovies.push_back(this);
 }
 
 void Movie::UnregistMe() {
+    const std::lock_guard guard(registryLock);
     const auto found = std::find(openMovies.begin(), openMovies.end(), this);
     if (found != openMovies.end()) openMovies.erase(found);
 }
 
 bool Movie::HasRegisted() {
+    const std::lock_guard guard(registryLock);
     return std::find(openMovies.begin(), openMovies.end(), this) != openMovies.end();
 }
 
 int Movie::GetCount() {
+    const std::lock_guard guard(registryLock);
     return static_cast<int>(openMovies.size());
 }
 
 Movie* Movie::GetMovie(int index) {
-    assert(index >= 0 && index < GetCount());
-    return openMovies[static_cast<std::size_t>(index)];
+    const std::lock_guard guard(registryLock);
+    const auto entry = static_cast<std::size_t>(index);  // beyond the end for negative numbers
+    assert(entry < openMovies.size());
+    return openMovies[entry];
 }
 
 std::vector<Movie*>* Movie::GetMovieList() {

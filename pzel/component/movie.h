@@ -26,7 +26,8 @@ enum MovieStatus : unsigned short {
 /// or more it is composite and answers with fixed values. An empty movie must not be asked what its component
 /// knows.
 ///
-/// A movie holds one reference on each child. The registry of open movies is shared by the whole library.
+/// A movie holds one reference on each child. The registry of open movies is shared by the whole library;
+/// movies of several threads may enter and leave it, but it keeps none of them alive.
 class PZEL_API Movie final : public IComponent {
   public:
     using FrameRange = std::pair<long, long>;
@@ -144,6 +145,7 @@ class PZEL_API Movie final : public IComponent {
     static int GetCount();
     /// An entry of the registry; no range check.
     static Movie* GetMovie(int index);
+    /// The registry itself, unguarded: only while no other thread changes it.
     static std::vector<Movie*>* GetMovieList();
 
     /// MovieStatus bits; the low byte counts.

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 
@@ -16,6 +17,7 @@ class NumberedName {
     explicit NumberedName(const char* prefix) : text(prefix) {}
 
     std::string next() {
+        const std::lock_guard guard(lock);
         std::string name = text + std::to_string(number);
         ++number;
         return name;
@@ -24,6 +26,7 @@ class NumberedName {
   private:
     const char* text;
     std::uint32_t number = 1;
+    std::mutex lock;  // names are asked for by objects of several threads
 };
 
 /// Stores a name in an owned, possibly empty slot.

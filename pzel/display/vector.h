@@ -19,7 +19,7 @@ enum VectorGrid : int {
 
 /// Makes the tables that arrows are drawn from; without them nothing is drawn. A second call does nothing.
 PZEL_API void VectorInit();
-/// Frees the tables. A second call does nothing.
+/// Frees the tables; only while no thread draws arrows. A second call does nothing.
 PZEL_API void VectorTermination();
 
 /// Draws the rectangle of `w` x `h` pixels from (x, y) of a vector field into the component's bitmap, one

@@ -2,13 +2,15 @@
 #include "pzel/display/vector_table.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cassert>
 #include <cstdlib>
 #include <memory>
 
 namespace {
 
-std::unique_ptr<const pzel::VectorTable> table;
+// Released by VectorTermination; reachable to the end without.
+std::atomic<const pzel::VectorTable*> table = nullptr;
 
 /// Writes an arrow from `out` on; returns the end of it.
 pzel::VectorPoint* layArrow(pzel::VectorPoint* out, int dx, int dy) {
@@ -63,15 +65,18 @@ std::span<const VectorPoint> VectorTable::run(int dx, int dy) const {
 }
 
 const VectorTable* vectorTable() {
-    return table.get();
+    return table;
 }
 
 }  // namespace pzel
 
 void VectorInit() {
-    if (!table) table = std::make_unique<const pzel::VectorTable>();
+    if (table) return;
+    auto made = std::make_unique<const pzel::VectorTable>();
+    const pzel::VectorTable* none = nullptr;
+    if (table.compare_exchange_strong(none, made.get())) made.release();  // else another thread was first
 }
 
 void VectorTermination() {
-    table.reset();
+    delete table.exchange(nullptr);
 }

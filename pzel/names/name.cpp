@@ -2,6 +2,7 @@
 #include "pzel/names/name.h"
 
 #include <algorithm>
+#include <mutex>
 #include <utility>
 
 namespace {
@@ -14,6 +15,7 @@ struct Shared {
     std::int32_t workingFolder = 0;
     std::vector<std::string> temporaryNames;
     std::int32_t nextUntitled = 0;
+    std::mutex lock;  // of all of these; taken by the functions of Name
 };
 
 Shared& shared() {
@@ -21,13 +23,27 @@ Shared& shared() {
     return state;
 }
 
+// Of those that hold the lock:
+
 /// The number of a folder, or of the next one to enter.
 std::size_t numberOf(const std::string& path) {
     const auto& folders = shared().folders;
     return static_cast<std::size_t>(std::find(folders.begin(), folders.end(), path) - folders.begin());
 }
 
+std::string folderOf(long number) {
+    const auto& folders = shared().folders;
+    const auto index = static_cast<std::size_t>(number);  // beyond the end for negative numbers
+    return index < folders.size() ? folders[index] : "";
+}
+
+/// Holds the table for as long as it lives.
+std::lock_guard<std::mutex> locked() {
+    return std::lock_guard<std::mutex>(shared().lock);
+}
+
 std::string nextUntitled() {
+    const auto guard = locked();
     const std::int32_t number = shared().nextUntitled;
     std::string name = number == 0 ? "Untitled" : "Untitled_" + std::to_string(number);
     ++shared().nextUntitled;
@@ -143,30 +159,34 @@ bool Name::operator==(const Name& other) const {
 }
 
 long Name::AddToFolderList(std::string path) {
+    const auto guard = locked();
     const std::size_t number = numberOf(path);
     if (number == shared().folders.size()) shared().folders.push_back(std::move(path));
     return static_cast<long>(number);
 }
 
 long Name::GetIDFromPath(std::string path) {
+    const auto guard = locked();
     const std::size_t number = numberOf(path);
     return number == shared().folders.size() ? 0 : static_cast<long>(number);
 }
 
 std::string Name::GetPathFromID(long number) {
-    const auto& folders = shared().folders;
-    const auto index = static_cast<std::size_t>(number);  // beyond the end for negative numbers
-    return index < folders.size() ? folders[index] : "";
+    const auto guard = locked();
+    return folderOf(number);
 }
 
 void Name::SetWorkingFolder(std::string path) {
     if (path.ends_with(separator)) path.pop_back();
-    shared().workingFolder = static_cast<std::int32_t>(AddToFolderList(std::move(path)));
+    const auto number = static_cast<std::int32_t>(AddToFolderList(std::move(path)));
+    const auto guard = locked();
+    shared().workingFolder = number;
 }
 
 std::string Name::GenerateTemporaryFilename() {
+    const auto guard = locked();
     auto& names = shared().temporaryNames;
-    std::string folder = GetPathFromID(shared().workingFolder);
+    std::string folder = folderOf(shared().workingFolder);
     while (folder.ends_with(separator)) folder.pop_back();
     std::string name = folder + "\\~ZLQ" + std::to_string(names.size() + 1) + ".tmp";
     names.push_back(name);

@@ -74,7 +74,8 @@ class PZEL_API Name {
     static void SetWorkingFolder(std::string path);
     /// A new name in the working folder, "~ZLQ1.tmp" and so on; never the same twice.
     static std::string GenerateTemporaryFilename();
-    /// All of them, oldest first. Library-wide; grows with the next one.
+    /// All of them, oldest first. Library-wide; grows with the next one: only while no other thread makes
+    /// one.
     static const std::vector<std::string>& GetTemporaryFilenames();
 
   private:

@@ -1,8 +1,8 @@
 // The installed message box, and the default one.
 #include "pzel/platform/message_box.h"
 
+#include <atomic>
 #include <cstdio>
-#include <utility>
 
 #include "pzel/platform/show_message.h"
 
@@ -12,14 +12,14 @@ void PrintLine(const char* text) {
     std::fprintf(stderr, "%s\n", text);
 }
 
-Zel::MessageBoxHandler handler = PrintLine;
+std::atomic<Zel::MessageBoxHandler> handler = PrintLine;
 
 }  // namespace
 
 namespace Zel {
 
 MessageBoxHandler SetMessageBox(MessageBoxHandler newHandler) {
-    return std::exchange(handler, newHandler ? newHandler : PrintLine);
+    return handler.exchange(newHandler ? newHandler : PrintLine);
 }
 
 }  // namespace Zel
@@ -27,7 +27,7 @@ MessageBoxHandler SetMessageBox(MessageBoxHandler newHandler) {
 namespace pzel {
 
 void ShowMessage(const char* text) {
-    handler(text);
+    handler.load()(text);
 }
 
 }  // namespace pzel

@@ -9,7 +9,8 @@ namespace Zel {
 /// Shows one text to the user.
 using MessageBoxHandler = void (*)(const char* text);
 
-/// Installs the host's message box and returns the previous one. Null installs the default.
+/// Installs the host's message box and returns the previous one. Null installs the default. It is
+/// called on the thread whose operation has something to show.
 PZEL_API MessageBoxHandler SetMessageBox(MessageBoxHandler handler);
 
 }  // namespace Zel

@@ -21,6 +21,8 @@ enum ParameterType : int {
 /// free record after its last. It then goes on with copies, and the other keeps what it had. The records go
 /// with the last list that uses them.
 ///
+/// Copies that share are one object to threads.
+///
 /// Names, texts and lists that are passed in are copied; a null text stands for "". Pointers that are handed
 /// out stay the list's and are valid until it is changed, assigned to or destroyed.
 class PZEL_API PluginParam {

@@ -1,0 +1,123 @@
+// Eight threads, each with movies of its own: what the library shares behind them must be guarded, and what
+// each of them shows must be what one thread alone shows. Meant to run under ThreadSanitizer; hunts tables
+// that are made twice, numbers that two names get, and a registry that loses movies.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "pzel/pzel.h"
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+constexpr int kThreads = 8, kRounds = 12;
+
+struct Counting final : Observer {
+    int updates = 0;
+    void Update(IComponent*, int, std::intptr_t) override { ++updates; }
+};
+
+/// What a thread has seen.
+struct Seen {
+    Bytes pixels;
+    std::vector<std::string> names;
+    int updates = 0;
+    bool wasRegistered = true;
+};
+
+/// A layer of any type, made of copies and conversions of a ramp.
+Comp* layerOf(int type, bool interleaved, int sub) {
+    Image ramp{};
+    ConstructImage(ramp, 61, 40, 3, nullptr, DataUInt8, true, true);
+    CheckDataArray(&ramp);
+    for (unsigned i = 0; i < GetImageTotalBytes(&ramp); ++i) ramp.data[i] = static_cast<unsigned char>(i * 7);
+    Comp* const comp = AllocComp(1);
+    Image* const image = comp->GetCurrentImage();
+    ConstructImage(*image, 61, 40, 3, nullptr, static_cast<unsigned short>(type), interleaved, true);
+    SetSubType(image, static_cast<unsigned short>(sub));
+    CheckDataArray(image);
+    CopyImage(&ramp, image, 0, 0, 0, 0, 61, 40, static_cast<unsigned short>(CopyBorderNone));
+    ComputeBound(image);
+    CleanupImage(&ramp);
+    return comp;
+}
+
+/// A movie's life from the first layer to the last reference.
+void live(int round, Seen& seen) {
+    const int types[] = {DataUInt8, DataInt16, DataUInt16, DataFloat};
+    Movie* const movie = new Movie;
+    Counting counting;
+    movie->RegistMe();
+    seen.wasRegistered = seen.wasRegistered && movie->HasRegisted() && Movie::GetCount() > 0;
+    for (int i = 0; i < 3; ++i) {
+        Comp* const comp = layerOf(types[(round + i) % 4], i == 1, i == 2 ? SubYuv : SubColour);
+        movie->AddChild(comp);
+        seen.names.emplace_back(comp->GetName());
+        comp->SetLocation(5 * i, 3 * i);
+        comp->SetOpacity(1.0f - 0.2f * static_cast<float>(i));
+        comp->Release();
+    }
+    movie->AttachObserver_All(&counting);
+    movie->GetChildAt(0)->SetBlackWhite(0, CompBlackWhite(10, 200));
+    static_cast<Comp*>(movie->GetChildAt(1))->SwitchMapingMode(3);
+    VectorInit();
+
+    Bytes shown(80 * 60 * 3);
+    ComposeMovie(movie, {shown.data(), 80 * 3, 80, 60}, {0, 79, 0, 59}, 1, nullptr, 24);
+    seen.pixels.insert(seen.pixels.end(), shown.begin(), shown.end());
+
+    seen.names.emplace_back(movie->GetName());
+    seen.names.push_back(Movie::NewMovieName());
+    seen.names.push_back(Zel::Name::GenerateTemporaryFilename());
+    Zel::Name name("folder" + std::to_string(round) + "\\file.tmp");
+    if (name.GetFullPath() != "folder" + std::to_string(round) + "\\file.tmp") seen.names.push_back("lost");
+    seen.names.push_back(Zel::Name().GetLogicalName());
+    Conversion(nullptr, movie->GetChildAt(0)->GetInternalComp()->GetCurrentImage(), ConversionToYuv);
+
+    Movie copy(*movie);
+    copy.Cleanup();
+    movie->DetachObserver_All(&counting);
+    seen.updates += counting.updates;
+    movie->UnregistMe();
+    seen.wasRegistered = seen.wasRegistered && !movie->HasRegisted();
+    movie->Release();
+}
+
+void run(Seen& seen) {
+    for (int round = 0; round < kRounds; ++round) live(round, seen);
+}
+
+void silent(const char*) {}
+
+TEST(Threads, MoviesOfTheirOwn) {
+    const Zel::MessageBoxHandler before = Zel::SetMessageBox(silent);
+    std::vector<Seen> seen(kThreads);
+    std::vector<std::thread> threads;
+    for (Seen& one : seen) threads.emplace_back([&one] { run(one); });
+    for (std::thread& thread : threads) thread.join();
+
+    Seen alone;  // afterwards, so that nothing was made ready before
+    run(alone);
+    std::set<std::string> names(alone.names.begin(), alone.names.end());
+    std::size_t count = alone.names.size();
+    for (const Seen& one : seen) {
+        EXPECT_TRUE(one.pixels == alone.pixels);
+        EXPECT_EQ(one.updates, alone.updates);
+        EXPECT_TRUE(one.wasRegistered);
+        names.insert(one.names.begin(), one.names.end());
+        count += one.names.size();
+    }
+    EXPECT_GT(alone.updates, 0);
+    EXPECT_EQ(names.size(), count) << "two objects of one name";
+    EXPECT_EQ(names.count("lost"), 0u);
+    EXPECT_EQ(Movie::GetCount(), 0);
+    VectorTermination();
+    Zel::SetMessageBox(before);
+}
+
+}  // namespace
