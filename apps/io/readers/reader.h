@@ -37,6 +37,8 @@ class Reader {
     /// or from the frame before. All rows that are wanted must be whole.
     /// @throws FileError where they cannot be
     virtual FrameNotes ReadPixels(const FrameRequest& wanted, std::span<unsigned char> pixels) = 0;
+    /// How many frames may have to be decoded for one, which takes as much longer.
+    virtual std::size_t FramesForOne() const { return 1; }
 
   protected:
     explicit Reader(const OpenRequest& request);

@@ -128,7 +128,7 @@ class Program {
 
     void ReadFrame(const FrameRequest& wanted, Message& answer) {
         const auto pixels = memory.Pixels().first(FrameBytes(reader->Info()));
-        limits.LimitRequest(pixels.size());
+        limits.LimitRequest(pixels.size() * reader->FramesForOne());
         const FrameNotes notes = reader->ReadPixels(wanted, pixels);
         answer.Put(Answer::Frame);
         answer.Put(notes);

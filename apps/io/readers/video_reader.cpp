@@ -69,7 +69,12 @@ class VideoReader final : public Reader {
         return {{}, {"frame " + std::to_string(wanted.frame) + " is damaged"}};
     }
 
+    // A jump decodes from the last key picture on.
+    std::size_t FramesForOne() const override { return kFramesFromKey; }
+
   private:
+    static constexpr std::size_t kFramesFromKey = 64;  // of most recordings, and of large pictures
+
     void FollowAspect(const AVFrame& first) {
         AVFrame asked = first;
         const AVRational aspect = av_guess_sample_aspect_ratio(video.Container(), video.Stream(), &asked);
