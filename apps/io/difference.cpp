@@ -142,7 +142,7 @@ Frame DifferenceSource::Read(std::uint32_t number, Layout layout) {
     notes.insert(notes.end(), b.notes.begin(), b.notes.end());
     if (layout == Layout::Interleaved && !FitsInterleaved(info))
         notes.push_back("kept planar: its rows are too long to be interleaved");
-    return {MakeRecord(info, layout, pixels), std::nullopt, std::move(notes)};
+    return {MakeRecord(info, layout, {0, info.height - 1}, pixels), std::nullopt, std::move(notes)};
 }
 
 void DifferenceSource::Expect(std::uint32_t number) {

@@ -81,7 +81,9 @@ std::unique_ptr<PictureSource> OpenPicture(const std::filesystem::path& file, co
 
 /// Whether a record can hold rows of all channels: of long rows it holds the channels one by one alone.
 bool FitsInterleaved(const PictureInfo& info);
-/// A record of a frame from its pixels as readers deliver them, in a layout that fits.
-OwnedImage MakeRecord(const PictureInfo& info, Layout layout, std::span<const unsigned char> pixels);
+/// A record of a frame from its pixels as readers deliver them, in a layout that fits; rows that are not
+/// wanted are black.
+OwnedImage MakeRecord(const PictureInfo& info, Layout layout, const Rows& rows,
+                      std::span<const unsigned char> pixels);
 
 }  // namespace pzel_io

@@ -234,7 +234,7 @@ class ReaderProcess final : public PictureSource {
             layout = Layout::Planar;
             read.notes.push_back("kept planar: its rows are too long to be interleaved");
         }
-        read.image = MakeRecord(info, layout, mapping.Pixels());
+        read.image = MakeRecord(info, layout, rows, mapping.Pixels());
         return read;
     }
 
