@@ -89,6 +89,9 @@ def place(data, pick):
     return pick.randrange(max(1, min(len(data), pick.choice((64, 512, 3000, len(data), len(data), len(data))))))
 
 
+LEAST = 16  # bytes that a damage needs
+
+
 def damaged(number, seed, files):
     """The number-th damaged file: its source, its bytes and the options of its run."""
     pick = random.Random(f"{seed}/{number}")
@@ -97,6 +100,8 @@ def damaged(number, seed, files):
     source, other = pick.choice([f for f in files if f.parent.name == group]), pick.choice(files)
     data = bytearray(source.read_bytes())
     for change in pick.choices(DAMAGES, k=pick.choice((1, 1, 1, 2, 3))):
+        if len(data) < LEAST:  # too little was left by the one before
+            break
         change(data, pick, other.read_bytes())
     return source, bytes(data), pick.choice(OPTIONS)
 
