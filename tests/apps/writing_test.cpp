@@ -172,8 +172,16 @@ TEST_F(WritingTest, LeavesNothingWhereASignalEndsIt) {
         std::vector<char*> pointers;
         for (std::string& argument : arguments) pointers.push_back(argument.data());
         pointers.push_back(nullptr);
+        // Signals that were ignored here would be there as well.
+        posix_spawnattr_t attributes;
+        posix_spawnattr_init(&attributes);
+        sigset_t all;
+        sigfillset(&all);
+        posix_spawnattr_setsigdefault(&attributes, &all);
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
         pid_t process = 0;
-        ASSERT_EQ(posix_spawn(&process, PZEL_RENDER, nullptr, nullptr, pointers.data(), environ), 0);
+        ASSERT_EQ(posix_spawn(&process, PZEL_RENDER, nullptr, &attributes, pointers.data(), environ), 0);
+        posix_spawnattr_destroy(&attributes);
         // The unfinished file is there while its rows are packed, which takes long.
         for (int i = 0; i < 30000 && Files().size() == 2; ++i) std::this_thread::sleep_for(1ms);
         EXPECT_EQ(Files().size(), 3);
@@ -182,7 +190,7 @@ TEST_F(WritingTest, LeavesNothingWhereASignalEndsIt) {
         ASSERT_EQ(waitpid(process, &status, 0), process);
         EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == number) << status;
         EXPECT_EQ(Files(), (std::vector<std::string>{"in.tif", "out.png"}));
-        EXPECT_EQ(ReadBytes(Path("out.png")), "good");
+        EXPECT_TRUE(ReadBytes(Path("out.png")) == "good");
     }
 }
 
