@@ -7,6 +7,7 @@
 
 #include <malloc.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <new>
@@ -37,7 +38,9 @@ class Limits {
     explicit Limits(std::uintmax_t size = 0) : fileBytes(size) {}
     void LimitMemory(std::size_t frameBytes) const {
         if (kIsSanitized) return;
-        const rlimit limit{ReaderBytes(fileBytes, frameBytes), RLIM_INFINITY};
+        rlimit limit{};
+        if (getrlimit(RLIMIT_AS, &limit) != 0) return;
+        limit.rlim_cur = std::min<rlim_t>(ReaderBytes(fileBytes, frameBytes), limit.rlim_max);
         setrlimit(RLIMIT_AS, &limit);
     }
     // From now on; of the processor. Without a limit where it is 0.
