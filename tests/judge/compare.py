@@ -233,6 +233,8 @@ def compareFrames(program, made, lines, notes):
             for number, truth, picture in zip(which, truths, shown):
                 if truth.ndim == 2 and picture.ndim == 3 and (picture == picture[..., :1]).all():
                     picture = picture[..., 0]
+                if truth.ndim == 3 and picture.ndim == 2 and (truth == truth[..., :1]).all():
+                    truth = truth[..., 0]  # greys that the judge tells as colour
                 expect(picture.shape == truth.shape, f"frame {number}: {picture.shape} instead of {truth.shape}")
                 apart = np.ma.filled(np.ma.abs(picture.astype(int) - mapped(truth, low, high)), 0)
                 worst = max(worst, int(apart.max()))
