@@ -13,7 +13,7 @@
 #include "levels.h"
 #include "tone_curve.h"
 
-/// Which channel is shown.
+/// Which channel is shown. Those from Intensity on are computed from all three.
 enum class Channel {
     All,
     Red,

@@ -71,19 +71,16 @@ pzel_io::OwnedImage OpenedLayer::Make(std::uint32_t frame) {
     }
 }
 
-// Rows outside are read all the same where levels may follow from them.
+// Rows outside are read all the same where levels or the range of colours may follow from them.
 void OpenedLayer::ShowPart(const Area& part) {
     layer.area = part;
-    const auto kindOf = [](const LevelSpec& spec) { return spec.kind; };
-    const std::vector<LevelSpec>& levels = layer.look.levels;
-    const bool byData = std::any_of(levels.begin(), levels.end(), [&](const LevelSpec& spec) {
-        return kindOf(spec) == LevelSpec::Kind::Percent ||
-               (kindOf(spec) == LevelSpec::Kind::Data && Info().type != DataUInt8);
+    const Look& look = layer.look;
+    const bool isFull = Info().type == DataUInt8 && Info().model != SubYuv;  // what 8-bit data always have
+    const bool byData = std::any_of(look.levels.begin(), look.levels.end(), [&](const LevelSpec& spec) {
+        return spec.kind == LevelSpec::Kind::Percent || (spec.kind == LevelSpec::Kind::Data && !isFull);
     });
-    const bool plainBytes = Info().type == DataUInt8 && Info().model != SubYuv && !layer.look.bake;
-    if (byData || layer.look.channel == Channel::Hsi ||
-        !(plainBytes || (!levels.empty() && !layer.look.bake)))
-        return;
+    const bool byColour = look.toYuv || look.channel >= Channel::Intensity;
+    if (byData || byColour || look.bake || (look.levels.empty() && !isFull)) return;
     source->WantRows({part.top, part.bottom});
 }
 
