@@ -84,7 +84,8 @@ Bytes PackStripe(const Bytes& rows, const Packing& packing, Bytes chunk, Place p
     // What cannot be packed grows by a little.
     chunk.resize(head + rows.size() + rows.size() / 8 + 4096);
     Bytes work(ISAL_DEF_LVL1_LARGE);
-    isal_zstream stream;
+    // What the packer leaves as it finds it would otherwise choose among ways to say the same.
+    isal_zstream stream{};
     isal_deflate_stateless_init(&stream);
     stream.level = static_cast<std::uint32_t>(packing.level);
     stream.level_buf = work.data();

@@ -85,7 +85,7 @@ const char* DeepObjection(const Layer& layer, const pzel_io::PictureInfo& info) 
 DeepPicture::DeepPicture(const Image& image, const Levels& levels, const Layer& wishes,
                          const pzel_io::PictureInfo& info)
     : layer(wishes),
-      inverted(wishes.look.invert != info.lowIsWhite),
+      tones(wishes.look.TonesOf(info.lowIsWhite)),
       area(layer.area ? *layer.area : Area{0, 0, image.width - 1, image.height - 1}),
       channels(image.channels == 3 && layer.look.channel == ::Channel::All ? 3 : 1) {
     const auto width = static_cast<std::size_t>(WidthOf(area));
@@ -96,8 +96,8 @@ DeepPicture::DeepPicture(const Image& image, const Levels& levels, const Layer& 
     const int first = image.channels == 3 ? ChannelIndex(layer.look.channel) : 0;
     for (std::size_t c = 0; c < channels; ++c) {
         const int user = first + static_cast<int>(c);
-        const Channel channel{colour ? 2 - user : user, levels.at(static_cast<std::size_t>(user)),
-                              isCurved && (!yuv || user == 0)};
+        const Channel channel{user, colour ? 2 - user : user, levels.at(static_cast<std::size_t>(user)),
+                              isCurved && (!yuv || user == 0 || tones.size() > 1)};
         for (int y = area.top; y <= area.bottom; y += kTileRows) {
             for (int x = area.left; x <= area.right; x += kTileColumns) {
                 ConvertTile(image, channel, c,
@@ -117,7 +117,8 @@ void DeepPicture::ConvertTile(const Image& image, const Channel& channel, std::s
     if (channel.isCurved) {
         constexpr pzel_io::Window kUnit{0, 1};
         SetSpatialBounds(exact.get(), {kUnit.low, kUnit.high}, 0);
-        ToneCurve curve(layer.look.bend, layer.look.gamma, inverted, ToneCurve::Model::Grey);
+        ToneCurve curve({tones.size() > 1 ? tones[static_cast<std::size_t>(channel.user)] : tones[0]},
+                        ToneCurve::Model::Grey);
         ConvertImage(exact.get(), &curve);
         SetLevels(*exact, kUnit);
     }

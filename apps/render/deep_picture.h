@@ -25,6 +25,7 @@ class DeepPicture {
 
   private:
     struct Channel {
+        int user;
         int stored;
         pzel_io::Window level;
         bool isCurved;
@@ -32,7 +33,7 @@ class DeepPicture {
     void ConvertTile(const Image& image, const Channel& channel, std::size_t place, const Area& tile);
 
     const Layer& layer;
-    bool inverted;
+    Tones tones;
     Area area;
     std::size_t channels;
     std::vector<std::uint16_t> samples;  // rows from the top, red first

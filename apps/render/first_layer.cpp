@@ -13,7 +13,7 @@ constexpr std::size_t kMostLayers = 255;
 }
 
 // Hues run round a circle: a range of them may go over 0.
-void CheckLevels(const Look& look) {
+void CheckLevels(const std::string& option, const Look& look) {
     constexpr std::size_t kHue = 2;
     const bool joint = look.channel == Channel::Hsi;
     const std::size_t count = look.levels.size();
@@ -22,12 +22,12 @@ void CheckLevels(const Look& look) {
         const LevelSpec& level = look.levels[i];
         const bool round = joint && i == kHue && level.low != level.high;
         if (level.kind == given && level.low >= level.high && !round) {
-            Refuse("--levels", "'" + pzel_io::NumberText(level.low) + ":" + pzel_io::NumberText(level.high) +
-                                   "': the low level must be below the high one");
+            Refuse(option, "'" + pzel_io::NumberText(level.low) + ":" + pzel_io::NumberText(level.high) +
+                               "': the low level must be below the high one");
         }
         if (joint && ((level.kind != given && level.kind != LevelSpec::Kind::Full) ||
                       (count != 3 && (count != 1 || level.kind == given)))) {
-            Refuse("--levels", "those of hsi are full, or three of full and LOW:HIGH");
+            Refuse(option, "those of hsi are full, or three of full and LOW:HIGH");
         }
     }
 }
@@ -46,6 +46,10 @@ void CheckFirst(const Layer& first, const Look& look) {
         Refuse("--levels", "'" + first.argument + "' has levels already");
     if (first.look.colourMap && look.colourMap)
         Refuse("--colormap", "'" + first.argument + "' has a colour map already");
+    if (first.look.channel != Channel::All && look.channel != Channel::All)
+        Refuse("--channel", "'" + first.argument + "' has a channel already");
+    if (first.look.IsCurved(false) && look.IsCurved(false))
+        Refuse("--curve", "'" + first.argument + "' has a curve already");
     if (!first.IsOverlay()) return;
     const bool given = !look.levels.empty() || look.channel != Channel::All || look.IsCurved(false) ||
                        look.bake || look.toYuv || look.colourMap;
@@ -86,10 +90,20 @@ void Stack(std::vector<Layer>& layers) {
 void Share(const FirstLayer& first, Layer& layer) {
     layer.look.perFrame = first.look.perFrame;
     layer.look.layout = first.look.layout;
-    layer.asStored = first.asStored;
-    layer.partial = first.partial;
+    layer.asStored = layer.asStored || first.asStored;
+    layer.partial = layer.partial || first.partial;
     layer.order = first.order.value_or(layer.order);
     for (Layer& other : layer.subtracted) Share(first, other);
+}
+
+// What a layer says of itself, and the command line of it. The two do not speak of the same.
+Look Together(const Look& own, const Look& first) {
+    Look look = first;
+    if (!own.levels.empty()) look.levels = own.levels;
+    if (own.colourMap) look.colourMap = own.colourMap;
+    if (own.channel != Channel::All) look.channel = own.channel;
+    if (own.IsCurved(false)) look.tones = own.tones;
+    return look;
 }
 
 }  // namespace
@@ -103,17 +117,19 @@ std::vector<Layer> MakeLayers(const std::vector<std::string>& arguments, const F
         layers.push_back(woven);
     }
     for (const std::string& argument : arguments) layers.push_back(ParseLayer(argument));
+    return MakeLayers(layers, first);
+}
+
+std::vector<Layer> MakeLayers(std::vector<Layer> layers, const FirstLayer& first) {
     if (layers.empty()) Refuse("LAYER", "is required: a file to be shown");
     if (first.stack) Stack(layers);
     if (layers.size() > kMostLayers) Refuse("LAYER", std::to_string(layers.size()) + " are more than 255");
     if (first.difference) Subtract(layers);
-    CheckLevels(first.look);
-    CheckModel(first.look);
     CheckFirst(layers[0], first.look);
-    const Look own = layers[0].look;
-    layers[0].look = first.look;
-    if (!own.levels.empty()) layers[0].look.levels = own.levels;
-    if (own.colourMap) layers[0].look.colourMap = own.colourMap;
+    layers[0].look = Together(layers[0].look, first.look);
+    for (const Layer& layer : layers)
+        CheckLevels(&layer == &layers[0] ? "--levels" : layer.argument, layer.look);
+    CheckModel(layers[0].look);
     layers[0].field = first.field;
     for (Layer& layer : layers[0].subtracted) layer.field = first.field;
     for (Layer& layer : layers) Share(first, layer);

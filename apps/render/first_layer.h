@@ -20,4 +20,5 @@ struct FirstLayer {
 
 /// The layers of the command line, the first with the options that are its.
 /// @throws std::invalid_argument naming the argument or the option, and the reason
+std::vector<Layer> MakeLayers(std::vector<Layer> layers, const FirstLayer& first);
 std::vector<Layer> MakeLayers(const std::vector<std::string>& arguments, const FirstLayer& first);

@@ -104,6 +104,9 @@ void CheckOptions(const Layer& layer, const PictureInfo& info) {
     CheckChannel(layer, info);
     if (info.type == DataBit && !layer.look.levels.empty())
         throw FileError(info.file, "a picture of bits has no levels");
+    if (layer.look.tones.size() > 1 && info.channels != 3)
+        throw FileError(info.file, "three curves are given for " + std::to_string(info.channels) +
+                                       (info.channels == 1 ? " channel" : " channels"));
     if (!layer.look.bake) return;
     if (info.type == DataBit) throw FileError(info.file, "a picture of bits has nothing to bake");
     // On its way through a table the display gives a y,u,v picture a red of its own, which no data can show.
@@ -324,8 +327,8 @@ bool FrameMaker::FollowsWindow() {
 
 void FrameMaker::NoteBaking() {
     std::string line = "levels " + LevelsText(stored, scale.offset);
-    if (layer.look.gamma != 1) line += ", gamma " + pzel_io::NumberText(layer.look.gamma);
-    if (layer.look.invert != source.Info().lowIsWhite) line += ", inversion";
+    if (IsBend(layer, source.Info()))
+        line += ", curve " + TonesText(layer.look.TonesOf(source.Info().lowIsWhite));
     Note(line + " baked into the data");
 }
 

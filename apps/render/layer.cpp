@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdio>
 #include <filesystem>
 #include <limits>
 #include <sstream>
@@ -36,13 +37,6 @@ auto Named(const Names& names, std::string_view text) -> std::optional<decltype(
     return {};
 }
 
-template <class Names, class Value>
-const char* NameOf(const Names& names, Value value, const char* other) {
-    for (const auto& [name, named] : names)
-        if (named == value) return name;
-    return other;
-}
-
 // A number from the whole of a text.
 template <class Number>
 std::optional<Number> WholeText(std::string_view text) {
@@ -57,6 +51,13 @@ class LayerParser {
   public:
     explicit LayerParser(const std::string& text) { layer.argument = text; }
 
+    Layer Parse(const std::string& file, const std::string& options) {
+        layer.file = file;
+        TakeAll(options);
+        Settle();
+        return layer;
+    }
+
     Layer Parse() {
         std::error_code ignored;
         const auto at = layer.argument.rfind('@');
@@ -64,10 +65,7 @@ class LayerParser {
         if (at == std::string::npos || std::filesystem::exists(layer.argument, ignored)) return layer;
         layer.file = layer.argument.substr(0, at);
         if (layer.file.empty()) Refuse("names no file in front of '@'");
-        if (at + 1 < layer.argument.size()) {
-            std::istringstream options(layer.argument.substr(at + 1) + ",");
-            for (std::string part; std::getline(options, part, ',');) Take(part);
-        }
+        TakeAll(layer.argument.substr(at + 1));
         Settle();
         return layer;
     }
@@ -75,6 +73,12 @@ class LayerParser {
   private:
     [[noreturn]] void Refuse(const std::string& reason) const {
         throw std::invalid_argument(layer.argument + ": " + reason);
+    }
+
+    void TakeAll(const std::string& text) {
+        if (text.empty()) return;
+        std::istringstream options(text + ",");
+        for (std::string part; std::getline(options, part, ',');) Take(part);
     }
 
     // Remembers an option; the same kind comes once at most.
@@ -96,7 +100,11 @@ class LayerParser {
         } else if (part.starts_with("levels=")) {
             TakeLevels(part);
         } else if (part.starts_with("colormap=")) {
-            TakeColourMap(part);
+            TakeNamed(layer.look.colourMap, kColourMapNames, part, "colour map");
+        } else if (part.starts_with("channel=")) {
+            TakeNamed(channel, kChannelNames, part, "channel");
+        } else if (part.starts_with("curve=")) {
+            TakeCurve(part);
         } else if (part.starts_with("page=") || part.starts_with("hdu=")) {
             Set(layer.page, static_cast<int>(Count(part)), part, "page");
         } else if (part.starts_with("frame=")) {
@@ -151,10 +159,26 @@ class LayerParser {
         layer.maskValue = value;
     }
 
-    void TakeColourMap(const std::string& part) {
+    template <class Value, class Known>
+    void TakeNamed(std::optional<Value>& value, const Known& names, const std::string& part,
+                   const std::string& kind) {
         try {
-            Set(layer.look.colourMap, ParseName(kColourMapNames, part.substr(part.find('=') + 1)), part,
-                "colour map");
+            Set(value, ParseName(names, part.substr(part.find('=') + 1)), part, kind);
+        } catch (const std::invalid_argument& error) {
+            Refuse("'" + part + "': " + error.what());
+        }
+    }
+
+    // What is said of each channel is separated by commas, and by slashes where commas separate options.
+    static std::string WithCommas(const std::string& part) {
+        std::string text = part.substr(part.find('=') + 1);
+        std::replace(text.begin(), text.end(), '/', ',');
+        return text;
+    }
+
+    void TakeCurve(const std::string& part) {
+        try {
+            Set(tones, ParseTones(WithCommas(part)), part, "curve");
         } catch (const std::invalid_argument& error) {
             Refuse("'" + part + "': " + error.what());
         }
@@ -163,13 +187,10 @@ class LayerParser {
     void TakeLevels(const std::string& part) {
         if (!layer.look.levels.empty()) Refuse("'" + part + "' is a second setting of levels");
         try {
-            layer.look.levels = ParseLevels(part.substr(part.find('=') + 1));
+            layer.look.levels = ParseLevels(WithCommas(part));
         } catch (const std::invalid_argument& error) {
             Refuse(error.what());
         }
-        const LevelSpec& level = layer.look.levels[0];
-        if (level.kind == LevelSpec::Kind::Given && level.low >= level.high)
-            Refuse("'" + part + "': the low level must be below the high one");
     }
 
     // +X+Y, with a sign before each.
@@ -195,6 +216,8 @@ class LayerParser {
         layer.colour = colour.value_or(Colour::Red);
         layer.opacity = opacity.value_or(layer.role == Role::Mask ? kMaskOpacity : 1);
         if (place) std::tie(layer.x, layer.y) = *place;
+        layer.look.channel = channel.value_or(Channel::All);
+        layer.look.tones = tones.value_or(layer.look.tones);
         if (layer.role == Role::Vectors && layer.threshold) Refuse("a threshold makes a mask, not vectors");
         if (layer.maskValue && layer.threshold)
             Refuse("a mask is made of one value, or of those within a threshold");
@@ -202,6 +225,9 @@ class LayerParser {
             Refuse(std::string("a colour map is for a picture, not for '") + RoleName(layer.role) + "'");
         if (layer.IsOverlay() && !layer.look.levels.empty())
             Refuse(std::string("levels are those of a picture, not of '") + RoleName(layer.role) + "'");
+        if (layer.IsOverlay() && (channel || tones))
+            Refuse(std::string("channels and curves are those of a picture, not of '") +
+                   RoleName(layer.role) + "'");
     }
 
     Layer layer;
@@ -209,6 +235,8 @@ class LayerParser {
     std::optional<Colour> colour;
     std::optional<double> opacity;
     std::optional<std::pair<int, int>> place;
+    std::optional<Channel> channel;
+    std::optional<Tones> tones;
 };
 
 }  // namespace
@@ -217,10 +245,56 @@ Layer ParseLayer(const std::string& argument) {
     return LayerParser(argument).Parse();
 }
 
+Tones Look::TonesOf(bool lowIsWhite) const {
+    Tones all = tones;
+    for (Tone& tone : all) {
+        tone.gamma *= gamma;
+        tone.inverted = tone.inverted != (invert != lowIsWhite);
+    }
+    return all;
+}
+
+Layer ParseLayer(const std::string& file, const std::string& options) {
+    return LayerParser(file + "@" + options).Parse(file, options);
+}
+
+std::string LayerOptions(const Layer& layer) {
+    std::string text;
+    const auto add = [&](const std::string& option) { text += (text.empty() ? "" : ",") + option; };
+    const auto addSigned = [](int n) { return (n < 0 ? "" : "+") + std::to_string(n); };
+    const auto slashed = [](std::string list) {
+        std::replace(list.begin(), list.end(), ',', '/');
+        return list;
+    };
+    if (layer.page) add("page=" + std::to_string(*layer.page));
+    if (layer.frame) add("frame=" + std::to_string(*layer.frame));
+    if (layer.maskValue) {
+        char rgb[16];
+        std::snprintf(rgb, sizeof rgb, "#%06X", layer.maskValue->rgb.value_or(0));
+        add("mask=" + (layer.maskValue->rgb ? rgb : pzel_io::NumberText(layer.maskValue->value)));
+    } else if (layer.role != Role::Picture) {
+        add(RoleName(layer.role));
+    }
+    if (layer.threshold)
+        add("threshold=" + pzel_io::NumberText(layer.threshold->low) + ":" +
+            pzel_io::NumberText(layer.threshold->high));
+    if (layer.IsOverlay() && layer.colour != Colour::Red) add(ColourName(layer.colour));
+    if (layer.opacity != (layer.role == Role::Mask ? kMaskOpacity : 1))
+        add(pzel_io::NumberText(layer.opacity));
+    if (layer.x != 0 || layer.y != 0) add(addSigned(layer.x) + addSigned(layer.y));
+    if (layer.hidden) add("hidden");
+    const Look& look = layer.look;
+    if (look.channel != Channel::All) add(std::string("channel=") + NameOf(kChannelNames, look.channel));
+    if (!look.levels.empty()) add("levels=" + slashed(LevelsText(look.levels)));
+    if (look.IsCurved(false)) add("curve=" + slashed(TonesText(look.TonesOf(false))));
+    if (look.colourMap) add(std::string("colormap=") + NameOf(kColourMapNames, *look.colourMap));
+    return text;
+}
+
 const char* ColourName(Colour colour) {
-    return NameOf(kColours, colour, "");
+    return NameOf(kColours, colour);
 }
 
 const char* RoleName(Role role) {
-    return NameOf(kRoles, role, "picture");
+    return role == Role::Picture ? "picture" : NameOf(kRoles, role);
 }

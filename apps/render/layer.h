@@ -41,16 +41,18 @@ struct Look {
     std::vector<LevelSpec> levels;  ///< empty: not given
     bool perFrame = false;
     Channel channel = Channel::All;
-    Bend bend = Bend::None;
-    double gamma = 1;
-    bool invert = false;
+    Tones tones = {{}};   ///< one, or one for each channel
+    double gamma = 1;     ///< of a picture as a whole, after its tones
+    bool invert = false;  ///< the same, and what that does to pictures whose low values are white
     bool bake = false;
     bool toYuv = false;
     std::optional<ColourMap> colourMap;  ///< of greys
     pzel_io::Layout layout = pzel_io::Layout::Interleaved;
 
-    /// Whether values go through a curve, of a picture whose low values may be white.
-    bool IsCurved(bool lowIsWhite) const { return bend != Bend::None || gamma != 1 || invert != lowIsWhite; }
+    /// The tones of a picture whose low values may be white.
+    Tones TonesOf(bool lowIsWhite) const;
+    /// Whether values go through a curve.
+    bool IsCurved(bool lowIsWhite) const { return TonesOf(lowIsWhite) != Tones(tones.size()); }
 };
 
 /// What a layer is shown as.
@@ -73,6 +75,7 @@ struct MaskValue {
 struct Layer {
     std::string argument;            ///< as the user typed it
     std::string file;                ///< or a folder, or a pattern of files: a stack of them
+    std::string name;                ///< what a window calls it; empty: its file's
     std::vector<std::string> stack;  ///< the files of a stack, where they are listed
     pzel_io::StackOrder order = pzel_io::StackOrder::Auto;
     std::optional<int> page;             ///< of the file: a page, an image, a header unit
@@ -100,6 +103,11 @@ struct Layer {
 /// taken apart at their last '@'.
 /// @throws std::invalid_argument naming the argument and the part that is wrong
 Layer ParseLayer(const std::string& argument);
+/// The same of what stands before and behind the '@'.
+Layer ParseLayer(const std::string& file, const std::string& options);
+/// What ParseLayer makes this layer of, but for its file: options separated by commas, none where they would
+/// say what is so without them. A gamma and an inversion of the whole are told as those of its tones.
+std::string LayerOptions(const Layer& layer);
 
 /// The name of a colour and of a role, as the user gives them.
 const char* ColourName(Colour colour);

@@ -181,6 +181,21 @@ std::vector<LevelSpec> ParseLevels(const std::string& text) {
     return specs;
 }
 
+std::string LevelsText(const std::vector<LevelSpec>& specs) {
+    using Kind = LevelSpec::Kind;
+    std::string text;
+    for (const LevelSpec& spec : specs) {
+        text += (text.empty() ? "" : ",");
+        text += spec.kind == Kind::Data   ? "data"
+                : spec.kind == Kind::Full ? "full"
+                : spec.kind == Kind::File ? "file"
+                : spec.kind == Kind::Percent
+                    ? pzel_io::NumberText(spec.percent) + "%"
+                    : pzel_io::NumberText(spec.low) + ":" + pzel_io::NumberText(spec.high);
+    }
+    return text;
+}
+
 Levels ChooseLevels(const std::vector<LevelSpec>& asked, const std::filesystem::path& file, Image& image,
                     const ValueScale& scale) {
     const Chooser chooser(file, image, scale);

@@ -22,6 +22,9 @@ struct LevelSpec {
 /// @throws std::invalid_argument saying what is wrong with which part
 std::vector<LevelSpec> ParseLevels(const std::string& text);
 
+/// The text that gives these.
+std::string LevelsText(const std::vector<LevelSpec>& specs);
+
 /// Levels for each channel in the order in which a user names them.
 using Levels = std::vector<pzel_io::Window>;
 

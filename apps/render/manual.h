@@ -15,7 +15,9 @@ together, and black where none is. OPTIONS are separated by commas:
   threshold=LOW:HIGH  set are the pixels of a grey picture with these values, the ends included; a mask, too
   red green blue yellow cyan magenta white
                       colour of a mask (which it makes of the layer), an outline or arrows; otherwise red
-  levels=LEVELS       one setting, as for --levels
+  levels=LEVELS       as for --levels, with '/' between the channels
+  curve=CURVE         as for --curve, with '/' between the channels
+  channel=CHANNEL     as for --channel
   colormap=MAP        greys in the colours of a map, as for --colormap
   +X+Y                place of the top left pixel; -X and -Y are possible
   frame=N             frame N alone, whatever frame of the others is shown
@@ -33,6 +35,10 @@ files that are named. Its frames have the order of --order: auto (the position o
 else their number in the series, else their names), position, instance, name (numbers in names count by their value)
 or given. All must have one size and the same channels. Files of a folder that are no pictures are left out, and
 told of.
+
+--scene NAME shows the layers of a scene as it was kept, with levels, curves, frames, zoom and area. Scenes stand
+beside their picture in FILE.pzel.json, which pzel-view writes; FILE is given as the only LAYER. Options that are
+given as well count instead.
 
 --each renders every input to a picture of its own in the folder of -o, under its own name. --montage COLSxROWS puts
 frames, or inputs with --each, on sheets, with titles below (--no-titles leaves them out); --fit makes them smaller.
@@ -63,9 +69,11 @@ the file's window is taken where there is one, else data. The levels of a stack 
 rendered frame, so that it does not flicker, unless --per-frame is given.
 
 --curve bends what lies between the levels: log is log(1 + 1000 v) / log(1001), asinh is asinh(10 v) / asinh(10),
-sqrt the square root; --gamma G then takes it to the power of 1 / G, and --invert turns it round. A shown curve has
-512 steps; --bake computes it for each value. --colormap shows greys in colours: hot, cubehelix, viridis and inferno
-rise from dark to light, hue goes round the colours once, for angles.
+sqrt the square root, and points X:Y of 0 to 1 make a smooth line through them. It is written as words with '+' in
+between: log, 0:0+0.3:0.5+1:1, gamma=1.4+invert. One curve serves all channels; three, separated by commas, serve one
+each. --gamma G then takes all of it to the power of 1 / G, and --invert turns it round. A shown curve has 512 steps;
+--bake computes it for each value. --colormap shows greys in colours: hot, cubehelix, viridis and inferno rise from
+dark to light, hue goes round the colours once, for angles.
 
 # COLOUR
 Colours, levels and channels are named red,green,blue or y,u,v or intensity,saturation,hue, in this order.

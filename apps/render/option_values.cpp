@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr double kMostGamma = 100;
 constexpr int kMostZoom = 127;
 constexpr std::uint32_t kMostCells = 1000;
 
@@ -102,12 +101,6 @@ int ParseZoom(const std::string& text) {
     const auto zoom = Whole<int>(text);
     if (!zoom || *zoom < -kMostZoom || *zoom > kMostZoom) Refuse(text, "a whole number of -127 to 127");
     return *zoom;
-}
-
-double ParseGamma(const std::string& text) {
-    const auto gamma = Whole<double>(text);
-    if (!gamma || !(*gamma > 0 && *gamma <= kMostGamma)) Refuse(text, "above 0 and up to 100");
-    return *gamma;
 }
 
 Size ParseFit(const std::string& text) {

@@ -32,7 +32,6 @@ FrameSelection ParseSpan(const std::string& text);    ///< A-B, A-, A-B:STEP
 FrameSelection ParseRanges(const std::string& text);  ///< several, or single numbers
 Area ParseArea(const std::string& text);              ///< LEFT,TOP,RIGHT,BOTTOM
 int ParseZoom(const std::string& text);               ///< -127 to 127
-double ParseGamma(const std::string& text);           ///< above 0, up to 100
 Size ParseFit(const std::string& text);               ///< WIDTHxHEIGHT
 Size ParseMontage(const std::string& text);           ///< COLUMNSxROWS
 
@@ -48,6 +47,13 @@ Value ParseName(const Names<Value, Count>& names, const std::string& text) {
         all.append(all.empty() ? "" : ", ").append(name);
     }
     throw std::invalid_argument("'" + text + "' is none of " + all);
+}
+
+template <class Value, std::size_t Count>
+const char* NameOf(const Names<Value, Count>& names, Value value) {
+    for (const auto& [name, named] : names)
+        if (named == value) return name;
+    return "";
 }
 
 inline constexpr Names<Channel, 11> kChannelNames = {{{"all", Channel::All},

@@ -7,6 +7,7 @@
 #include <iostream>
 #include <sstream>
 
+#include "apps/scene/scene.h"
 #include "first_layer.h"
 #include "manual.h"
 #include "pixel_text.h"
@@ -72,10 +73,13 @@ CLI::Option* AddNamed(CLI::App& app, const std::string& name, const std::string&
                      [&names](const std::string& text) { return ParseName(names, text); });
 }
 
-void AddInputs(CLI::App& app, Options& options, FirstLayer& first, std::vector<std::string>& arguments) {
+void AddInputs(CLI::App& app, Options& options, FirstLayer& first, std::vector<std::string>& arguments,
+               std::string& scene) {
     app.add_option("LAYER", arguments, "A picture, a stack (a folder or 'pattern*'), a video, with @OPTIONS")
         ->type_name("");
     const Group group(app, "Inputs");
+    auto* kept = app.add_option("--scene", scene, "Layers and how they are shown as FILE.pzel.json has them")
+                     ->type_name("NAME");
     auto* stack = app.add_flag("--stack", first.stack, "All files are one stack, not layers");
     AddNamed(app, "--order", "ORDER", "Of stacks: auto, position, instance, name, given", first.order,
              kOrderNames);
@@ -94,6 +98,7 @@ void AddInputs(CLI::App& app, Options& options, FirstLayer& first, std::vector<s
     app.add_flag("--as-stored", first.asStored, "Do not turn pictures upright");
     each->excludes(stack)->excludes(fields)->excludes(difference);
     stack->excludes(fields)->excludes(difference);
+    kept->excludes(stack)->excludes(fields)->excludes(difference)->excludes(each);
 }
 
 // The four ways to choose frames, of which one serves.
@@ -121,8 +126,8 @@ void AddLook(CLI::App& app, Look& look) {
     app.add_flag("--per-frame", look.perFrame, "Choose levels for each frame on its own");
     AddNamed(app, "--channel", "CHANNEL", "all, hsi, or one as grey: red, y, hue, ...", look.channel,
              kChannelNames);
-    AddNamed(app, "--curve", "CURVE", "linear, log, asinh or sqrt between the levels", look.bend,
-             kCurveNames);
+    AddParsed(app, "--curve", "CURVE", "linear, log, asinh or sqrt between the levels, or points", look.tones,
+              ParseTones);
     AddParsed(app, "--gamma", "G", "Brighten (above 1) or darken (below 1) the middle", look.gamma,
               ParseGamma);
     app.add_flag("--invert", look.invert, "Show low values white");
@@ -215,6 +220,23 @@ void SetOutput(Options& options, const Writing& writing) {
     if (writing.quality) options.writing.encode.quality = *writing.quality;
 }
 
+// Layers as a scene has them, and what else it says unless the command line says it.
+std::vector<Layer> TakeScene(const std::string& name, const std::vector<std::string>& arguments,
+                             const CLI::App& app, Options& options) {
+    if (arguments.size() != 1)
+        Refuse("--scene", "takes one LAYER, the picture beside which FILE.pzel.json stands");
+    const Scene scene = SceneFile(arguments[0]).Find(name);
+    const auto isSaid = [&](const char* option) { return app.count(option) > 0; };
+    if (!isSaid("--frame") && !isSaid("--frames") && !isSaid("--ranges") && !isSaid("--all")) {
+        options.frames = {{{scene.frame, scene.frame, 1}}, false};
+        if (!scene.ranges.empty()) options.frames = {{}, true};
+        for (const auto& [first, last] : scene.ranges) options.frames.ranges.push_back({first, last, 1});
+    }
+    if (!isSaid("--zoom")) options.zoom = scene.zoom;
+    if (!isSaid("--area")) options.area = scene.area;
+    return scene.layers;
+}
+
 std::string ManualText() {
     std::istringstream lines(kManual);
     std::string text;
@@ -232,6 +254,7 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
     FirstLayer first;
     Writing writing;
     std::vector<std::string> arguments;
+    std::string scene;
     bool manual = false;
     CLI::App app("Renders a picture, or frames of a stack or a video, or several as layers, to files.",
                  "pzel-render");
@@ -240,7 +263,7 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
     app.get_formatter()->column_width(kColumn);
     app.set_version_flag("--version", "pzel-render " PZEL_VERSION, "Tell the version");
     app.add_flag("--manual", manual, "Tell everything");
-    AddInputs(app, options, first, arguments);
+    AddInputs(app, options, first, arguments, scene);
     AddFrames(app, options.frames);
     AddLook(app, first.look);
     AddPicture(app, options, first.look, writing);
@@ -252,7 +275,8 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitStatus) {
             PrintLines(stdout, ManualText());
             return {};
         }
-        options.layers = MakeLayers(arguments, first);
+        options.layers = scene.empty() ? MakeLayers(arguments, first)
+                                       : MakeLayers(TakeScene(scene, arguments, app, options), first);
         SetOutput(options, writing);
     } catch (const CLI::Success& success) {
         std::ostringstream help;

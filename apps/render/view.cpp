@@ -186,12 +186,11 @@ void View::ShowPicture() {
     if (IsJoint()) comp.SwitchMapingMode(comp.GetNumbChannels());
     SetLevels();
     const Image& image = *comp.GetCurrentImage();
-    const bool inverted = layer.look.invert != info.lowIsWhite;
     const bool curved = GetDataType(&image) != DataBit && layer.look.IsCurved(info.lowIsWhite);
     if (layer.look.bake) {
         Bake();
     } else if (curved && !comp.GetRemapper()) {
-        auto* curve = new ToneCurve(layer.look.bend, layer.look.gamma, inverted, CurveModel(image));
+        auto* curve = new ToneCurve(layer.look.TonesOf(info.lowIsWhite), CurveModel(image));
         // It comes after the switch of the display, which it would have been told of.
         curve->SetMode(IsJoint() ? 1 : 0, 1);
         Change([&] { comp.SetRemapper(curve); });
@@ -219,8 +218,7 @@ void View::SetLevels() {
 // The data take over what the levels and the curve do to them, and are shown with their full scale.
 void View::Bake() {
     Image& image = *comp.GetCurrentImage();
-    ToneCurve curve(layer.look.bend, layer.look.gamma, layer.look.invert != info.lowIsWhite,
-                    CurveModel(image));
+    ToneCurve curve(layer.look.TonesOf(info.lowIsWhite), CurveModel(image));
     if (IsJoint()) {
         BakeJoint(image, curve);
     } else {
