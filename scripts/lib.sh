@@ -6,6 +6,8 @@ APP_PACKAGES="libcli11-dev nlohmann-json3-dev libfreetype-dev fonts-dejavu-core"
 APP_PACKAGES="$APP_PACKAGES libopenimageio-dev libcfitsio-dev libavformat-dev libavcodec-dev libswscale-dev"
 APP_PACKAGES="$APP_PACKAGES libdcmtk-dev libopenjp2-7-dev libcharls-dev"
 APP_PACKAGES="$APP_PACKAGES libtiff-dev libjpeg62-turbo-dev libisal-dev libdeflate-dev zlib1g-dev libpng-dev libgif-dev"
+# What the host with a window is built on.
+VIEW_PACKAGES="qt6-base-dev"
 TEST_PACKAGES="libgtest-dev python3"
 JUDGE_PACKAGES="python3-numpy python3-pydicom python3-gdcm python3-astropy python3-tifffile python3-pil python3-imageio python3-nibabel dcmtk libtiff-tools ffmpeg"
 

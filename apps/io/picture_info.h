@@ -2,6 +2,7 @@
 // Nothing here needs the library itself, so that readers start without it.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -52,6 +53,7 @@ struct OpenOptions {
         page;               ///< the page, image or header unit whose frames are wanted, as the format counts
     bool asStored = false;  ///< orientation marks are not followed
     bool partial = false;   ///< what is left of a damaged file is shown, with a note, instead of refused
+    const std::atomic<bool>* stop = nullptr;  ///< the host's: true gives up what is being read; may be null
 };
 
 /// What a file holds. Every frame has this size and type; frames that differ are left out, with a note.

@@ -11,7 +11,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <optional>
@@ -29,6 +32,9 @@ namespace {
 
 // Of what a reader may use of the processor: machines are busy with other things.
 constexpr double kWaitingFactor = 10;
+
+// Seconds between looks at whether the host still wants an answer.
+constexpr double kLookForStop = 0.02;
 
 class Descriptor {
   public:
@@ -91,15 +97,19 @@ class Child {
 
     bool Tell(const Message& message) const { return Send(socket.Number(), message); }
 
-    // Waits for an answer. Nothing where the program has ended, or takes too long.
-    std::optional<Message> Hear(double seconds) const {
+    // Waits for an answer. Nothing where the program has ended, takes too long, or is given up.
+    std::optional<Message> Hear(double seconds, const std::atomic<bool>* stop) const {
+        using Clock = std::chrono::steady_clock;
+        const auto end = Clock::now() + std::chrono::duration<double>(seconds);
         pollfd waiting{socket.Number(), POLLIN, 0};
-        int ready;
-        do {
-            ready = poll(&waiting, 1, static_cast<int>(std::ceil(seconds * 1e3)));
-        } while (ready < 0 && errno == EINTR);
-        if (ready < 1) return {};
-        return Receive(socket.Number());
+        for (;;) {
+            const std::chrono::duration<double> left = end - Clock::now();
+            const double patience = stop ? std::min(kLookForStop, left.count()) : left.count();
+            const int ready = poll(&waiting, 1, static_cast<int>(std::ceil(std::max(patience, 0.0) * 1e3)));
+            if (ready > 0) return Receive(socket.Number());
+            if (ready < 0 && errno != EINTR) return {};
+            if ((stop && *stop) || Clock::now() >= end) return {};
+        }
     }
 
     // Ends the program if it has not ended yet. Its status, as waitpid tells it.
@@ -193,7 +203,7 @@ class ReaderProcess final : public PictureSource {
   public:
     ReaderProcess(const std::filesystem::path& file, const FileKind& kind, const OpenOptions& options,
                   ReaderPool* programs)
-        : pool(programs) {
+        : pool(programs), stop(options.stop) {
         info.file = file;
         std::error_code unknown;
         const std::uintmax_t size = std::filesystem::file_size(file, unknown);
@@ -203,7 +213,9 @@ class ReaderProcess final : public PictureSource {
         open.Put(Ask::Open);
         open.Put(file.string());
         open.Put(kind.format);
-        open.Put(options);
+        OpenOptions sent = options;
+        sent.stop = nullptr;
+        open.Put(sent);
         program->child.Tell(open);
         Message answer = Heard(Answer::Info);
         info = answer.Take<PictureInfo>();
@@ -253,8 +265,12 @@ class ReaderProcess final : public PictureSource {
     Message HearAnything() {
         if (!program) Fail("its reader has ended");
         const double seconds = kWaitingFactor * ReaderSeconds(fileBytes, mapping.Pixels().size());
-        auto answer = program->child.Hear(seconds);
+        auto answer = program->child.Hear(seconds, stop);
         if (answer) return std::move(*answer);
+        if (stop && *stop) {
+            program.reset();
+            Fail("was given up");
+        }
         const int status = program->child.End();
         program.reset();
         Fail(WayOfEnding(status));
@@ -297,6 +313,7 @@ class ReaderProcess final : public PictureSource {
     }
 
     ReaderPool* pool;
+    const std::atomic<bool>* stop;
     std::uintmax_t fileBytes = 0;
     std::unique_ptr<ReaderProgram> program;
     Mapping mapping;

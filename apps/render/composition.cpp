@@ -17,17 +17,6 @@ std::int64_t Zoomed(int size, int zoom) {
     return static_cast<std::int64_t>((size + step - 1) / step) * std::max(zoom, 1);
 }
 
-// The least depth that shows a component as it is: colours need 24 bits, and what others shine through 8.
-int DepthOf(Comp& comp) {
-    constexpr std::uint8_t kPicture = 255;
-    const int bits = comp.ComputeBmpBits();
-    if (bits != 1) return bits;
-    const bool white =
-        comp.overlayColour == kPicture || comp.overlayColour == static_cast<std::uint8_t>(Colour::White);
-    if (!white) return 24;
-    return comp.transparency == 0 ? 1 : 8;
-}
-
 }  // namespace
 
 Area PlaceOf(const Layer& layer, const pzel_io::PictureInfo& info) {
@@ -44,6 +33,16 @@ std::optional<Area> SharedPart(const Area& one, const Area& other) {
                     std::min(one.right, other.right), std::min(one.bottom, other.bottom)};
     if (WidthOf(part) < 1 || HeightOf(part) < 1) return {};
     return part;
+}
+
+int DepthOf(Comp& comp) {
+    constexpr std::uint8_t kPicture = 255;
+    const int bits = comp.ComputeBmpBits();
+    if (bits != 1) return bits;
+    const bool white =
+        comp.overlayColour == kPicture || comp.overlayColour == static_cast<std::uint8_t>(Colour::White);
+    if (!white) return 24;
+    return comp.transparency == 0 ? 1 : 8;
 }
 
 int WidthOf(const Area& area) {

@@ -13,6 +13,9 @@ Area UnionOf(const Area& one, const Area& other);
 /// What two rectangles share; empty where that is nothing.
 std::optional<Area> SharedPart(const Area& one, const Area& other);
 
+/// The least depth that shows a component as it is: colours need 24 bits, and what others shine through 8.
+int DepthOf(Comp& comp);
+
 int WidthOf(const Area& area);
 int HeightOf(const Area& area);
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "apps/io/picture.h"
@@ -29,6 +30,10 @@ class FrameMaker {
     /// What the last frame, `made`, was before its conversion for the display; the frame itself where there
     /// was none.
     const Image& Values(const Image& made) const { return unconverted ? *unconverted : made; }
+    /// That frame itself where a copy of it is shown; null otherwise.
+    pzel_io::OwnedImage TakeValues() { return std::move(unconverted); }
+    /// The range that the file asks to be shown, of the last frame.
+    const std::optional<pzel_io::Window>& FileWindow() const { return scale.window; }
     /// Every conversion up to now: the file's on import, then those for the display.
     std::vector<std::string> Conversions() const;
 

@@ -9,8 +9,9 @@ namespace {
 
 using pzel_io::FileError;
 
-pzel_io::OpenOptions HowToOpen(const Layer& layer) {
+pzel_io::OpenOptions HowToOpen(const Layer& layer, const std::atomic<bool>* stop) {
     pzel_io::OpenOptions how;
+    how.stop = stop;
     if (layer.role == Role::Vectors) how.purpose = pzel_io::Purpose::Vectors;
     const bool byColour = layer.maskValue && layer.maskValue->rgb;
     if ((layer.role == Role::Mask || layer.role == Role::Boundary) && !byColour)
@@ -35,8 +36,8 @@ std::unique_ptr<pzel_io::PictureSource> OpenFiles(const Layer& layer, const pzel
                                   pzel_io::Strangers::LeftOut, how);
 }
 
-std::unique_ptr<pzel_io::PictureSource> Open(const Layer& layer) {
-    const pzel_io::OpenOptions how = HowToOpen(layer);
+std::unique_ptr<pzel_io::PictureSource> Open(const Layer& layer, const std::atomic<bool>* stop) {
+    const pzel_io::OpenOptions how = HowToOpen(layer, stop);
     auto source = OpenFiles(layer, how);
     if (!layer.oddField.empty())
         source = pzel_io::WeaveFields(std::move(source), pzel_io::OpenPicture(layer.oddField, how));
@@ -47,10 +48,11 @@ std::unique_ptr<pzel_io::PictureSource> Open(const Layer& layer) {
 
 }  // namespace
 
-OpenedLayer::OpenedLayer(const Layer& wishes) : layer(wishes), source(Open(layer)) {
+OpenedLayer::OpenedLayer(const Layer& wishes, const std::atomic<bool>* stop)
+    : layer(wishes), source(Open(layer, stop)) {
     if (layer.subtracted.empty()) return;
     auto subtraction =
-        std::make_unique<pzel_io::DifferenceSource>(std::move(source), Open(layer.subtracted.front()));
+        std::make_unique<pzel_io::DifferenceSource>(std::move(source), Open(layer.subtracted.front(), stop));
     difference = subtraction.get();
     source = std::move(subtraction);
 }

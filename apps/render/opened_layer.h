@@ -1,6 +1,7 @@
 // A layer with its file open, and what makes pictures of its frames.
 #pragma once
 
+#include <atomic>
 #include <memory>
 
 #include "apps/io/difference.h"
@@ -11,7 +12,8 @@
 class OpenedLayer {
   public:
     /// @throws pzel_io::FileError for files that cannot be read, or fields that do not fit together
-    explicit OpenedLayer(const Layer& layer);
+    /// @param stop may be null; set, it gives up what is being read
+    explicit OpenedLayer(const Layer& layer, const std::atomic<bool>* stop = nullptr);
 
     /// Checks the layer against its file, which frames come from then on. The part that is shown may be set
     /// before.
@@ -29,6 +31,7 @@ class OpenedLayer {
 
     const pzel_io::PictureInfo& Info() const { return source->Info(); }
     const FrameMaker& Maker() const { return *maker; }
+    FrameMaker& Maker() { return *maker; }
     /// Where the frames are the difference of two files; else null.
     const pzel_io::DifferenceSource* Difference() const { return difference; }
 

@@ -1,0 +1,12 @@
+// Menus come in the order of their first actions.
+#include "action_groups.h"
+
+namespace pzel_view {
+
+void AddActions(MainWindow& window) {
+    AddFileActions(window);
+    AddEditActions(window);
+    AddPictureActions(window);
+}
+
+}  // namespace pzel_view

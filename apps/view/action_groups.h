@@ -1,0 +1,14 @@
+// The actions of a window, a group for each menu. Each group registers its own.
+#pragma once
+
+namespace pzel_view {
+
+class MainWindow;
+
+void AddActions(MainWindow& window);
+
+void AddFileActions(MainWindow& window);
+void AddEditActions(MainWindow& window);
+void AddPictureActions(MainWindow& window);
+
+}  // namespace pzel_view
