@@ -7,6 +7,7 @@ void AddActions(MainWindow& window) {
     AddFileActions(window);
     AddEditActions(window);
     AddPictureActions(window);
+    AddTimeActions(window);
 }
 
 }  // namespace pzel_view

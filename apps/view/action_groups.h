@@ -10,5 +10,6 @@ void AddActions(MainWindow& window);
 void AddFileActions(MainWindow& window);
 void AddEditActions(MainWindow& window);
 void AddPictureActions(MainWindow& window);
+void AddTimeActions(MainWindow& window);
 
 }  // namespace pzel_view

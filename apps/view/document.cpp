@@ -19,10 +19,12 @@ Document::Document() : movie(new Movie) {
     VectorInit();
     movie->AttachObserver(this);
     connect(&reader, &FileReader::busyChanged, this, &Document::SetReading);
+    player = std::make_unique<Player>(*this);
     connect(&history, &QUndoStack::indexChanged, this, &Document::SweepFiles);
 }
 
 Document::~Document() {
+    player.reset();
     disconnect(&history, nullptr, this, nullptr);
     movie->DetachObserver(this);
     for (Comp* comp : Layers()) comp->DetachObserver(this);

@@ -22,6 +22,7 @@
 #include "file_reader.h"
 #include "frame_ring.h"
 #include "layer_state.h"
+#include "player.h"
 #include "pzel/component/comp.h"
 #include "pzel/component/frame_info.h"
 #include "pzel/component/movie.h"
@@ -124,8 +125,10 @@ class Document final : public QObject, private Observer {
     bool ShowNow(std::uint32_t frame);
     /// The frames that will be shown next, soonest first; they are read ahead as far as there is room.
     void Expect(const std::vector<std::uint32_t>& frames);
-    /// The frames that could be shown at once.
+    /// Whether a frame could be shown at once; and all of those.
+    bool IsRead(std::uint32_t frame) { return HasFrame(frame); }
     std::vector<std::uint32_t> ReadFrames() const;
+    Player& GetPlayer() { return *player; }
 
     /// A rectangle in the movie's columns and rows; empty: none.
     QRect Selection() const { return selection; }
@@ -226,6 +229,7 @@ class Document final : public QObject, private Observer {
     std::optional<Segment> profile;
     int loads = 0;  // counts openings: answers of earlier ones are dropped
     bool reading = false;
+    std::unique_ptr<Player> player;
     FileReader reader;  // last: it calls back
 };
 

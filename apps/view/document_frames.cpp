@@ -74,18 +74,22 @@ void Document::Expect(const std::vector<std::uint32_t>& frames) {
 
 // A few frames are asked for at a time, so that what is wanted meanwhile need not wait for long.
 void Document::ReadAhead() {
-    constexpr std::size_t kAtATime = 3;
-    if (wanted) return;
+    constexpr std::size_t kAtATime = 8;
+    if (wanted || asking) return;
     for (FileLayer* file : Shown()) {
+        if (file->info.frames < 2 || file->ahead.size() > kAtATime / 2) continue;
         const std::size_t room = FrameRing::Room(GetImageTotalBytes(file->comp->GetCurrentImage()));
-        std::size_t rank = 0;
-        for (const std::uint32_t frame : expected) {
-            const std::uint32_t own = OwnFrame(file->info, frame);
-            if (++rank >= room || file->ahead.size() >= kAtATime) break;
+        std::vector<std::uint32_t> missing;
+        for (std::size_t i = 0; i + 1 < std::min(room, expected.size()) && missing.size() < kAtATime; ++i) {
+            const std::uint32_t own = OwnFrame(file->info, expected[i]);
             const bool isRead = file->frame == own || file->ring.Has(own) ||
-                                std::find(file->ahead.begin(), file->ahead.end(), own) != file->ahead.end();
-            if (!isRead) Read(*file, own, Haste::Ahead);
+                                std::find(file->ahead.begin(), file->ahead.end(), own) != file->ahead.end() ||
+                                std::find(missing.begin(), missing.end(), own) != missing.end();
+            if (!isRead) missing.push_back(own);
         }
+        // Files are read forward, also where they are shown backward.
+        std::sort(missing.begin(), missing.end());
+        for (const std::uint32_t frame : missing) Read(*file, frame, Haste::Ahead);
     }
 }
 

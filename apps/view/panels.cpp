@@ -2,11 +2,24 @@
 #include "panels.h"
 
 #include "document.h"
+#include "time_panel.h"
 
 namespace pzel_view {
 
+namespace {
+
+template <class Panel>
+QWidget* Make(Document& document, QWidget* parent) {
+    return new Panel(document, parent);
+}
+
+}  // namespace
+
 const std::vector<PanelEntry>& Panels() {
-    static const std::vector<PanelEntry> panels = {};
+    static const std::vector<PanelEntry> panels = {
+        {"panel.time", "Time", "Shows or hides the time line.", Qt::CTRL | Qt::Key_T,
+         Qt::BottomDockWidgetArea, true, &Make<TimePanel>},
+    };
     return panels;
 }
 
