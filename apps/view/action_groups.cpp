@@ -7,6 +7,7 @@ void AddActions(MainWindow& window) {
     AddFileActions(window);
     AddEditActions(window);
     AddPictureActions(window);
+    AddLayerActions(window);
     AddTimeActions(window);
 }
 

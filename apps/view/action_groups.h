@@ -10,6 +10,7 @@ void AddActions(MainWindow& window);
 void AddFileActions(MainWindow& window);
 void AddEditActions(MainWindow& window);
 void AddPictureActions(MainWindow& window);
+void AddLayerActions(MainWindow& window);
 void AddTimeActions(MainWindow& window);
 
 }  // namespace pzel_view

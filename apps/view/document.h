@@ -111,6 +111,8 @@ class Document final : public QObject, private Observer {
     void AddCopy(Comp& comp, const QString& what, const LayerState& state);
     /// Moves a layer to a place among the layers, the lowest being 0.
     void MoveTo(Comp& comp, int index);
+    /// Puts all layers into another order, lowest first.
+    void Reorder(const std::vector<Comp*>& order);
     void SetRanges(const QString& what, const std::vector<Movie::FrameRange>& ranges, int gesture = 0);
     /// Sets of frames to keep and to cut.
     void SetMarks(const QString& what, const FrameInfo& marks);

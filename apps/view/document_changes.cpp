@@ -230,7 +230,11 @@ void Document::MoveTo(Comp& comp, int index) {
     std::vector<Comp*> order = Layers();
     std::erase(order, &comp);
     order.insert(order.begin() + std::clamp(index, 0, static_cast<int>(order.size())), &comp);
-    if (order != Layers()) DoOrder(tr("Move Layer"), order);
+    Reorder(order);
+}
+
+void Document::Reorder(const std::vector<Comp*>& order) {
+    if (order != Layers()) DoOrder(tr("Reorder Layers"), order);
 }
 
 void Document::Duplicate(Comp& comp) {

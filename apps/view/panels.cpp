@@ -2,6 +2,7 @@
 #include "panels.h"
 
 #include "document.h"
+#include "layers_panel.h"
 #include "time_panel.h"
 
 namespace pzel_view {
@@ -17,6 +18,8 @@ QWidget* Make(Document& document, QWidget* parent) {
 
 const std::vector<PanelEntry>& Panels() {
     static const std::vector<PanelEntry> panels = {
+        {"panel.layers", "Layers", "Shows or hides the list of layers.", Qt::CTRL | Qt::Key_1,
+         Qt::RightDockWidgetArea, true, &Make<LayersPanel>},
         {"panel.time", "Time", "Shows or hides the time line.", Qt::CTRL | Qt::Key_T,
          Qt::BottomDockWidgetArea, true, &Make<TimePanel>},
     };
