@@ -7,8 +7,10 @@ void AddActions(MainWindow& window) {
     AddFileActions(window);
     AddEditActions(window);
     AddPictureActions(window);
+    AddToolActions(window);
     AddLayerActions(window);
     AddTimeActions(window);
+    AddWindowActions(window);
 }
 
 }  // namespace pzel_view

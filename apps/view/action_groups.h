@@ -10,6 +10,9 @@ void AddActions(MainWindow& window);
 void AddFileActions(MainWindow& window);
 void AddEditActions(MainWindow& window);
 void AddPictureActions(MainWindow& window);
+void AddWindowActions(MainWindow& window);
+void AddHelpActions(MainWindow& window);
+void AddToolActions(MainWindow& window);
 void AddLayerActions(MainWindow& window);
 void AddTimeActions(MainWindow& window);
 

@@ -51,6 +51,14 @@ QAction* ActionList::Add(const ActionText& text, const std::function<void()>& sl
     return AddReady(text, action);
 }
 
+QAction* ActionList::AddIn(QWidget* widget, const ActionText& text, const std::function<void()>& slot) {
+    QAction* const action = Add(text, slot);
+    action->setShortcutContext(Qt::WidgetShortcut);
+    window->removeAction(action);
+    widget->addAction(action);
+    return action;
+}
+
 QAction* ActionList::AddSwitch(const ActionText& text, bool isOn, const std::function<void(bool)>& slot) {
     auto* action = new QAction(window);
     action->setCheckable(true);

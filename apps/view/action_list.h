@@ -32,6 +32,8 @@ class ActionList final : public QObject {
     QAction* Add(const ActionText& text, const std::function<void()>& slot);
     /// One that is on or off.
     QAction* AddSwitch(const ActionText& text, bool isOn, const std::function<void(bool)>& slot);
+    /// One whose key counts in one widget alone, since other widgets have a use for it.
+    QAction* AddIn(QWidget* widget, const ActionText& text, const std::function<void()>& slot);
     /// One that was made elsewhere, such as a dock's.
     QAction* AddReady(const ActionText& text, QAction* action);
     /// A line between what was added to a menu and what comes.

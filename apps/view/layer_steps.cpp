@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "opening.h"
 #include "pzel/bounds/histogram.h"
 
 namespace pzel_view {
@@ -29,13 +30,8 @@ pzel_io::Window UpperHalf(Document& document, Comp& comp) {
 }  // namespace
 
 void AddLayers(Document& document, QWidget* parent) {
-    std::vector<Layer> layers;
-    for (const QString& file : QFileDialog::getOpenFileNames(parent, Document::tr("Add Layers"))) {
-        Layer layer;
-        layer.argument = layer.file = file.toStdString();
-        layers.push_back(layer);
-    }
-    document.Open(layers, OpenAs::Layers);
+    document.Open(LayersOf(QFileDialog::getOpenFileNames(parent, Document::tr("Add Layers"))),
+                  OpenAs::Layers);
 }
 
 void RemoveActive(Document& document) {

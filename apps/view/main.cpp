@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include "appearance.h"
 #include "main_window.h"
 
 int main(int argc, char** argv) {
@@ -19,6 +20,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "pzel-view: %s\n", error.what());
         return 2;
     }
+    pzel_view::ApplyRemembered();
     auto* window = new pzel_view::MainWindow(std::make_shared<pzel_view::Document>());
     window->show();
     if (!layers.empty()) window->GetDocument().Open(layers, pzel_view::OpenAs::Picture);

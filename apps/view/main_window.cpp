@@ -1,28 +1,71 @@
-// Putting a window together.
+// Putting a window together, and remembering how it was left.
 #include "main_window.h"
 
+#include <QCloseEvent>
 #include <QDockWidget>
-#include <QMenuBar>
-#include <QMessageBox>
+#include <QDragEnterEvent>
+#include <QMimeData>
+#include <QSettings>
 #include <QStatusBar>
+#include <QTimer>
+#include <QVBoxLayout>
 
 #include "action_groups.h"
+#include "frame_saver.h"
+#include "message_bar.h"
+#include "opening.h"
 #include "panels.h"
+#include "status_line.h"
 
 namespace pzel_view {
 
-MainWindow::MainWindow(std::shared_ptr<Document> shown)
-    : document(std::move(shown)), picture(new PictureView(*document, this)), actions(new ActionList(this)) {
+namespace {
+
+constexpr const char* kGeometry = "window/geometry";
+constexpr const char* kLayout = "window/layout";
+constexpr int kToldTime = 5000;  // milliseconds
+
+}  // namespace
+
+MainWindow::MainWindow(std::shared_ptr<Document> shown) : document(std::move(shown)) {
     setAttribute(Qt::WA_DeleteOnClose);
-    setCentralWidget(picture);
+    setAcceptDrops(true);
+    setDockOptions(AnimatedDocks | AllowNestedDocks | AllowTabbedDocks | VerticalTabs);
+    auto* middle = new QWidget(this);
+    picture = new PictureView(*document, middle);
+    messages = new MessageBar(middle);
+    auto* all = new QVBoxLayout(middle);
+    all->setContentsMargins(0, 0, 0, 0);
+    all->setSpacing(0);
+    all->addWidget(messages);
+    all->addWidget(picture, 1);
+    setCentralWidget(middle);
+    saver = new FrameSaver(*document, *picture);
+    actions = new ActionList(this);
     AddActions(*this);
     AddPanels();
-    connect(document.get(), &Document::failed, this,
-            [this](const QString& reason) { statusBar()->showMessage(reason); });
+    AddHelpActions(*this);
+    new StatusLine(*document, *picture, *saver, *statusBar());
+    connect(document.get(), &Document::failed, messages, &MessageBar::Show);
+    connect(saver, &FrameSaver::failed, messages, &MessageBar::Show);
+    connect(saver, &FrameSaver::finished, this,
+            [this](const QString& what) { statusBar()->showMessage(what, kToldTime); });
     connect(document.get(), &Document::opened, this, &MainWindow::ShowTitle);
+    connect(document.get(), &Document::opened, messages, &QWidget::hide);
     ShowTitle();
-    statusBar()->show();
-    resize(1200, 800);
+    resize(1280, 860);
+    firstLayout = saveState();
+    const QSettings settings;
+    restoreGeometry(settings.value(kGeometry).toByteArray());
+    restoreState(settings.value(kLayout).toByteArray());
+    picture->setFocus();
+}
+
+MainWindow::~MainWindow() {
+    // What shows the document goes before the document does.
+    qDeleteAll(findChildren<QDockWidget*>());
+    setStatusBar(nullptr);
+    delete takeCentralWidget();
 }
 
 void MainWindow::ShowTitle() {
@@ -40,6 +83,38 @@ void MainWindow::AddPanels() {
         actions->AddReady({entry.id, "Window", entry.title, entry.key, entry.toolTip},
                           dock->toggleViewAction());
     }
+}
+
+MainWindow* MainWindow::NewView() {
+    auto* other = new MainWindow(document);
+    other->move(pos() + QPoint(40, 40));
+    other->Picture().Fit();
+    other->show();
+    return other;
+}
+
+void MainWindow::ResetLayout() {
+    restoreState(firstLayout);
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    QSettings settings;
+    settings.setValue(kGeometry, saveGeometry());
+    settings.setValue(kLayout, saveState());
+    event->accept();
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (event->mimeData()->hasUrls()) event->acceptProposedAction();
+}
+
+// The drag ends before anybody is asked what the files are.
+void MainWindow::dropEvent(QDropEvent* event) {
+    QStringList files;
+    for (const QUrl& url : event->mimeData()->urls())
+        if (url.isLocalFile()) files << url.toLocalFile();
+    event->acceptProposedAction();
+    QTimer::singleShot(0, this, [this, files] { OpenFiles(*document, files, this); });
 }
 
 }  // namespace pzel_view

@@ -1,5 +1,5 @@
 // A window: the picture in the middle, panels around it, and the list of what can be done. It owns nothing of
-// the document; a second window shows the same one.
+// the document, which lives as long as one of its windows.
 #pragma once
 
 #include <QMainWindow>
@@ -11,15 +11,31 @@
 
 namespace pzel_view {
 
+class FrameSaver;
+class MessageBar;
+
 class MainWindow final : public QMainWindow {
     Q_OBJECT
 
   public:
     explicit MainWindow(std::shared_ptr<Document> document);
+    ~MainWindow() override;
 
     Document& GetDocument() { return *document; }
     PictureView& Picture() { return *picture; }
     ActionList& Actions() { return *actions; }
+    FrameSaver& Saver() { return *saver; }
+    MessageBar& Messages() { return *messages; }
+
+    /// Another window on the same document.
+    MainWindow* NewView();
+    /// Panels as they were at first.
+    void ResetLayout();
+
+  protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
   private:
     void AddPanels();
@@ -27,7 +43,10 @@ class MainWindow final : public QMainWindow {
 
     std::shared_ptr<Document> document;
     PictureView* picture;
+    MessageBar* messages;
+    FrameSaver* saver;
     ActionList* actions;
+    QByteArray firstLayout;
 };
 
 }  // namespace pzel_view

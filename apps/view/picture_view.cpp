@@ -13,11 +13,15 @@
 #include <cstdlib>
 #include <utility>
 
+#include "picture_marks.h"
+#include "picture_tools.h"
+
 namespace pzel_view {
 
 namespace {
 
 constexpr int kSmallest = -127, kLargest = 127;
+constexpr int kFlickerTime = 400;  // milliseconds
 
 bool IsTraced() {
     static const bool traced = qEnvironmentVariableIsSet("PZEL_TRACE");
@@ -46,6 +50,16 @@ PictureView::PictureView(Document& shown, QWidget* parent) : QWidget(parent), do
     setMinimumSize(160, 120);
     setObjectName("picture");
     setAccessibleName(tr("Picture"));
+    tools = new PictureTools(document, *this);
+    flicker.setInterval(kFlickerTime);
+    connect(&flicker, &QTimer::timeout, this, [this] {
+        isOthersTurn = !isOthersTurn;
+        ShowAnew();
+    });
+    const auto repaint = [this] { update(); };
+    connect(&document, &Document::selectionChanged, this, repaint);
+    connect(&document, &Document::profileChanged, this, repaint);
+    connect(&document, &Document::activeChanged, this, &PictureView::ShowAnew);
     connect(&seen, &SeenMovie::changed, this, &PictureView::ShowAnew);
     connect(&document, &Document::opened, this, &PictureView::Fit);
 }
@@ -108,6 +122,12 @@ void PictureView::Pan(double right, double down) {
     Settle();
 }
 
+void PictureView::PanBy(const QPointF& by) {
+    isFitted = false;
+    corner -= by / Scale();
+    Settle();
+}
+
 // The picture stays in the window, and in its middle where it is smaller.
 void PictureView::Settle() {
     const QRectF extent = document.Extent();
@@ -154,30 +174,104 @@ void PictureView::ShowAnew() {
 }
 
 void PictureView::paintEvent(QPaintEvent*) {
-    using Clock = std::chrono::steady_clock;
     QPainter painter(this);
     painter.fillRect(rect(), palette().color(QPalette::Dark));
     QRect area = VisibleArea();
-    if (area.isEmpty()) return;
+    if (area.isEmpty()) return PaintInvitation(painter);
     if (zoom < 0) {
         area.setLeft(FloorTo(area.left(), -zoom));
         area.setTop(FloorTo(area.top(), -zoom));
     }
-    const bool isDrawn = !isOld && area == drawnArea;
-    if (!isDrawn) {
+    comparison != Comparison::None&& OtherLayer() ? DrawCompared(painter, area) : DrawPicture(painter, area);
+    PaintPixels(painter, *this, document);
+    PaintSelection(painter, *this, document, *tools);
+    PaintWipe(painter, *this);
+}
+
+void PictureView::PaintInvitation(QPainter& painter) const {
+    if (!document.IsEmpty()) return;
+    painter.setPen(palette().color(QPalette::BrightText));
+    painter.drawText(rect(), Qt::AlignCenter, tr("Drop pictures or videos here, or open them with Ctrl+O"));
+}
+
+void PictureView::DrawPicture(QPainter& painter, const QRect& area) {
+    if (std::exchange(isOld, false) || area != drawnArea) {
         drawn = seen.Draw(area, zoom);
         drawnArea = area;
-        isOld = false;
+        mapping = seen.MappingTime();
+        composing = seen.ComposingTime();
     }
+    PaintDrawn(painter, area);
+}
+
+void PictureView::PaintDrawn(QPainter& painter, const QRect& area) {
+    using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
     QImage image = AsImage(drawn);
     image.setDevicePixelRatio(devicePixelRatioF());
     painter.drawImage(PlaceOf(area.topLeft()), image);
-    if (IsTraced()) {
-        const std::chrono::duration<double, std::milli> painting = Clock::now() - start;
-        std::fprintf(stderr, "pzel-view: repaint: mapping %.2f ms, composing %.2f ms, painting %.2f ms\n",
-                     isDrawn ? 0 : seen.MappingTime(), isDrawn ? 0 : seen.ComposingTime(), painting.count());
+    if (!IsTraced()) return;
+    const std::chrono::duration<double, std::milli> painting = Clock::now() - start;
+    std::fprintf(stderr, "pzel-view: repaint: mapping %.2f ms, composing %.2f ms, painting %.2f ms\n",
+                 std::exchange(mapping, 0), std::exchange(composing, 0), painting.count());
+}
+
+// Two pictures share one bitmap, so that each is painted as soon as it is drawn.
+void PictureView::DrawCompared(QPainter& painter, const QRect& area) {
+    const auto paint = [&](Comp& layer, const QRectF& part) {
+        drawn = seen.DrawAlone(area, zoom, layer);
+        mapping = seen.MappingTime();
+        composing = seen.ComposingTime();
+        painter.setClipRect(part);
+        PaintDrawn(painter, area);
+        painter.setClipping(false);
+    };
+    Comp& active = *document.Active();
+    Comp& other = *OtherLayer();
+    if (comparison == Comparison::Flicker) {
+        paint(isOthersTurn ? other : active, rect());
+    } else {
+        const double place = *WipePlace();
+        paint(other, QRectF(0, 0, place, height()));
+        paint(active, QRectF(place, 0, width() - place, height()));
     }
+    isOld = true;  // what is drawn is not the whole
+}
+
+Comp* PictureView::OtherLayer() {
+    const std::vector<Comp*> layers = document.Layers();
+    if (layers.size() < 2) return nullptr;
+    const int active = document.Active()->GetIndex();
+    return layers[static_cast<std::size_t>(active > 0 ? active - 1 : 1)];
+}
+
+void PictureView::Compare(Comparison how) {
+    comparison = how;
+    isOthersTurn = false;
+    how == Comparison::Flicker ? flicker.start() : flicker.stop();
+    ShowAnew();
+}
+
+std::optional<double> PictureView::WipePlace() const {
+    if (comparison != Comparison::Wipe) return {};
+    return std::round(wipe * width());
+}
+
+void PictureView::SetWipe(double place) {
+    wipe = std::clamp(place / width(), 0.0, 1.0);
+    update();
+}
+
+int PictureView::LightnessAt(const QPoint& pixel) const {
+    if (!drawn.pixels || zoom < 1) return 0;
+    const QPoint place = (pixel - drawnArea.topLeft()) * zoom + QPoint(zoom / 2, zoom / 2);
+    const QImage image = AsImage(drawn);
+    return image.valid(place) ? qGray(image.pixel(place)) : 0;
+}
+
+QImage PictureView::Picture(const QRect& area, int ofZoom) {
+    isOld = true;
+    return AsImage(seen.Draw(area, ofZoom)).copy();
 }
 
 void PictureView::resizeEvent(QResizeEvent*) {
@@ -191,24 +285,11 @@ void PictureView::wheelEvent(QWheelEvent* event) {
     event->accept();
 }
 
-void PictureView::mousePressEvent(QMouseEvent* event) {
-    if (event->button() == Qt::LeftButton || event->button() == Qt::MiddleButton) dragged = event->position();
-}
-
 void PictureView::mouseMoveEvent(QMouseEvent* event) {
     const QPoint pixel = PixelAt(event->position());
     hovered.reset();
     if (document.Extent().contains(pixel)) hovered = pixel;
     emit hoveredChanged();
-    if (!dragged) return;
-    isFitted = false;
-    corner -= (event->position() - *dragged) / Scale();
-    dragged = event->position();
-    Settle();
-}
-
-void PictureView::mouseReleaseEvent(QMouseEvent*) {
-    dragged.reset();
 }
 
 void PictureView::leaveEvent(QEvent*) {

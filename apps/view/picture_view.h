@@ -4,8 +4,10 @@
 // pixel.
 #pragma once
 
+#include <QImage>
 #include <QPointF>
 #include <QRect>
+#include <QTimer>
 #include <QWidget>
 #include <optional>
 
@@ -13,6 +15,8 @@
 #include "seen_movie.h"
 
 namespace pzel_view {
+
+class PictureTools;
 
 class PictureView final : public QWidget {
     Q_OBJECT
@@ -32,6 +36,8 @@ class PictureView final : public QWidget {
     void CentreOn(const QPointF& place);
     /// Moves the part that is shown by parts of its size.
     void Pan(double right, double down);
+    /// Moves the picture by widget pixels.
+    void PanBy(const QPointF& by);
 
     /// The columns and rows that are to be seen, as far as there is a picture.
     QRect VisibleArea() const;
@@ -43,6 +49,24 @@ class PictureView final : public QWidget {
     double Scale() const;
     /// The pixel under the pointer.
     std::optional<QPoint> Hovered() const { return hovered; }
+
+    /// How light the pixel is that is shown: 0 to 255.
+    int LightnessAt(const QPoint& pixel) const;
+
+    PictureTools& Tools() { return *tools; }
+
+    /// The active layer beside the one below it, each alone: on both sides of a line that can be dragged, or
+    /// one after the other.
+    enum class Comparison { None, Wipe, Flicker };
+    void Compare(Comparison how);
+    Comparison Comparing() const { return comparison; }
+    /// Where the line is, in widget pixels from the left; nothing without one.
+    std::optional<double> WipePlace() const;
+    void SetWipe(double place);
+
+    /// What stands in the movie at its own size, or what is shown of it; the bits are shared with nobody.
+    QImage Picture(const QRect& area, int ofZoom);
+    SeenMovie& Seen() { return seen; }
 
     static int Larger(int zoom);
     static int Smaller(int zoom);
@@ -57,13 +81,16 @@ class PictureView final : public QWidget {
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
-    void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
-    void mouseReleaseEvent(QMouseEvent* event) override;
     void leaveEvent(QEvent* event) override;
 
   private:
     void ShowAnew();
+    void DrawPicture(QPainter& painter, const QRect& area);
+    void DrawCompared(QPainter& painter, const QRect& area);
+    void PaintDrawn(QPainter& painter, const QRect& area);
+    void PaintInvitation(QPainter& painter) const;
+    Comp* OtherLayer();
     void Settle();
     int FittingZoom() const;
     QSizeF SizeInPixels() const;
@@ -74,10 +101,16 @@ class PictureView final : public QWidget {
     bool isFitted = true;
     QPointF corner;  // the place in the movie at the widget's top left corner
     std::optional<QPoint> hovered;
-    std::optional<QPointF> dragged;
+    PictureTools* tools;
+    Comparison comparison = Comparison::None;
+    double wipe = 0.5;  // the part of the width that is left of the line
+    QTimer flicker;
+    bool isOthersTurn = false;  // the lower layer's turn
     bool isOld = true;
     QRect drawnArea;
     ShownBitmap drawn{};
+    double mapping = 0;  // milliseconds of the last drawing
+    double composing = 0;
 };
 
 }  // namespace pzel_view

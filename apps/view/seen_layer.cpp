@@ -138,8 +138,9 @@ void SeenLayer::DrawArrowsAsLines() {
     SetCompMSType(comp.get(), GetImageType(comp->GetCurrentImage()));
 }
 
-bool SeenLayer::Map(const QRect& area, int zoom) {
-    if (!source.IsVisible() || !source.GetCurrentImage()->data) return false;
+bool SeenLayer::Map(const QRect& area, int zoom, Company company) {
+    const bool isShown = company == Company::Alone || source.IsVisible();
+    if (!isShown || !source.GetCurrentImage()->data) return false;
     const SRect place = source.GetCompExtent();
     const QRect visible = QRect(QPoint(place.left, place.top), QPoint(place.right, place.bottom)) & area;
     if (visible.isEmpty()) return false;
@@ -172,7 +173,7 @@ bool SeenLayer::Map(const QRect& area, int zoom) {
     isImageOld = false;
     comp->x = static_cast<std::int16_t>(isShrunk ? FloorDivide(x + part.left(), step) : x);
     comp->y = static_cast<std::int16_t>(isShrunk ? FloorDivide(y + part.top(), step) : y);
-    comp->transparency = source.transparency;
+    comp->transparency = company == Company::Alone ? std::uint8_t{0} : source.transparency;
     comp->overlayColour = source.overlayColour;
     const auto channel = static_cast<std::uint16_t>(source.flagsA & CompChannelMask);
     if (channel != (comp->flagsA & CompChannelMask)) {

@@ -28,8 +28,11 @@ class SeenLayer {
     /// Other levels or another curve.
     void ForgetBitmap() { isBitmapOld = true; }
 
+    /// Whether a layer is shown as it is set to, or alone: opaque, hidden or not.
+    enum class Company { Others, Alone };
+
     /// Maps what is visible of the layer in a rectangle of the movie; false where nothing is.
-    bool Map(const QRect& area, int zoom);
+    bool Map(const QRect& area, int zoom, Company company = Company::Others);
     /// Draws what was mapped last.
     void Compose(const BitmapDestination& destination, const QRect& area, int zoom, int bits);
     /// The least depth that shows it.

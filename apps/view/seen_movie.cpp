@@ -60,13 +60,26 @@ const ShownBitmap& SeenMovie::Draw(const QRect& area, int zoom) {
     for (Comp* comp : document.Layers())
         if (SeenLayer* const layer = layers.at(comp).get(); layer->Map(area, zoom)) shown.push_back(layer);
     mapping = MillisecondsSince(start);
-    const Clock::time_point mapped = Clock::now();
+    ComposeAll(shown, area, zoom);
+    return bitmap;
+}
+
+const ShownBitmap& SeenMovie::DrawAlone(const QRect& area, int zoom, Comp& layer) {
+    const Clock::time_point start = Clock::now();
+    SeenLayer* const seen = layers.at(&layer).get();
+    const bool isThere = seen->Map(area, zoom, SeenLayer::Company::Alone);
+    mapping = MillisecondsSince(start);
+    ComposeAll(isThere ? std::vector<SeenLayer*>{seen} : std::vector<SeenLayer*>(), area, zoom);
+    return bitmap;
+}
+
+void SeenMovie::ComposeAll(const std::vector<SeenLayer*>& shown, const QRect& area, int zoom) {
+    const Clock::time_point start = Clock::now();
     Start(shown, area, zoom);
     for (SeenLayer* layer : shown)
         layer->Compose({pixels.data(), bitmap.rowBytes, bitmap.width, bitmap.height}, area, zoom,
                        bitmap.bits);
-    composing = MillisecondsSince(mapped);
-    return bitmap;
+    composing = MillisecondsSince(start);
 }
 
 }  // namespace pzel_view

@@ -25,6 +25,9 @@ class SeenMovie final : public QObject {
     /// pixel. A shrunk one starts at multiples of that. The bitmap stays until the next drawing; its rows are
     /// 4-byte aligned.
     const ShownBitmap& Draw(const QRect& area, int zoom);
+    /// The same with one layer alone and opaque, hidden or not.
+    const ShownBitmap& DrawAlone(const QRect& area, int zoom, Comp& layer);
+
     /// Milliseconds of the last drawing: mapping values, and putting layers together.
     double MappingTime() const { return mapping; }
     double ComposingTime() const { return composing; }
@@ -35,6 +38,7 @@ class SeenMovie final : public QObject {
 
   private:
     void Follow();
+    void ComposeAll(const std::vector<SeenLayer*>& shown, const QRect& area, int zoom);
     void Start(const std::vector<SeenLayer*>& shown, const QRect& area, int zoom);
 
     Document& document;

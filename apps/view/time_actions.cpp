@@ -61,8 +61,11 @@ void AddTimeActions(MainWindow& window) {
     const auto add = [&](const ActionText& text, const std::function<void()>& slot) {
         moving.push_back(actions.Add(text, slot));
     };
-    add({"time.play", "Time", "&Play or Pause", Qt::Key_Space, "Plays the selected frames, or stops."},
-        [&player] { player.Toggle(); });
+    // Space presses buttons, too.
+    moving.push_back(actions.AddIn(
+        &window.Picture(),
+        {"time.play", "Time", "&Play or Pause", Qt::Key_Space, "Plays the selected frames, or stops."},
+        [&player] { player.Toggle(); }));
     add({"time.on", "Time", "&Next Frame", Qt::Key_Period, "Goes on by one selected frame."},
         [&player] { player.Step(1); });
     add({"time.back", "Time", "P&revious Frame", Qt::Key_Comma, "Goes back by one selected frame."},
