@@ -7,7 +7,7 @@ void AddActions(MainWindow& window) {
     AddFileActions(window);
     AddEditActions(window);
     AddPictureActions(window);
-    AddToolActions(window);
+    AddMouseActions(window);
     AddLayerActions(window);
     AddTimeActions(window);
     AddWindowActions(window);

@@ -12,7 +12,7 @@ void AddEditActions(MainWindow& window);
 void AddPictureActions(MainWindow& window);
 void AddWindowActions(MainWindow& window);
 void AddHelpActions(MainWindow& window);
-void AddToolActions(MainWindow& window);
+void AddMouseActions(MainWindow& window);
 void AddLayerActions(MainWindow& window);
 void AddTimeActions(MainWindow& window);
 

@@ -35,6 +35,7 @@ QMenu* ActionList::MenuOf(const QString& name) {
 QAction* ActionList::AddReady(const ActionText& text, QAction* action) {
     action->setObjectName(text.id);
     action->setText(tr(text.text));
+    action->setIconText(tr(text.text).remove('&').remove(QString::fromUtf8("…")));
     action->setToolTip(tr(text.toolTip));
     action->setStatusTip(tr(text.toolTip));
     if (!text.key.isEmpty()) action->setShortcut(text.key);

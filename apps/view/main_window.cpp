@@ -8,6 +8,7 @@
 #include <QSettings>
 #include <QStatusBar>
 #include <QTimer>
+#include <QToolBar>
 #include <QVBoxLayout>
 
 #include "action_groups.h"
@@ -44,6 +45,7 @@ MainWindow::MainWindow(std::shared_ptr<Document> shown) : document(std::move(sho
     actions = new ActionList(this);
     AddActions(*this);
     AddPanels();
+    AddToolBar();
     AddHelpActions(*this);
     new StatusLine(*document, *picture, *saver, *statusBar());
     connect(document.get(), &Document::failed, messages, &MessageBar::Show);
@@ -83,6 +85,25 @@ void MainWindow::AddPanels() {
         actions->AddReady({entry.id, "Window", entry.title, entry.key, entry.toolTip},
                           dock->toggleViewAction());
     }
+}
+
+// What people look for first, in words.
+void MainWindow::AddToolBar() {
+    QToolBar* const bar = addToolBar(tr("Tools"));
+    bar->setObjectName("toolbar");
+    bar->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    const QList<QStringList> groups = {{"file.open", "file.save"},
+                                       {"edit.undo", "edit.redo"},
+                                       {"view.fit", "view.one", "view.in", "view.out"},
+                                       {"tool.pan", "tool.select", "tool.crop", "tool.move", "tool.profile"},
+                                       {"view.wipe", "view.flicker"}};
+    for (const QStringList& group : groups) {
+        for (const QString& id : group) bar->addAction(actions->Find(id));
+        bar->addSeparator();
+    }
+    actions->AddReady(
+        {"window.toolbar", "Window", "&Toolbar", Qt::CTRL | Qt::Key_0, "Shows or hides the toolbar."},
+        bar->toggleViewAction());
 }
 
 MainWindow* MainWindow::NewView() {

@@ -39,6 +39,7 @@ class MainWindow final : public QMainWindow {
 
   private:
     void AddPanels();
+    void AddToolBar();
     void ShowTitle();
 
     std::shared_ptr<Document> document;

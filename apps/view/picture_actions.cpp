@@ -101,7 +101,7 @@ void AddPictureActions(MainWindow& window) {
     AddComparisons(window);
 }
 
-void AddToolActions(MainWindow& window) {
+void AddMouseActions(MainWindow& window) {
     struct Entry {
         Tool tool;
         ActionText text;
