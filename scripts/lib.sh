@@ -9,6 +9,10 @@ APP_PACKAGES="$APP_PACKAGES libtiff-dev libjpeg62-turbo-dev libisal-dev libdefla
 # What the host with a window is built on.
 VIEW_PACKAGES="qt6-base-dev"
 TEST_PACKAGES="libgtest-dev python3"
+# The Python package: what it is built with, and what its tests use. Debian's Python, whatever else is on PATH.
+PYTHON=/usr/bin/python3
+PYTHON_PACKAGES="python3-dev pybind11-dev python3-numpy"
+PYTHON_TEST_PACKAGES="python3-pytest mypy python3-pil"
 JUDGE_PACKAGES="python3-numpy python3-pydicom python3-gdcm python3-astropy python3-tifffile python3-pil python3-imageio python3-nibabel dcmtk libtiff-tools ffmpeg"
 
 # Runs a command as root: directly, or through sudo. Ends the script where neither is possible.
