@@ -11,7 +11,6 @@
 #include "apps/io/pixel_values.h"
 #include "pzel/bounds/black_white.h"
 #include "pzel/bounds/bounds.h"
-#include "pzel/bounds/histogram.h"
 
 namespace {
 
@@ -62,20 +61,6 @@ ImageDataType ChannelType(const Image& image, int channel) {
         GetTrueDataType(IsYuv(image), image.channels, channel, GetDataType(&image)));
 }
 
-// A range of one value is moved apart: by one, or by what a float of that size can tell.
-Window Widened(double low, double high) {
-    constexpr double kFloatStep = 1e-6;
-    return {low, high > low ? high : low + std::max(1.0, std::abs(low) * kFloatStep)};
-}
-
-Window PercentRange(const Image& image, int stored, double percent) {
-    const ValueRanks values(&image, {stored});
-    const std::uint64_t count = values.GetCount();
-    if (count == 0) return {0, 1};
-    const std::uint64_t clipped = RankOfPercent(percent, count);
-    return Widened(values.GetValue(clipped), values.GetValue(count - 1 - clipped));
-}
-
 // Whether there is a value that is not a number or infinite. Only floats have such.
 bool HasNonFinite(const Image& image) {
     if (GetDataType(&image) != DataFloat) return false;
@@ -103,7 +88,7 @@ class Chooser {
                 if (!scale.window) throw FileError(file, "has no window of its own (--levels file)");
                 return *scale.window;
             case LevelSpec::Kind::Given: return {spec.low, spec.high};
-            case LevelSpec::Kind::Percent: return Moved(PercentRange(image, stored, spec.percent));
+            case LevelSpec::Kind::Percent: return Moved(PercentRange(image, ImagePart{stored}, spec.percent));
         }
         return {};
     }
@@ -165,8 +150,25 @@ Window FullRange(ImageSubType model, ImageDataType type, int channel) {
     return {full.black, full.white};
 }
 
+Window Widened(double low, double high) {
+    constexpr double kFloatStep = 1e-6;
+    return {low, high > low ? high : low + std::max(1.0, std::abs(low) * kFloatStep)};
+}
+
+Window PercentRange(const Image& image, const ImagePart& part, double percent) {
+    const ValueRanks values(&image, part);
+    const std::uint64_t count = values.GetCount();
+    if (count == 0) return {0, 1};
+    const std::uint64_t clipped = RankOfPercent(percent, count);
+    return Widened(values.GetValue(clipped), values.GetValue(count - 1 - clipped));
+}
+
 Window ValueRange(const Image& image, int stored) {
-    const ValueStatistics values = ComputeStatistics(&image, {stored});
+    return ValueRange(image, ImagePart{stored});
+}
+
+Window ValueRange(const Image& image, const ImagePart& part) {
+    const ValueStatistics values = ComputeStatistics(&image, part);
     if (values.count == 0) return {0, 1};
     return Widened(values.minimum, values.maximum);
 }

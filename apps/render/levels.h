@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "apps/io/picture.h"
+#include "pzel/bounds/histogram.h"
 #include "pzel/component/comp.h"
 
 /// One setting of --levels.
@@ -38,8 +39,14 @@ struct ValueScale {
 
 /// The range of all values of an element type, of one channel of a colour model.
 pzel_io::Window FullRange(ImageSubType model, ImageDataType type, int channel);
-/// The range of the finite values of a stored channel, or of all (AllChannels).
+/// The range of the finite values of a stored channel, or of all (AllChannels), or of a part of them. One
+/// value alone gets some room.
 pzel_io::Window ValueRange(const Image& image, int stored);
+pzel_io::Window ValueRange(const Image& image, const ImagePart& part);
+/// The same without a percentage of the values at each end.
+pzel_io::Window PercentRange(const Image& image, const ImagePart& part, double percent);
+/// A range of one value moved apart: by one, or by what a float of that size can tell.
+pzel_io::Window Widened(double low, double high);
 
 /// Chooses the levels of an image, in the picture's values. Without a spec: the file's own window, else the
 /// computed bound. One spec serves all channels together (of a luminance picture: the luminance), several

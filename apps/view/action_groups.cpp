@@ -9,6 +9,7 @@ void AddActions(MainWindow& window) {
     AddPictureActions(window);
     AddMouseActions(window);
     AddLayerActions(window);
+    AddToolActions(window);
     AddTimeActions(window);
     AddWindowActions(window);
 }

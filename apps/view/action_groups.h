@@ -14,6 +14,7 @@ void AddWindowActions(MainWindow& window);
 void AddHelpActions(MainWindow& window);
 void AddMouseActions(MainWindow& window);
 void AddLayerActions(MainWindow& window);
+void AddToolActions(MainWindow& window);
 void AddTimeActions(MainWindow& window);
 
 }  // namespace pzel_view

@@ -138,7 +138,13 @@ class Document final : public QObject, private Observer {
     std::optional<Segment> Profile() const { return profile; }
     void SetProfile(const std::optional<Segment>& line);
 
+    /// The zoom of the window that changed it last, and the wish that windows show another.
+    int ShownZoom() const { return shownZoom; }
+    void NoteZoom(int zoom) { shownZoom = zoom; }
+    void WishZoom(int zoom) { emit zoomWished(zoom); }
+
   signals:
+    void zoomWished(int zoom);
     /// Another movie stands there.
     void opened();
     /// Layers came, went or changed places.
@@ -229,6 +235,7 @@ class Document final : public QObject, private Observer {
     std::vector<std::uint32_t> expected;
     QRect selection;
     std::optional<Segment> profile;
+    int shownZoom = 1;
     int loads = 0;  // counts openings: answers of earlier ones are dropped
     bool reading = false;
     std::unique_ptr<Player> player;

@@ -82,6 +82,9 @@ void MainWindow::AddPanels() {
         dock->setWidget(entry.make(*document, dock));
         addDockWidget(entry.area, dock);
         dock->setVisible(entry.isShown);
+        auto* const before = entry.behind ? findChild<QDockWidget*>(entry.behind) : nullptr;
+        if (before) tabifyDockWidget(before, dock);
+        if (before) before->raise();
         actions->AddReady({entry.id, "Window", entry.title, entry.key, entry.toolTip},
                           dock->toggleViewAction());
     }

@@ -20,6 +20,7 @@ struct PanelEntry {
     Qt::DockWidgetArea area;
     bool isShown;  ///< at first
     QWidget* (*make)(Document& document, QWidget* parent);
+    const char* behind = nullptr;  ///< the panel whose place it shares at first
 };
 
 const std::vector<PanelEntry>& Panels();

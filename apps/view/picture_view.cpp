@@ -62,6 +62,8 @@ PictureView::PictureView(Document& shown, QWidget* parent) : QWidget(parent), do
     connect(&document, &Document::activeChanged, this, &PictureView::ShowAnew);
     connect(&seen, &SeenMovie::changed, this, &PictureView::ShowAnew);
     connect(&document, &Document::opened, this, &PictureView::Fit);
+    connect(this, &PictureView::zoomChanged, &document, &Document::NoteZoom);
+    connect(&document, &Document::zoomWished, this, [this](int wished) { SetZoom(wished); });
 }
 
 int PictureView::Larger(int zoom) {

@@ -1,0 +1,292 @@
+// Levels, curves, channels and scenes by hand: pictures that are not what the library makes of the same
+// settings, levels that hot pixels or frames pull along, scenes and commands that show something else.
+#include <QComboBox>
+#include <QDoubleSpinBox>
+#include <QListWidget>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTableWidget>
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <limits>
+
+#include "apps/io/picture_writer.h"
+#include "apps/io/png_encoder.h"
+#include "apps/scene/command.h"
+#include "apps/view/curve_editor.h"
+#include "apps/view/histogram_plot.h"
+#include "apps/view/number_edit.h"
+#include "apps/view/scene_keeping.h"
+#include "apps/view/seen_movie.h"
+#include "window.h"
+
+namespace {
+
+using pzel_view::CurveEditor;
+using pzel_view::HistogramPlot;
+using pzel_view::NumberEdit;
+
+template <class T>
+Pixels<T> AnyPixels(std::mt19937& random, int width, int height, int channels, double low, double high) {
+    Pixels<T> pixels(width, height, channels);
+    std::normal_distribution<> value((low + high) / 2, (high - low) / 6);
+    for (T& v : pixels.values) v = static_cast<T>(std::clamp(value(random), low, high));
+    return pixels;
+}
+
+class ToolsTest : public WindowTest {
+  protected:
+    /// Writes a picture and opens it.
+    template <class T>
+    void Show(const std::string& name, const std::vector<Pixels<T>>& frames) {
+        WritePicture<T>(Path(name), frames);
+        Open({Path(name)});
+    }
+
+    /// Files of the displayed picture: as the window saves it, as the copied command makes it.
+    void ExpectCommandMakesPicture(int zoom) {
+        const Scene scene = pzel_view::SceneOf(*document, "now", zoom);
+        const std::string file = Path("command.png");
+        const auto arguments = RenderArguments(scene, Frames::Current, file);
+        const Outcome run = Shell(ShellCommand(PZEL_RENDER, arguments));
+        ASSERT_EQ(run.status, 0) << run.err;
+        pzel_view::SeenMovie seen(*document);
+        const ShownBitmap& bitmap = seen.Draw(document->Extent(), zoom);
+        std::string saved;
+        for (const auto& part : pzel_io::EncodePng(pzel_io::AsFilePicture(bitmap), {}))
+            saved.append(part.begin(), part.end());
+        EXPECT_TRUE(ReadBytes(file) == saved) << ShellCommand("pzel-render", arguments);
+    }
+};
+
+TEST_F(ToolsTest, DraggedLevelsShowTheLibrarysBitmap) {
+    Show<std::uint16_t>("words.tif", {AnyPixels<std::uint16_t>(random, 210, 130, 1, 900, 5100)});
+    auto& plot = Find<HistogramPlot>("levels.plot0");
+    const pzel_io::Window before = State().levels[0];
+    const QPoint white(plot.PlaceOf(before.high), plot.height() / 2);
+    Drag(plot, white, white - QPoint(60, 0));
+    const pzel_io::Window after = State().levels[0];
+    EXPECT_LT(after.high, before.high);
+    EXPECT_EQ(after.low, before.low);
+    EXPECT_EQ(Find<NumberEdit>("levels.white0").text().toDouble(), after.high);
+    EXPECT_EQ(Painted(), Mapped());
+    ExpectCommandMakesPicture(1);
+
+    auto& black = Find<NumberEdit>("levels.black0");
+    black.setFocus();
+    black.selectAll();
+    QTest::keyClicks(&black, "2000");
+    QTest::keyClick(&black, Qt::Key_Return);
+    EXPECT_EQ(State().levels[0].low, 2000);
+    EXPECT_EQ(Painted(), Mapped());
+    // A drag is one step back, however many moves it had.
+    document->History().undo();
+    EXPECT_EQ(State().levels[0].low, after.low);
+    document->History().undo();
+    EXPECT_EQ(State().levels[0].high, before.high);
+    EXPECT_FALSE(document->History().canUndo());
+    EXPECT_EQ(Painted(), Mapped());
+}
+
+// Auto means what sorting all values means; what is no number, and what is far away, changes nothing.
+TEST_F(ToolsTest, AutoIsWhatSortingGives) {
+    auto pixels = AnyPixels<float>(random, 150, 90, 1, -3, 12);
+    std::vector<float> sorted = pixels.values;
+    std::sort(sorted.begin(), sorted.end());
+    for (int i = 0; i < 10; ++i) pixels.values[std::size_t(7 + 31 * i)] = 0;
+    pixels.values[0] = std::numeric_limits<float>::quiet_NaN();
+    pixels.values[1] = std::numeric_limits<float>::infinity();
+    pixels.values[2] = 1e30F;
+    Show<float>("floats.tif", {pixels});
+    sorted.clear();
+    for (const float v : pixels.values)
+        if (std::isfinite(v)) sorted.push_back(v);
+    std::sort(sorted.begin(), sorted.end());
+    Find<QDoubleSpinBox>("levels.percent").setValue(2);
+    QTest::mouseClick(&Find<QPushButton>("levels.auto"), Qt::LeftButton);
+    const std::size_t rank = std::size_t(0.02 * double(sorted.size()));
+    EXPECT_EQ(State().levels[0].low, double(sorted[rank]));
+    EXPECT_EQ(State().levels[0].high, double(sorted[sorted.size() - 1 - rank]));
+    EXPECT_EQ(Painted(), Mapped());
+    // The handles stay apart: the axis does not go up to the hot pixel.
+    auto& plot = Find<HistogramPlot>("levels.plot0");
+    QTest::qWait(50);
+    EXPECT_GT(plot.PlaceOf(State().levels[0].high) - plot.PlaceOf(State().levels[0].low), plot.width() / 4);
+
+    // Of a rectangle.
+    document->SetSelection(QRect(40, 20, 30, 25));
+    sorted.clear();
+    for (int y = 20; y < 45; ++y)
+        for (int x = 40; x < 70; ++x) sorted.push_back(pixels.At(x, y));
+    std::sort(sorted.begin(), sorted.end());
+    Find<QComboBox>("levels.source").setCurrentIndex(1);
+    QTest::mouseClick(&Find<QPushButton>("levels.auto"), Qt::LeftButton);
+    EXPECT_EQ(State().levels[0].low, double(sorted[15]));
+    EXPECT_EQ(State().levels[0].high, double(sorted[sorted.size() - 16]));
+}
+
+TEST_F(ToolsTest, MovieLevelsAreThoseOfAllFrames) {
+    const auto expectAll = [&]<class T>(const std::vector<Pixels<T>>& frames, double tolerance) {
+        Show<T>(sizeof(T) == 2 ? "movie16.tif" : "movief.tif", frames);
+        const pzel_io::Window first = State().levels[0];
+        document->GoTo(2);
+        ASSERT_TRUE(WaitFor([&] { return document->CurrentFrame() == 2; }));
+        EXPECT_EQ(State().levels[0].low, first.low) << "levels stay where they are";
+        std::vector<T> all;
+        for (const auto& frame : frames) all.insert(all.end(), frame.values.begin(), frame.values.end());
+        std::sort(all.begin(), all.end());
+        Find<QComboBox>("levels.source").setCurrentIndex(2);
+        Find<QDoubleSpinBox>("levels.percent").setValue(1);
+        QTest::mouseClick(&Find<QPushButton>("levels.auto"), Qt::LeftButton);
+        ASSERT_TRUE(WaitFor([&] { return State().levels[0].low != first.low; }));
+        const std::size_t rank = all.size() / 100;
+        EXPECT_NEAR(State().levels[0].low, double(all[rank]), tolerance);
+        EXPECT_NEAR(State().levels[0].high, double(all[all.size() - 1 - rank]), tolerance);
+    };
+    std::vector<Pixels<std::uint16_t>> words;
+    std::vector<Pixels<float>> floats;
+    for (int i = 0; i < 4; ++i) {
+        words.push_back(AnyPixels<std::uint16_t>(random, 40, 50, 1, 100 * i, 1000 + 900 * i));
+        floats.push_back(AnyPixels<float>(random, 40, 50, 1, i, 2 + 3 * i));
+    }
+    expectAll(words, 0);
+    expectAll(floats, 1e-3);
+}
+
+TEST_F(ToolsTest, CurvesAndChannelsShowTheLibrarysBitmap) {
+    Show<std::uint8_t>("colours.png", {AnyPixels<std::uint8_t>(random, 160, 120, 3, 0, 255)});
+    auto& editor = Find<CurveEditor>("curve.editor");
+    const auto place = [&](double in, double out) { return editor.PlaceOf({in, out}).toPoint(); };
+    Drag(editor, place(0.4, 0.4), place(0.3, 0.7));
+    ASSERT_EQ(State().tones.size(), 1U);
+    ASSERT_EQ(State().tones[0].points.size(), 3U);
+    EXPECT_NEAR(State().tones[0].points[1].out, 0.7, 0.02);
+    EXPECT_EQ(Painted(), Mapped());
+    Find<QComboBox>("curve.channel").setCurrentIndex(2);  // green
+    Find<QDoubleSpinBox>("curve.gamma").setValue(0.6);
+    ASSERT_EQ(State().tones.size(), 3U);
+    EXPECT_EQ(State().tones[1].gamma, 0.6);
+    EXPECT_EQ(State().tones[2].gamma, 1);
+    EXPECT_EQ(Painted(), Mapped());
+    ExpectCommandMakesPicture(1);
+    ExpectCommandMakesPicture(3);
+    ExpectCommandMakesPicture(-2);
+    QTest::mouseClick(&Find<QPushButton>("curve.reset"), Qt::LeftButton);
+    EXPECT_EQ(State().tones, Tones{{}});
+
+    for (const char* name : {"channels.green", "channels.hue", "channels.hsi", "channels.all"}) {
+        auto& button = Find<QRadioButton>(name);
+        int images = 0;
+        const auto count =
+            QObject::connect(document.get(), &pzel_view::Document::layerChanged,
+                             [&](Comp*, int event) { images += event == pzel_view::EventImage; });
+        QTest::mouseClick(&button, Qt::LeftButton, {}, QPoint(8, button.height() / 2));
+        ASSERT_TRUE(WaitFor([&] { return images > 0; })) << name;
+        QObject::disconnect(count);
+        EXPECT_TRUE(button.isChecked());
+        if (State().channel == Channel::Hsi) {
+            auto& plot = Find<HistogramPlot>("levels.plot1");
+            const QPoint white(plot.PlaceOf(State().levels[1].high), plot.height() / 2);
+            Drag(plot, white, white - QPoint(50, 0));
+            EXPECT_LT(State().levels[1].high, 255);
+        }
+        EXPECT_EQ(Painted(), Mapped()) << name;
+        ExpectCommandMakesPicture(1);
+    }
+}
+
+TEST_F(ToolsTest, ScenesShowAgainWhatWasKept) {
+    WritePicture<std::uint8_t>(Path("below.png"), {AnyPixels<std::uint8_t>(random, 90, 70, 3, 0, 255)});
+    WritePicture<std::uint16_t>(Path("above.tif"), {AnyPixels<std::uint16_t>(random, 60, 50, 1, 0, 900)});
+    Open({Path("below.png"), Path("above.tif") + "@threshold=300:600,green,+12+9"});
+    const auto change = [&](int layer, const std::function<void(pzel_view::LayerState&)>& how) {
+        Comp& comp = *document->Layers()[std::size_t(layer)];
+        auto state = document->StateOf(comp);
+        how(state);
+        document->Change(comp, "Test", state);
+    };
+    change(0, [](auto& state) {
+        state.levels = {{10, 200}, {20, 210}, {30, 220}};
+        state.tones = {ParseTone("gamma=1.5+invert")};
+    });
+    change(1, [](auto& state) {
+        state.opacity = 0.25;
+        state.x = -4;
+    });
+    QTest::mouseClick(&Find<QPushButton>("scenes.keep"), Qt::LeftButton);
+    auto& list = Find<QListWidget>("scenes.list");
+    ASSERT_EQ(list.count(), 1);
+    const std::string kept = Path("kept.png"), again = Path("again.png");
+    const auto render = [&](const std::string& name, const std::string& output) {
+        const Outcome run = Render({Path("below.png"), "--scene", name, "--zoom", "1", "-q", "-o", output});
+        ASSERT_EQ(run.status, 0) << run.err;
+    };
+    render("Scene 1", kept);
+    const std::vector<std::string> arguments =
+        RenderArguments(pzel_view::SceneOf(*document, "x", 1), Frames::Current, "out.png");
+    ExpectCommandMakesPicture(1);
+    const QImage painted = Painted();
+
+    change(0, [](auto& state) { state.levels = {{0, 90}, {0, 90}, {0, 90}}; });
+    change(1, [](auto& state) {
+        state.visible = false;
+        state.threshold = pzel_io::Window{0, 100};
+    });
+    ASSERT_TRUE(WaitFor([&] { return !document->IsReading(); }));
+    EXPECT_NE(Painted(), painted);
+    list.setCurrentRow(0);
+    QTest::mouseClick(&Find<QPushButton>("scenes.recall"), Qt::LeftButton);
+    ASSERT_TRUE(WaitFor([&] {
+        return RenderArguments(pzel_view::SceneOf(*document, "x", 1), Frames::Current, "out.png") ==
+               arguments;
+    }));
+    ASSERT_TRUE(WaitFor([&] { return !document->IsReading(); }));
+    EXPECT_EQ(Painted(), painted);
+
+    list.item(0)->setText("renamed");
+    QTest::qWait(10);
+    render("renamed", again);
+    EXPECT_EQ(ReadBytes(again), ReadBytes(kept));
+    // Another window that opens the picture has the scene; what is broken stays as it is.
+    Open({Path("below.png")});
+    ASSERT_EQ(list.count(), 1);
+    list.setCurrentRow(0);
+    QTest::mouseClick(&Find<QPushButton>("scenes.recall"), Qt::LeftButton);
+    ASSERT_TRUE(WaitFor([&] { return document->Layers().size() == 2; }));
+    EXPECT_EQ(Painted(), painted);
+    QTest::mouseClick(&Find<QPushButton>("scenes.remove"), Qt::LeftButton);
+    EXPECT_EQ(list.count(), 0);
+    std::ofstream(Path("below.png.pzel.json")) << "{";
+    QTest::mouseClick(&Find<QPushButton>("scenes.keep"), Qt::LeftButton);
+    EXPECT_EQ(ReadBytes(Path("below.png.pzel.json")), "{");
+    EXPECT_EQ(failures.size(), 1U);
+}
+
+TEST_F(ToolsTest, StatisticsAreThoseOfTheFilesValues) {
+    const auto pixels = AnyPixels<std::uint16_t>(random, 80, 60, 3, 0, 60000);
+    Show<std::uint16_t>("colour16.tif", {pixels});
+    window->findChild<QWidget*>("panel.measure")->raise();
+    document->SetSelection(QRect(5, 7, 40, 30));
+    auto& table = Find<QTableWidget>("measure.statistics");
+    ASSERT_TRUE(WaitFor([&] { return table.columnCount() == 3 && table.item(4, 0)->text() == "1200"; }));
+    for (int channel = 0; channel < 3; ++channel) {
+        double low = 1e9, high = 0, sum = 0, squares = 0;
+        for (int y = 7; y < 37; ++y) {
+            for (int x = 5; x < 45; ++x) {
+                const double v = pixels.At(x, y, channel);
+                low = std::min(low, v);
+                high = std::max(high, v);
+                sum += v;
+                squares += v * v;
+            }
+        }
+        const double mean = sum / 1200, deviation = std::sqrt(squares / 1200 - mean * mean);
+        EXPECT_EQ(table.item(0, channel)->text().toDouble(), low);
+        EXPECT_EQ(table.item(1, channel)->text().toDouble(), high);
+        EXPECT_NEAR(table.item(2, channel)->text().toDouble(), mean, mean * 1e-5);
+        EXPECT_NEAR(table.item(3, channel)->text().toDouble(), deviation, deviation * 1e-5);
+    }
+}
+
+}  // namespace
