@@ -8,15 +8,11 @@
 
 #include "pzel/display/map_data.h"
 #include "pzel/image/bits.h"
-#include "tests/support/images.h"
+#include "tests/support/copy_reference.h"
 
 namespace {
 
 using namespace test;
-
-struct Rect {
-    int sx, sy, dx, dy, w, h, mode = 0;
-};
 
 Rect randomRect(Random& random, int reach) {
     const auto origin = [&] { return random(-4, reach); };
@@ -25,77 +21,6 @@ Rect randomRect(Random& random, int reach) {
 
 void copy(TestImage& src, TestImage& dst, const Rect& r) {
     CopyImage(&src, &dst, r.sx, r.sy, r.dx, r.dy, r.w, r.h, u16(r.mode));
-}
-
-bool wide(int type) {
-    return type == DataUInt32 || type == DataInt32;
-}
-
-Pair levelsOf(TestImage& image, int c) {
-    const int type = image.trueType(c);
-    if (type == DataBit || wide(type)) return rangeOf(type);
-    if (image.state & StateBoundSet) return readPair(image.bound, c, type);
-    return type == DataFloat && c > 0 && image.imageType == SubYuv ? Pair{-128, 127} : rangeOf(type);
-}
-
-double convert(double v, bool shift, Pair s, Pair d, int type) {
-    double result = v < s.first ? d.first : d.second;
-    if (shift) {
-        result = float(v + (d.first - s.first));
-    } else if (std::isnan(v)) {
-        result = std::clamp(0.0, d.first, d.second);
-    } else if (v >= s.first && v <= s.second && (type != DataBit || v < s.second)) {
-        const float scale = float(d.second - d.first) / float(s.second - s.first);
-        result = float(v - s.first) * scale + float(d.first);
-        result = std::clamp(type == DataFloat ? result : std::trunc(result), d.first, d.second);
-    }
-    if (type == DataFloat) return result;
-    return std::isnan(result) ? 0 : std::clamp(std::trunc(result), rangeOf(type).first, rangeOf(type).second);
-}
-
-void copySlowly(TestImage& src, TestImage& dst, Rect r) {
-    const int left = std::max({0, -r.sx, -r.dx}), top = std::max({0, -r.sy, -r.dy});
-    r = {r.sx + left, r.sy + top, r.dx + left, r.dy + top, r.w - left, r.h - top, r.mode};
-    const int w = std::min({r.w, src.width - r.sx, dst.width - r.dx}),
-              h = std::min({r.h, src.height - r.sy, dst.height - r.dy});
-    const bool same = src.type() == dst.type(), bits = same && src.type() == DataBit;
-    const bool aligned = r.sx % 8 == 0 && r.dx % 8 == 0;
-    if (w < 1 || h < 1 || (bits && r.sx % 8 == r.dx % 8 && !aligned)) return;
-    const Pair s = levelsOf(src, 0), d = levelsOf(dst, 0);
-    const bool shift =
-        s.second - s.first == d.second - d.first && src.type() != DataBit && dst.type() != DataBit;
-    for (int c = 0; c < dst.channels && (same || (!wide(src.type()) && !wide(dst.type()))); ++c) {
-        const int columns = bits && aligned ? (w + 7) / 8 * 8 : w;  // whole bytes of bits
-        for (int i = 0; i < h * columns; ++i) {
-            const int x = i % columns, y = i / columns;
-            const int sType = same ? src.type() : src.trueType(c), dType = same ? sType : dst.trueType(c);
-            if (c < src.channels) {
-                double v = src.at(r.sx + x, r.sy + y, c, sType);
-                if (!same) v = convert(v, shift, levelsOf(src, c), levelsOf(dst, c), dType);
-                dst.put(r.dx + x, r.dy + y, c, v, dType);
-            } else {
-                dst.put(r.dx + x, r.dy + y, c,
-                        dst.imageType == SubColour ? dst.at(r.dx + x, r.dy + y, 0) : 0);
-            }
-        }
-    }
-    const int border = r.mode & CopyBorderMask, right = r.dx + w, bottom = r.dy + h;
-    if (bits || border < CopyBorderZero || border > CopyBorderFill) return;
-    const bool fill = border == CopyBorderFill;
-    const int endX = fill ? std::min<int>(r.dx + r.w, dst.width) : dst.width, startX = fill ? r.dx : 0;
-    const int endY = fill ? std::min<int>(r.dy + r.h, dst.height) : dst.height;
-    const auto strip = [&](int skip, int x0, int y0, int x1, int y1, int fromX, int fromY) {
-        for (int i = 0; i < dst.channels * dst.height * dst.width && !(r.mode & skip); ++i) {
-            const int x = i % dst.width, y = i / dst.width % dst.height, c = i / dst.width / dst.height;
-            if (x < x0 || x >= x1 || y < y0 || y >= y1) continue;
-            dst.put(x, y, c,
-                    border == CopyBorderZero ? 0 : dst.at(fromX < 0 ? x : fromX, fromY < 0 ? y : fromY, c));
-        }
-    };
-    if (!fill) strip(CopySkipLeft, 0, r.dy, r.dx, bottom, r.dx, -1);
-    strip(CopySkipRight, right, r.dy, endX, bottom, right - 1, -1);
-    if (!fill) strip(CopySkipTop, 0, 0, dst.width, r.dy, -1, r.dy);
-    strip(CopySkipBottom, startX, bottom, endX, endY, -1, bottom - 1);
 }
 
 // Pairs of both images: none (kind 0), equal ones (1), shifted ones (2), or any (3).

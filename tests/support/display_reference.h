@@ -76,15 +76,43 @@ struct View {
     int mode = 0;
 };
 
-inline bool isYuvColour(const TestImage& image, int mode) {
+inline bool isYuvColour(const Image& image, int mode) {
     return image.channels == 3 && mode == 0 && (image.imageType & 0xFF) == SubYuv;
 }
 
 /// 8-bit data compare as unsigned, YUV colour has an unsigned luminance and signed differences, the rest
 /// follows its code.
-inline int shownType(const TestImage& image, int channel, int mode) {
-    if (isYuvColour(image, mode)) return GetTrueDataType(true, 3, channel, u8(image.type()));
-    return image.type() == DataInt8 ? unsignedOf(DataInt8) : image.type();
+inline int shownType(const Image& image, int channel, int mode) {
+    const int type = image.dataType & DataTypeMask;
+    if (isYuvColour(image, mode)) return GetTrueDataType(true, 3, channel, u8(type));
+    return type == DataInt8 ? unsignedOf(DataInt8) : type;
+}
+
+/// What MapData makes of rows, pixel by pixel, for images of bytes, 16 bits and floats.
+inline Bytes mappedSlowly(Image& image, const View& view, Bytes rows) {
+    const bool yuv = (image.imageType & 0xFF) == SubYuv, colour = image.channels == 3 && view.mode == 0;
+    const int order = view.mode % 64 ? 0 : view.mode / 64;
+    const int alone = image.channels < 3 || order == 0 ? 0 : yuv ? order - 1 : 3 - order;
+    Pair levels[3];
+    int types[3];
+    for (int c = 0; c < image.channels; ++c) {
+        types[c] = shownType(image, c, view.mode);
+        levels[c] = readPair(GetBound(&image), c, types[c]);
+    }
+    for (int i = 0; i < view.width * view.height; ++i) {
+        const int x = i % view.width, y = i / view.width;
+        u8* pixel = &rows[y * view.rowBytes + x * (colour ? 3 : 1)];
+        double v[3];
+        for (int c = 0; c < image.channels; ++c)
+            v[c] = elementAt(image, view.x0 + x, view.y0 + y, c, types[c]);
+        if (colour && yuv) showYuv(pixel, v, levels, view.lut, image.dataType & DataTypeMask);
+        for (int c = 0; c < (!colour ? 1 : yuv ? 0 : 3); ++c) {
+            const int from = colour ? c : alone;
+            pixel[c] = view.lut ? throughTable(v[from], levels[from], view.lut + 512 * c, types[from])
+                                : throughLevels(v[from], levels[from]);
+        }
+    }
+    return rows;
 }
 
 /// The rows that MapData writes, all bytes beside them untouched.

@@ -148,14 +148,40 @@ inline void writePair(u8* section, int channel, int type, Pair pair) {
     writeElement(section + (2 * channel + 1) * bytes, type, pair.second);
 }
 
+/// The type of a channel's values: sub types with bit 0 hold signed differences after the first channel.
+inline int trueType(const Image& image, int channel) {
+    return GetTrueDataType(image.imageType & SubSignedBit, image.channels, channel,
+                           u8(image.dataType & DataTypeMask));
+}
+
+/// Where an element stands. Interleaved rows of bits hold one run of bits per channel.
+inline u8* elementPlace(const Image& image, int x, int y, int c) {
+    const bool together = IsInterleaved(&image);
+    u8* const row = image.data + y * image.rowBytes;
+    if ((image.dataType & DataTypeMask) == DataBit)
+        return row + c * (together ? (image.width + 7) / 8 : image.height * image.rowBytes) + x / 8;
+    const int bytes = DataBytes(image.dataType);
+    return row +
+           (together ? (x * image.channels + c) * bytes : c * image.height * image.rowBytes + x * bytes);
+}
+inline double elementAt(const Image& image, int x, int y, int c, int as) {
+    const u8* const place = elementPlace(image, x, y, c);
+    return (image.dataType & DataTypeMask) == DataBit ? *place >> (7 - x % 8) & 1 : readElement(place, as);
+}
+inline void putElement(const Image& image, int x, int y, int c, double v, int as) {
+    u8* const place = elementPlace(image, x, y, c);
+    if ((image.dataType & DataTypeMask) != DataBit) return writeElement(place, as, v);
+    const int mask = 0x80 >> x % 8;
+    *place = u8(v != 0 ? *place | mask : *place & ~mask);
+}
+
 struct Shape {
     int width, height, channels, type;
     bool interleaved = false;
     int imageType = 0;
 };
 
-/// An image whose pixels stand between guard bytes. Interleaved rows of bits hold one run of bits per
-/// channel.
+/// An image whose pixels stand between guard bytes.
 struct TestImage : Image {
     Guarded pixels;
 
@@ -170,21 +196,12 @@ struct TestImage : Image {
 
     int type() const { return dataType & DataTypeMask; }
     int bytes() const { return DataBytes(dataType); }
-    /// The type of a channel's values: sub types with bit 0 hold signed differences after the first channel.
-    int trueType(int channel) const {
-        return GetTrueDataType(imageType & SubSignedBit, channels, channel, u8(type()));
-    }
+    int trueType(int channel) const { return test::trueType(*this, channel); }
 
-    double at(int x, int y, int c) { return at(x, y, c, type()); }
-    double at(int x, int y, int c, int as) {
-        return type() == DataBit ? *place(x, y, c) >> (7 - x % 8) & 1 : readElement(place(x, y, c), as);
-    }
-    void put(int x, int y, int c, double v) { put(x, y, c, v, type()); }
-    void put(int x, int y, int c, double v, int as) {
-        if (type() != DataBit) return writeElement(place(x, y, c), as, v);
-        const int mask = 0x80 >> x % 8;
-        *place(x, y, c) = u8(v != 0 ? *place(x, y, c) | mask : *place(x, y, c) & ~mask);
-    }
+    double at(int x, int y, int c) { return elementAt(*this, x, y, c, type()); }
+    double at(int x, int y, int c, int as) { return elementAt(*this, x, y, c, as); }
+    void put(int x, int y, int c, double v) { putElement(*this, x, y, c, v, type()); }
+    void put(int x, int y, int c, double v, int as) { putElement(*this, x, y, c, v, as); }
     /// Random pixels: whole ranges for integers, quarters in -300 ... 300 for float.
     void randomise(Random& random) {
         random.fill(data, pixels.size());
@@ -205,13 +222,6 @@ struct TestImage : Image {
                        s.interleaved, true);
         image.imageType = u16(s.imageType);
         return image;
-    }
-    u8* place(int x, int y, int c) {
-        const bool together = IsInterleaved(this);
-        if (type() == DataBit)
-            return data + y * rowBytes + c * (together ? (width + 7) / 8 : height * rowBytes) + x / 8;
-        return data + y * rowBytes +
-               (together ? (x * channels + c) * bytes() : c * height * rowBytes + x * bytes());
     }
 };
 
