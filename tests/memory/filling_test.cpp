@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "tests/memory/allocator.h"
+#include "tests/fuzz/allocator.h"
 #include "tests/memory/scene.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <functional>
 
-#include "tests/memory/allocator.h"
+#include "tests/fuzz/allocator.h"
 #include "tests/memory/scene.h"
 
 namespace {

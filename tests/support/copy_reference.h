@@ -62,8 +62,9 @@ inline void copySlowly(Image& src, Image& dst, Rect r) {
                 if (!same) v = convert(v, shift, levelsOf(src, c), levelsOf(dst, c), dType);
                 putElement(dst, r.dx + x, r.dy + y, c, v, dType);
             } else {
-                const double first =
-                    dst.imageType == SubColour ? elementAt(dst, r.dx + x, r.dy + y, 0, typeOf(dst)) : 0;
+                const double first = (dst.imageType & 0xFF) == SubColour
+                                         ? elementAt(dst, r.dx + x, r.dy + y, 0, typeOf(dst))
+                                         : 0;
                 putElement(dst, r.dx + x, r.dy + y, c, first, typeOf(dst));
             }
         }

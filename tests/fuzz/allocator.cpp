@@ -1,4 +1,4 @@
-#include "tests/memory/allocator.h"
+#include "tests/fuzz/allocator.h"
 
 #include <cerrno>
 #include <cstddef>

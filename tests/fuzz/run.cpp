@@ -1,0 +1,262 @@
+// How sequences are played and judged.
+#include "tests/fuzz/run.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <new>
+
+#include "pzel/image/instruction_set.h"
+#include "tests/fuzz/rows.h"
+
+namespace {
+pzel::InstructionSet chosen = pzel::InstructionSet::Reference;
+}
+
+namespace pzel {
+// Stands for the library's own choice, which is made once for a process.
+InstructionSet instructionSet() {
+    return chosen;
+}
+}  // namespace pzel
+
+namespace fuzz {
+
+namespace {
+
+using Set = pzel::InstructionSet;
+
+Set bestSet() {
+#if PZEL_X86_SETS
+    static const Set best = [] {
+        __builtin_cpu_init();
+        if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("bmi2")) return Set::Baseline;
+        return __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vl") ? Set::Avx512
+                                                                                          : Set::Avx2;
+    }();
+    return best;
+#else
+    return Set::Baseline;
+#endif
+}
+
+struct Play {
+    std::string fault;
+    std::size_t failed = 0;  // the record that it failed in
+    std::vector<u64> digests;
+    bool refused = false;
+    long left = 0;  // blocks
+};
+
+const Row& rowOf(const Record& record) {
+    return rows()[record.row % rows().size()];
+}
+
+void playRecord(World& world, const Record& record, int index) {
+    const Row& row = rowOf(record);
+    world.begin(record, index, row.promise);
+    if (index != world.setting.refusedRecord) return row.run(world);
+    bool threw = false;
+    try {
+        row.run(world);
+    } catch (const std::bad_alloc&) {
+        threw = true;
+    }
+    if (!world.fault.empty()) return;
+    if (threw && row.promise == Never) world.fault = "throws";
+    // Refused calls say nothing; afterwards everything works.
+    if (threw) world.begin(record, -1, row.promise), world.touchAll(), world.anyEvents(), row.run(world);
+    world.anyEvents();
+}
+
+Play playOnce(const Sequence& sequence, const Setting& setting, Set set, u8 filling, Counts* counts) {
+    chosen = set;
+    Play result;
+    const long blocks = test::liveBlocks(), tones = Tone::alive;
+    long keptBlocks = 0;
+    {
+        result.digests.reserve(sequence.size());
+        const test::Filling fill(filling);
+        World world(setting);
+        for (std::size_t i = 0; i < sequence.size() && result.fault.empty(); ++i) {
+            playRecord(world, sequence[i], int(i));
+            if (counts) {
+                counts->calls += u64(world.calls);
+                if (world.calls > 0) ++counts->executed[sequence[i].row % rows().size()];
+            }
+            world.end();
+            result.fault = world.fault;
+            result.failed = i;
+            result.digests.push_back(world.digest());
+        }
+        keptBlocks = world.keptBlocks;
+        result.refused = world.refusalHappened;
+    }
+    result.left = test::liveBlocks() - blocks - keptBlocks - (result.digests.capacity() > 0) -
+                  (result.fault.capacity() > 15);
+    if (result.fault.empty() && result.left != 0)
+        result.fault = std::to_string(result.left) + " blocks are left";
+    if (result.fault.empty() && Tone::alive != tones) result.fault = "a remapper is left";
+    return result;
+}
+
+/// What a process makes once and keeps is not lost: it is not made again.
+Play play(const Sequence& sequence, const Setting& setting, Set set, u8 filling, Counts* counts) {
+    Play result = playOnce(sequence, setting, set, filling, counts);
+    return result.left == 0 ? result : playOnce(sequence, setting, set, filling, nullptr);
+}
+
+std::string nameOf(const Sequence& sequence, std::size_t i) {
+    return i < sequence.size() ? std::string(rowOf(sequence[i]).name) + ": " : "";
+}
+
+bool takesShortCutsTwice(const Sequence& sequence) {
+    return !sequence.empty() && sequence.front().bytes[13] % 2;
+}
+
+}  // namespace
+
+const std::vector<std::size_t>& rooms() {
+    static const std::vector<std::size_t> starts = [] {
+        std::vector<std::size_t> all{0};
+        for (const auto room : {imageRows(), boundsRows(), colourRows(), componentRows(), movieRows(),
+                                displayRows(), pluginRows()})
+            all.push_back(all.back() + room.size());
+        return all;
+    }();
+    return starts;
+}
+
+const std::vector<Row>& rows() {
+    static const std::vector<Row> table = [] {
+        std::vector<Row> all;
+        for (const auto room : {imageRows(), boundsRows(), colourRows(), componentRows(), movieRows(),
+                                displayRows(), pluginRows()})
+            all.insert(all.end(), room.begin(), room.end());
+        return all;
+    }();
+    return table;
+}
+
+// Half of the sequences stay within two rooms, where their calls meet more often.
+Sequence sequenceOf(u64 seed, u64 number) {
+    u64 state = mixed(seed * 0x9E3779B97F4A7C15u + 1) ^ mixed(number + 0x1234567);
+    const auto next = [&] { return mixed(state += 0x9E3779B97F4A7C15u); };
+    const u64 kind = next();
+    Sequence sequence(10 + kind % 21);
+    const std::size_t count = rooms().size() - 1, first = kind >> 8 & 0xFF, second = kind >> 16 & 0xFF;
+    const bool everywhere = kind >> 60 & 1;
+    for (Record& record : sequence) {
+        const u64 a = next(), b = next();
+        std::memcpy(record.bytes.data(), &a, 8), std::memcpy(record.bytes.data() + 8, &b, 6);
+        const u64 choice = next();
+        if (everywhere) {
+            record.row = u16(choice % rows().size());
+        } else {
+            const std::size_t room = (choice >> 40 & 1 ? first : second) % count;
+            const std::size_t size = rooms()[room + 1] - rooms()[room];
+            record.row = u16(rooms()[room] + choice % std::max<std::size_t>(size, 1));
+        }
+    }
+    return sequence;
+}
+
+void warmUp() {
+    VectorInit();
+    Zel::Name name;
+    for (const char* text : World::kTexts) name.SetName(text), Zel::Name::SetWorkingFolder(text);
+    Zel::Name::SetWorkingFolder("");
+    Movie movie;
+    for (int i = 0; i < 64; ++i) movie.RegistMe();
+    for (int i = 0; i < 64; ++i) movie.UnregistMe();
+}
+
+std::string judge(const Sequence& sequence, Counts& counts) {
+    ++counts.sequences;
+    Setting setting;
+    setting.shortCuts = takesShortCutsTwice(sequence);
+    const Play one =
+        play(sequence, setting, setting.shortCuts ? Set::Baseline : Set::Reference, 0x55, &counts);
+    if (!one.fault.empty()) return nameOf(sequence, one.failed) + one.fault;
+    const Play other = play(sequence, setting, bestSet(), 0xAA, &counts);
+    if (!other.fault.empty()) return nameOf(sequence, other.failed) + other.fault;
+    const auto [a, b] = std::mismatch(one.digests.begin(), one.digests.end(), other.digests.begin());
+    if (a == one.digests.end()) return "";
+    const auto at = std::size_t(a - one.digests.begin());
+    const Play set =
+        play(sequence, setting, setting.shortCuts ? Set::Baseline : Set::Reference, 0xAA, nullptr);
+    return nameOf(sequence, at) + "differs by " +
+           (set.digests[at] == *a ? "instruction set" : "the contents of fresh memory");
+}
+
+std::string judgeRefusals(const Sequence& sequence, Counts& counts) {
+    for (const test::Refuse what : {test::Refuse::One, test::Refuse::AllFromThere}) {
+        Setting setting;
+        setting.refused = what;
+        setting.refusedRecord = int(sequence.size()) - 1;
+        for (setting.refusedRequest = 1;; ++setting.refusedRequest) {
+            const Play one = play(sequence, setting, bestSet(), 0x55, &counts);
+            ++counts.refusals;
+            if (!one.fault.empty())
+                return nameOf(sequence, one.failed) + one.fault + ", request " +
+                       std::to_string(setting.refusedRequest) +
+                       (what == test::Refuse::One ? " refused alone" : " and all that follow refused");
+            if (!one.refused) break;
+        }
+    }
+    return "";
+}
+
+Sequence shortened(Sequence sequence, const std::function<bool(const Sequence&)>& fails) {
+    for (std::size_t chunk = std::max<std::size_t>(sequence.size() / 2, 1);; chunk /= 2) {
+        for (std::size_t at = 0; at < sequence.size();) {
+            Sequence shorter = sequence;
+            const auto from = shorter.begin() + std::ptrdiff_t(at);
+            shorter.erase(from, from + std::ptrdiff_t(std::min(chunk, sequence.size() - at)));
+            if (fails(shorter)) {
+                sequence = shorter;
+            } else {
+                at += chunk;
+            }
+        }
+        if (chunk <= 1) break;
+    }
+    for (Record& record : sequence) {
+        for (u8& byte : record.bytes) {
+            const u8 before = std::exchange(byte, 0);
+            if (before != 0 && !fails(sequence)) byte = before;
+        }
+    }
+    return sequence;
+}
+
+std::string hexOf(const Sequence& sequence) {
+    std::string text;
+    char two[3];
+    const auto* bytes = reinterpret_cast<const u8*>(sequence.data());
+    for (std::size_t i = 0; i < sequence.size() * sizeof(Record); ++i) {
+        std::snprintf(two, sizeof two, "%02x", bytes[i]);
+        text += two;
+    }
+    return text;
+}
+
+Sequence ofHex(const std::string& text) {
+    Sequence sequence(text.size() / 2 / sizeof(Record));
+    auto* bytes = reinterpret_cast<u8*>(sequence.data());
+    for (std::size_t i = 0; i < sequence.size() * sizeof(Record); ++i)
+        bytes[i] = u8(std::stoi(text.substr(2 * i, 2), nullptr, 16));
+    return sequence;
+}
+
+void print(std::ostream& out, const Sequence& sequence, bool refusals) {
+    out << "{   // pzel_fuzz " << (refusals ? "--refused " : "--replay ") << hexOf(sequence) << '\n'
+        << "    fuzz::World w({});\n"
+        << std::flush;
+    Setting setting;
+    setting.shortCuts = takesShortCutsTwice(sequence);
+    setting.story = &out;
+    playOnce(sequence, setting, bestSet(), 0x55, nullptr);
+    out << "}\n" << std::flush;
+}
+
+}  // namespace fuzz
