@@ -83,6 +83,8 @@ void typedCopy(World& w, bool signedMode) {
         }
     };
     levels(from), levels(to);
+    // Grey of several channels has no ranges of its own.
+    finite = finite && (from->channels == 1 || to->channels == 1 || (from->imageType & 0xFF) != SubGrey);
     const auto bits = [](const Image* image) { return typeOf(image) == DataBit; };
     // Bits with bits of other layouts or numbers of channels, and bits of planes, are not what a host copies.
     finite = finite &&
@@ -105,6 +107,26 @@ void typedCopy(World& w, bool signedMode) {
         CALL(CopyImage, from, to, r.sx, r.sy, r.dx, r.dy, r.w, r.h, u16(r.mode));
     }
     HOLDS(!finite || samePixels(to, pixelsOf(to), pixels));
+    if (finite && w.setting.story) {
+        const Bytes now = pixelsOf(to);
+        for (int c = 0; c < to->channels; ++c)
+            for (int y = 0; y < to->height; ++y)
+                for (int x = 0; x < to->width; ++x) {
+                    const double is = test::elementAt(*to, x, y, c, test::trueType(*to, c)),
+                                 was = test::elementAt(wanted, x, y, c, test::trueType(*to, c));
+                    if (!same(is, was)) {
+                        char line[400];
+                        const auto a = test::levelsOf(*from, c), b = test::levelsOf(*to, c);
+                        std::snprintf(line, sizeof line,
+                                      "// (%d, %d, %d) is %.9g, not %.9g: %.9g ... %.9g to %.9g ... %.9g, "
+                                      "states %d %d, types %d %d, from %.9g",
+                                      x, y, c, is, was, a.first, a.second, b.first, b.second, from->state,
+                                      to->state, typeOf(from), typeOf(to),
+                                      test::elementAt(*from, x, y, c, test::trueType(*from, c)));
+                        w.tell(line);
+                    }
+                }
+    }
 }
 
 Attachment* newAttachment(World& w) {

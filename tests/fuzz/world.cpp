@@ -422,6 +422,11 @@ void World::expect(IComponent* source, int event, std::intptr_t param) {
     }
 }
 
+long World::heardOf(const IComponent* source, int event) const {
+    return std::count_if(heard.begin(), heard.begin() + std::ptrdiff_t(heardCount),
+                         [=](const Heard& one) { return one.source == source && one.event == event; });
+}
+
 void World::expectAdded(Movie* movie, const std::vector<Comp*>& parts) {
     if (!movie->IsComposite()) expect(movie, EventChildAdded, 0);
     for (Comp* part : parts) expect(movie, EventChildAdded, reinterpret_cast<std::intptr_t>(part));
@@ -633,11 +638,19 @@ void World::begin(const Record& from, int index, Promise promised) {
     expected.clear();
     heardCount = 0;
     calls = 0;
-    predictable = true;
+    eventsKnown = true;
     reacted = false;
     results = {};
     promise = promised;
     refusing = index == setting.refusedRecord;
+    armedReactions = 0;
+    if (from.bytes[13] >= 224) {  // observers act during this call
+        Record reaction = from;
+        std::reverse(reaction.bytes.begin(), reaction.bytes.end());
+        reaction_ = Draw(reaction);
+        reaction_.byte();
+        armedReactions = 2;
+    }
 }
 
 bool World::end() {
@@ -650,7 +663,7 @@ bool World::end() {
             children[i].assign(movies[i]->GetChildren(),
                                movies[i]->GetChildren() + movies[i]->GetNumbChildren());
         }
-    } else if (predictable) {
+    } else if (eventsKnown) {
         const bool asExpected =
             heardCount == expected.size() && std::equal(expected.begin(), expected.end(), heard.begin());
         if (!asExpected) {

@@ -169,9 +169,10 @@ class World {
     void expectAdded(Movie* movie, const std::vector<Comp*>& parts);
     void expectLength(Movie* movie, u32 needed);
     /// Takes any events of this call.
-    void anyEvents() { predictable = false; }
+    void anyEvents() { eventsKnown = false; }
+    long heardOf(const IComponent* source, int event) const;
     void holds(bool condition, const char* text) {
-        if (!condition && predictable && !reacted && fault.empty()) fault = text;
+        if (!condition && !reacted && fault.empty()) fault = text;
     }
     void see(u64 value) { results.add(value); }
     void see(float value) { see(u64(std::isnan(value) ? 1e9 : double(value) * 256)); }
@@ -205,7 +206,6 @@ class World {
     u64 idOf(const void* object) const;
     u64 partDigest(int part) const;
     void dropComp(int slot);
-    void arm(const Record& reaction) { reaction_ = Draw(reaction), armedReactions = 2; }
 
   private:
     struct Armed {
@@ -260,7 +260,7 @@ class World {
     std::array<Heard, 512> heard;
     std::size_t heardCount = 0;
     std::vector<Heard> expected;
-    bool predictable = true;
+    bool eventsKnown = true;
     Digest total, results;
     Draw reaction_;
     int armedReactions = 0;
@@ -280,4 +280,4 @@ class World {
         return (object)->method(arguments_...);                             \
     } __VA_OPT__(, ) __VA_ARGS__)
 /// What must hold after a call.
-#define HOLDS(condition) w.holds(condition, #condition)
+#define HOLDS(...) w.holds(__VA_ARGS__, #__VA_ARGS__)

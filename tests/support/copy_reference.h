@@ -22,7 +22,9 @@ inline bool wide(int type) {
 inline Pair levelsOf(Image& image, int c) {
     const int type = trueType(image, c);
     if (type == DataBit || wide(type)) return rangeOf(type);
-    if (image.state & StateBoundSet) return readPair(image.bound, c, type);
+    // An unset bound may hold pairs that were set one by one.
+    const Pair pair = image.bound ? readPair(image.bound, c, type) : Pair();
+    if (image.state & (StateBoundSet | StateBoundDefault) || pair != Pair()) return pair;
     return type == DataFloat && c > 0 && image.imageType == SubYuv ? Pair{-128, 127} : rangeOf(type);
 }
 
