@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 #include "pzel/bounds/part_rows.h"
 #include "pzel/bounds/value_table.h"
@@ -169,19 +170,27 @@ Histogram::Histogram(double from, double to, int bins) : Histogram(bins) {
 }
 
 void Histogram::SetRange(double from, double to) {
+    counts.assign(std::size_t(wantedBins), 0);
     kind = Ranged;
     low = from;
     high = to;
-    counts.assign(std::size_t(wantedBins), 0);
 }
 
+// Counts that were there change last; all else goes back where memory is refused.
 bool Histogram::Add(const Image* image, const ImagePart& part) {
     if (!pzel::hasValues(image, part)) return false;
-    if (pzel::isSmallType(GetDataType(image))) {
-        AddSmall(*image, part);
-    } else {
-        if (kind == Exact) return false;
-        AddLarge(*image, part);
+    const bool isSmall = pzel::isSmallType(GetDataType(image));
+    if (!isSmall && kind == Exact) return false;
+    const std::tuple before(kind, low, high, values, lost, squares);
+    try {
+        if (isSmall)
+            AddSmall(*image, part);
+        else
+            AddLarge(*image, part);
+    } catch (...) {
+        std::tie(kind, low, high, values, lost, squares) = before;
+        if (kind == Undecided) counts.clear();
+        throw;
     }
     return true;
 }
@@ -190,6 +199,7 @@ bool Histogram::Add(const Histogram& other) {
     const bool sameBins = kind == Ranged && other.kind == Ranged && low == other.low && high == other.high &&
                           counts.size() == other.counts.size();
     if (kind == Undecided && other.kind == Ranged) {
+        counts.reserve(other.counts.size());
         SetRange(other.low, other.high);
         counts.resize(other.counts.size());
         return Add(other);
@@ -220,12 +230,11 @@ void Histogram::AddCounts(int first, const Count* table, int size) {
         }
         return;
     }
-    if (kind == Undecided) {
-        kind = Exact;
-        low = first;
-    }
     // Types of other ranges make it longer at both ends.
-    const int more = std::max(int(low) - first, 0);
+    const int lowest = kind == Undecided ? first : int(low), more = std::max(lowest - first, 0);
+    counts.reserve(std::size_t(std::max(lowest + int(counts.size()), first + size) - (lowest - more)));
+    kind = Exact;
+    low = lowest;
     counts.insert(counts.begin(), std::size_t(more), 0);
     low -= more;
     const std::size_t start = std::size_t(first - int(low));
