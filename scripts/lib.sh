@@ -13,6 +13,7 @@ TEST_PACKAGES="libgtest-dev python3"
 PYTHON=/usr/bin/python3
 PYTHON_PACKAGES="python3-dev pybind11-dev python3-numpy"
 PYTHON_TEST_PACKAGES="python3-pytest mypy python3-pil"
+FUZZ_PACKAGES="clang-14 libclang-rt-14-dev"
 JUDGE_PACKAGES="python3-numpy python3-pydicom python3-gdcm python3-astropy python3-tifffile python3-pil python3-imageio python3-nibabel dcmtk libtiff-tools ffmpeg"
 
 # Runs a command as root: directly, or through sudo. Ends the script where neither is possible.

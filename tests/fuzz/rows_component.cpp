@@ -273,7 +273,7 @@ const Row table[] = {
          const MovieScene copy = CALL(MovieScene, made);
          HOLDS(copy.numbRanges == made.numbRanges && !std::strcmp(copy.name, made.name) &&
                copy.name != made.name);
-         MovieScene moved = CALL(MovieScene, std::move(made));
+         MovieScene moved = w.call("MovieScene", [&] { return MovieScene(std::move(made)); });
          CALL_ON(&w.scene, operator=, moved);
          HOLDS(w.scene.numbRanges == copy.numbRanges && !std::strcmp(w.scene.name, copy.name));
      },

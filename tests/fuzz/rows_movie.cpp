@@ -221,6 +221,7 @@ const Row table[] = {
              Movie* const from = w.movies[slot];
              Movie* const made = CALL(new Movie, *from);
              HOLDS(made->GetNumbChildren() == from->GetNumbChildren() && !made->GetObservers());
+             const Movie alone = CALL(Movie, *made);
              CALL_ON(made, Cleanup);
              HOLDS(made->GetNumbChildren() == 0 && made->Release() == 0);
          } else {

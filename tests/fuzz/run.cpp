@@ -63,6 +63,7 @@ void playRecord(World& world, const Record& record, int index) {
     }
     if (!world.fault.empty()) return;
     if (threw && row.promise == Never) world.fault = "throws";
+    if (!threw && row.promise != Never && world.refusalHappened) world.fault = "does not throw";
     // Refused calls say nothing; afterwards everything works.
     if (threw) world.begin(record, -1, row.promise), world.touchAll(), world.anyEvents(), row.run(world);
     world.anyEvents();

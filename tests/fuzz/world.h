@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <bitset>
 #include <cmath>
 #include <memory>
@@ -175,7 +176,7 @@ class World {
         if (!condition && !reacted && fault.empty()) fault = text;
     }
     void see(u64 value) { results.add(value); }
-    void see(float value) { see(u64(std::isnan(value) ? 1e9 : double(value) * 256)); }
+    void see(float value) { see(u64(std::isnan(value) ? ~u32(0) : std::bit_cast<u32>(value))); }
 
     // The world itself.
     std::array<Ear, kEars> ears;
