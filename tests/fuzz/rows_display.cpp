@@ -28,6 +28,7 @@ bool isPlain(const Image& image, int mode) {
     for (int c = 0; c < image.channels; ++c) {
         const auto [black, white] = test::readPair(image.bound, c, test::shownType(image, c, mode));
         if (!std::isfinite(black) || !std::isfinite(white)) return false;
+        if (white > black && white - black < 1e-30) return false;
         if (!test::isYuvColour(image, mode)) continue;
         if (!(white > black) || white > 1e30 || black < -1e30 || white < 1e-30) return false;
         for (int i = 0; i < image.width * image.height; ++i)
