@@ -41,7 +41,7 @@ void ShowNextChannel(Document& document) {
 void CopyCommand(MainWindow& window) {
     Document& document = window.GetDocument();
     if (document.IsEmpty()) return;
-    const Scene scene = SceneOf(document, "shown", document.ShownZoom());
+    const Scene scene = SceneOf(document, "shown", 1);  // as it is saved
     const auto command = ShellCommand("pzel-render", RenderArguments(scene, Frames::Current, "picture.png"));
     QApplication::clipboard()->setText(QString::fromStdString(command));
     window.statusBar()->showMessage(Document::tr("Copied: %1").arg(QString::fromStdString(command)));
