@@ -21,6 +21,7 @@ namespace pzel_view {
 namespace {
 
 constexpr int kSmallest = -127, kLargest = 127;
+constexpr int kWidest = 16384;     // columns of a picture that is drawn at once
 constexpr int kFlickerTime = 400;  // milliseconds
 
 bool IsTraced() {
@@ -273,7 +274,25 @@ int PictureView::LightnessAt(const QPoint& pixel) const {
 
 QImage PictureView::Picture(const QRect& area, int ofZoom) {
     isOld = true;
-    return AsImage(seen.Draw(area, ofZoom)).copy();
+    const int widest = kWidest * std::max(-ofZoom, 1) / std::max(ofZoom, 1);
+    if (area.width() <= widest) return AsImage(seen.Draw(area, ofZoom)).copy();
+    // Stripes, of rows that are longer than bitmaps can hold.
+    QImage all;
+    QPainter painter;
+    int place = 0;
+    for (int left = area.left(); left <= area.right(); left += widest) {
+        const QRect stripe(left, area.top(), std::min(widest, area.right() + 1 - left), area.height());
+        const QImage part = AsImage(seen.Draw(stripe, ofZoom));
+        if (all.isNull()) {
+            const int columns = (area.width() + std::max(-ofZoom, 1) - 1) / std::max(-ofZoom, 1);
+            all = QImage(columns * std::max(ofZoom, 1), part.height(), QImage::Format_BGR888);
+            painter.begin(&all);
+        }
+        painter.drawImage(place, 0, part);
+        place += part.width();
+    }
+    painter.end();
+    return all;
 }
 
 void PictureView::resizeEvent(QResizeEvent*) {

@@ -37,6 +37,7 @@ StatusLine::StatusLine(Document& shown, PictureView& view, FrameSaver& frameSave
     line.addWidget(readOut, 1);
     for (QWidget* widget : std::initializer_list<QWidget*>{work, bar, cancel, zoom})
         line.addPermanentWidget(widget);
+    line.setMinimumHeight(cancel->sizeHint().height() + 4);  // the picture stays where it is
     patience.setSingleShot(true);
     patience.setInterval(kMoment);
     connect(&patience, &QTimer::timeout, this, &StatusLine::ShowWork);

@@ -1,0 +1,161 @@
+// Opening: files that end the program or leave the window without what it had, reading that cannot be given
+// up, and movies that are never let go.
+#include <QElapsedTimer>
+#include <QMimeData>
+#include <QPushButton>
+#include <QTimer>
+#include <algorithm>
+#include <fstream>
+
+#include "apps/view/frame_saver.h"
+#include "apps/view/message_bar.h"
+#include "apps/view/opening.h"
+#include "window.h"
+
+namespace {
+
+using pzel_view::OpenAs;
+
+class OpeningTest : public WindowTest {
+  protected:
+    /// Opens a file, whatever comes of it; the message, or nothing.
+    std::string Try(const std::string& file, OpenAs as = OpenAs::Picture) {
+        failures.clear();
+        const QSignalSpy opened(document.get(), &pzel_view::Document::opened);
+        document->Open(pzel_view::LayersOf({QString::fromStdString(file)}), as);
+        EXPECT_TRUE(WaitFor([&] { return !opened.empty() || !failures.empty(); })) << file;
+        return failures.empty() ? "" : failures[0];
+    }
+};
+
+TEST_F(OpeningTest, ShowsTheSamples) {
+    for (const char* name : {"coffee.png", "hubble_deep_field.jpg", "simple.fits", "multipage.tif",
+                             "bw_text.png", "no_time_for_that_tiny.gif", "chessboard_GRAY_U16.tif"}) {
+        EXPECT_EQ(Try(PictureSample(name)), "");
+        QTest::qWait(0);
+        EXPECT_FALSE(window->Picture().Picture(document->Extent(), 1).isNull()) << name;
+    }
+    for (const char* name : {"CT_small.dcm", "MR_small_RLE.dcm", "rtdose.dcm",
+                             "SC_ybr_full_422_uncompressed.dcm", "liver_1frame.dcm", "JPEG2000.dcm"}) {
+        EXPECT_EQ(Try(DicomSample(name)), "");
+        EXPECT_EQ(Render({DicomSample(name), "-o", Path("rendered.png")}).status, 0);
+        EXPECT_TRUE(
+            window->Picture().Picture(document->Extent(), 1).convertToFormat(QImage::Format_RGB888) ==
+            QImage(QString::fromStdString(Path("rendered.png"))).convertToFormat(QImage::Format_RGB888))
+            << name;
+    }
+}
+
+TEST_F(OpeningTest, BrokenFilesLeaveWhatIsThere) {
+    Open({PictureSample("moon.png")});
+    const QImage before = Painted();
+    std::vector<std::string> broken = {Path("missing.png"), WriteBytes("empty.tif", ""),
+                                       WriteBytes("text.png", "Not a picture at all.\n"),
+                                       DicomSample("rtplan.dcm"), DicomSample("MR_truncated.dcm")};
+    for (const std::string& whole :
+         {PictureSample("coffee.png"), PictureSample("rocket.jpg"), PictureSample("simple.fits"),
+          DicomSample("CT_small.dcm"), DicomSample("JPEG2000.dcm"), DicomSample("SC_rgb_rle_2frame.dcm")}) {
+        const std::string bytes = ReadBytes(whole);
+        broken.push_back(WriteBytes("cut-" + std::filesystem::path(whole).filename().string(),
+                                    bytes.substr(0, bytes.size() / 2)));
+    }
+    for (const std::string& file : broken) {
+        EXPECT_NE(Try(file), "") << file;
+        EXPECT_NE(window->Messages().Text().toStdString().find(std::filesystem::path(file).filename()),
+                  std::string::npos)
+            << window->Messages().Text().toStdString();
+        EXPECT_NE(Try(file, OpenAs::Layers), "") << file;
+        ASSERT_EQ(document->Layers().size(), 1U);
+    }
+    EXPECT_TRUE(Painted() == before);
+    EXPECT_EQ(Try(PictureSample("camera.png")), "");
+    EXPECT_EQ(window->Messages().Text(), "");
+}
+
+// Rows that no bitmap holds are shown by the parts that are seen.
+TEST_F(OpeningTest, ShowsRowsThatAreLongerThanBitmaps) {
+    Pixels<std::uint8_t> broad(30000, 3, 3);
+    for (auto& value : broad.values) value = static_cast<std::uint8_t>(random());
+    WritePicture<std::uint8_t>(Path("broad.tif"), {broad});
+    Open({Path("broad.tif")});
+    const QImage all = window->Picture().Picture(document->Extent(), 1);
+    ASSERT_EQ(all.width(), 30000);
+    for (int x = 0; x < 30000; x += 777) EXPECT_EQ(qRed(all.pixel(x, 1)), broad.At(x, 1, 0)) << x;
+}
+
+TEST_F(OpeningTest, OpensAndClosesAHundredTimes) {
+    const std::vector<std::vector<std::string>> turns = {
+        {PictureSample("coffee.png"), PictureSample("moon.png") + "@0.5"},
+        {DicomSample("CT_small.dcm") + "@threshold=250:3000,boundary"},
+        {PictureSample("multipage.tif")},
+        {}};
+    for (int i = 0; i < 100; ++i) {
+        const std::vector<std::string>& turn = turns[static_cast<std::size_t>(i) % turns.size()];
+        if (turn.empty()) {
+            document->Close();
+            EXPECT_TRUE(document->Layers().empty());
+        } else {
+            Open(turn);
+            EXPECT_EQ(document->Layers().size(), turn.size());
+        }
+        if (i % 25 == 24) {
+            const std::unique_ptr<pzel_view::MainWindow> other(window->NewView());
+            other->setAttribute(Qt::WA_DeleteOnClose, false);
+            QTest::qWait(1);
+        }
+    }
+}
+
+TEST_F(OpeningTest, LargePicturesNeverBlockTheWindowAndCanBeGivenUp) {
+    Open({PictureSample("moon.png")});
+    WritePicture<std::uint8_t>(Path("large.tif"), {Pixels<std::uint8_t>(6000, 5000, 1)});
+    document->Open(pzel_view::LayersOf({QString::fromStdString(Path("large.tif"))}), OpenAs::Picture);
+    ASSERT_TRUE(WaitFor([&] { return document->IsReading(); }));
+    Find<QPushButton>("cancel").click();
+    ASSERT_TRUE(WaitFor([&] { return !failures.empty() || !document->IsReading(); }));
+    EXPECT_EQ(failures, std::vector<std::string>{"Cancelled"});
+    EXPECT_EQ(document->InfoOf(*document->Layers()[0]).file, PictureSample("moon.png"));
+    EXPECT_EQ(Try(Path("large.tif")), "");
+    EXPECT_EQ(document->Extent().width(), 6000);
+}
+
+TEST_F(OpeningTest, FilesOfAFolderAndFramesOfAStack) {
+    std::vector<std::string> names;
+    for (const char* name : {"slice2.tif", "slice10.tif", "slice1.tif"}) {
+        WritePicture<std::uint8_t>(Path(name), {Pixels<std::uint8_t>(8, 8, 1)});
+        names.push_back(Path(name));
+    }
+    WriteBytes("slice3.txt", "no picture");
+    const QString first = QString::fromStdString(Path("slice1.tif"));
+    const QString second = pzel_view::Neighbour(first, 1);
+    EXPECT_TRUE(second.endsWith("slice2.tif"));
+    EXPECT_TRUE(pzel_view::Neighbour(second, 1).endsWith("slice10.tif"));
+    EXPECT_EQ(pzel_view::Neighbour(first, -1), "");
+    QStringList files;
+    for (const std::string& name : names) files << QString::fromStdString(name);
+    document->Open(pzel_view::LayersOf(files), OpenAs::Frames);
+    EXPECT_TRUE(WaitFor([&] { return document->Frames() == 3; }));
+    EXPECT_EQ(document->Layers().size(), 1U);
+}
+
+// Saved frames are those that the command line writes, byte by byte.
+TEST_F(OpeningTest, SavesWhatTheCommandLineRenders) {
+    const std::string film = PictureSample("multipage.tif");
+    Open({film, PictureSample("camera.png") + "@0.4,levels=20:200"});
+    document->SetRanges("Select", {{1, 1}, {0, 0}});
+    QString done;
+    QObject::connect(&window->Saver(), &pzel_view::FrameSaver::finished,
+                     [&](const QString& what) { done = what; });
+    window->Saver().SaveFrames(QString::fromStdString(Path("window.png")));
+    ASSERT_TRUE(WaitFor([&] { return !done.isEmpty() || !failures.empty(); }));
+    const Outcome run = Render({film, PictureSample("camera.png") + "@0.4,levels=20:200", "--frames", "0-1",
+                                "-o", Path("line.png")});
+    ASSERT_EQ(run.status, 0) << run.err;
+    for (const char* number : {"_0000.png", "_0001.png"}) {
+        const QImage saved(QString::fromStdString(Path(std::string("window") + number)));
+        EXPECT_FALSE(saved.isNull());
+        EXPECT_TRUE(saved == QImage(QString::fromStdString(Path(std::string("line") + number)))) << number;
+    }
+}
+
+}  // namespace
