@@ -12,7 +12,8 @@ TEST_PACKAGES="libgtest-dev python3"
 # The Python package: what it is built with, and what its tests use. Debian's Python, whatever else is on PATH.
 PYTHON=/usr/bin/python3
 PYTHON_PACKAGES="python3-dev pybind11-dev python3-numpy"
-PYTHON_TEST_PACKAGES="python3-pytest mypy python3-pil"
+PYTHON_TEST_PACKAGES="python3-pytest mypy python3-pil python3-dask python3-distributed"
+PYTHON_WHEEL_PACKAGES="python3-build python3-skbuild python3-setuptools python3-wheel python3-venv python3-pip"
 FUZZ_PACKAGES="clang-14 libclang-rt-14-dev"
 JUDGE_PACKAGES="python3-numpy python3-pydicom python3-gdcm python3-astropy python3-tifffile python3-pil python3-imageio python3-nibabel dcmtk libtiff-tools ffmpeg"
 
