@@ -13,6 +13,7 @@ import pickle
 import threading
 import uuid
 
+import cloudpickle
 import dask
 import dask.array
 import numpy
@@ -32,7 +33,8 @@ class _Frozen:
     @classmethod
     def of(cls, movie):
         buffers = []
-        data = pickle.dumps(movie, protocol=5, buffer_callback=buffers.append)
+        # Frames and curves that a notebook defines travel by what they are, not by their name.
+        data = cloudpickle.dumps(movie, protocol=5, buffer_callback=buffers.append)
         return cls(data, buffers, uuid.uuid4().hex)
 
     def __reduce_ex__(self, protocol):

@@ -81,6 +81,16 @@ def test_movies_travel_without_a_second_copy():
 
 
 @pytest.mark.skipif("LD_PRELOAD" in os.environ, reason="killed workers end without a sanitizer's last word")
+def test_curves_and_frames_of_a_notebook_travel():
+    class Local(list):
+        pass
+
+    movie = pzel.Movie(pzel.Comp(frames=Local([np.full((3, 3), 64 * i, np.uint8) for i in range(3)])))
+    movie[0].remapper = pzel.Remapper(lambda v: v * v)
+    again = pickle.loads(pickle.dumps(pzel.dask._Frozen.of(movie), 5)).thaw()
+    assert np.array_equal(again.render(2), movie.render(2)) and movie.render(2)[0, 0] == 64
+
+
 def test_a_worker_dies_in_the_middle():
     distributed = pytest.importorskip("distributed")
     movie = pzel.Movie(pzel.Comp(frames=Slow(np.float32, 0.05)))

@@ -22,6 +22,18 @@ struct Counting final : Observer {
     void Update(IComponent*, int, std::intptr_t) override { ++updates; }
 };
 
+struct Bent final : Zel::Remapper {
+    bool IsEqual(const Zel::Remapper&) const override { return false; }
+    Zel::Remapper* Clone() const override { return new Bent; }
+    void SetMode(int, int) override {}
+    int GetMode() const override { return 0; }
+    void Reset() override {}
+    int GetNumbChannels() const override { return 3; }
+    bool IsIdentity(int) const override { return false; }
+    float Remap(float value, int) const override { return value * value; }
+    const unsigned char* GetLookupTable() const override { return nullptr; }
+};
+
 /// What a thread has seen.
 struct Seen {
     Bytes pixels;
@@ -65,6 +77,9 @@ void live(int round, Seen& seen) {
     movie->AttachObserver_All(&counting);
     movie->GetChildAt(0)->SetBlackWhite(0, CompBlackWhite(10, 200));
     static_cast<Comp*>(movie->GetChildAt(1))->SwitchMapingMode(3);
+    Bent bent;
+    ConvertImage(movie->GetChildAt(0)->GetInternalComp()->GetCurrentImage(), &bent);
+    ConvertAllDataToRGB(movie->GetChildAt(1)->GetInternalComp()->GetCurrentImage(), &bent);
     VectorInit();
 
     Bytes shown(80 * 60 * 3);
