@@ -13,7 +13,7 @@ import pickle
 import threading
 import uuid
 
-import cloudpickle
+import cloudpickle  # type: ignore[import]
 import dask
 import dask.array
 import numpy
