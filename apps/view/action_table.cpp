@@ -66,7 +66,7 @@ void ShowActionTable(const ActionList& actions, QWidget& window) {
     all->addWidget(find);
     all->addWidget(table);
     all->addWidget(buttons);
-    dialog->resize(820, 560);
+    dialog->resize(980, 560);
     dialog->show();
 }
 

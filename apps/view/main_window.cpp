@@ -5,8 +5,11 @@
 #include <QDockWidget>
 #include <QDragEnterEvent>
 #include <QMimeData>
+#include <QScreen>
+#include <QScrollArea>
 #include <QSettings>
 #include <QStatusBar>
+#include <QStyle>
 #include <QTimer>
 #include <QToolBar>
 #include <QVBoxLayout>
@@ -26,12 +29,26 @@ constexpr const char* kGeometry = "window/geometry";
 constexpr const char* kLayout = "window/layout";
 constexpr int kToldTime = 5000;  // milliseconds
 
+// Panels at the sides scroll where the window is low.
+QWidget* Scrolling(QWidget* panel, Qt::DockWidgetArea area) {
+    if (area == Qt::BottomDockWidgetArea) return panel;
+    auto* scroll = new QScrollArea(panel->parentWidget());
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setWidgetResizable(true);
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    scroll->setWidget(panel);
+    scroll->setMinimumWidth(panel->minimumSizeHint().width() +
+                            scroll->style()->pixelMetric(QStyle::PM_ScrollBarExtent));
+    return scroll;
+}
+
 }  // namespace
 
 MainWindow::MainWindow(std::shared_ptr<Document> shown) : document(std::move(shown)) {
     setAttribute(Qt::WA_DeleteOnClose);
     setAcceptDrops(true);
-    setDockOptions(AnimatedDocks | AllowNestedDocks | AllowTabbedDocks | VerticalTabs);
+    setDockOptions(AnimatedDocks | AllowNestedDocks | AllowTabbedDocks);
+    setTabPosition(Qt::AllDockWidgetAreas, QTabWidget::North);
     auto* middle = new QWidget(this);
     picture = new PictureView(*document, middle);
     messages = new MessageBar(middle);
@@ -55,7 +72,8 @@ MainWindow::MainWindow(std::shared_ptr<Document> shown) : document(std::move(sho
     connect(document.get(), &Document::opened, this, &MainWindow::ShowTitle);
     connect(document.get(), &Document::opened, messages, &QWidget::hide);
     ShowTitle();
-    resize(1280, 860);
+    resize(QSize(1280, 940).boundedTo(screen()->availableSize()));
+    ShareRoom();
     firstLayout = saveState();
     const QSettings settings;
     restoreGeometry(settings.value(kGeometry).toByteArray());
@@ -79,7 +97,7 @@ void MainWindow::AddPanels() {
     for (const PanelEntry& entry : Panels()) {
         auto* dock = new QDockWidget(tr(entry.title), this);
         dock->setObjectName(entry.id);
-        dock->setWidget(entry.make(*document, dock));
+        dock->setWidget(Scrolling(entry.make(*document, dock), entry.area));
         addDockWidget(entry.area, dock);
         dock->setVisible(entry.isShown);
         auto* const before = entry.behind ? findChild<QDockWidget*>(entry.behind) : nullptr;
@@ -88,6 +106,19 @@ void MainWindow::AddPanels() {
         actions->AddReady({entry.id, "Window", entry.title, entry.key, entry.toolTip},
                           dock->toggleViewAction());
     }
+}
+
+// Of panels that stand above each other the upper one, which has the levels, gets more.
+void MainWindow::ShareRoom() {
+    QList<QDockWidget*> docks;
+    for (const PanelEntry& entry : Panels()) {
+        const bool isAbove = entry.area == Qt::RightDockWidgetArea && !entry.behind;
+        if (isAbove) docks << findChild<QDockWidget*>(entry.id);
+    }
+    QList<int> heights(docks.size(), 2);
+    if (!heights.isEmpty()) heights[0] = 3;
+    for (int& height : heights) height *= size().height() / 10;
+    resizeDocks(docks, heights, Qt::Vertical);
 }
 
 // What people look for first, in words.

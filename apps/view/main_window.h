@@ -40,6 +40,7 @@ class MainWindow final : public QMainWindow {
   private:
     void AddPanels();
     void AddToolBar();
+    void ShareRoom();
     void ShowTitle();
 
     std::shared_ptr<Document> document;
