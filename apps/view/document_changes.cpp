@@ -222,7 +222,6 @@ void Document::SetOrder(const std::vector<Comp*>& order) {
 void Document::Remove(Comp& comp) {
     std::vector<Comp*> order = Layers();
     std::erase(order, &comp);
-    if (order.empty()) return Close();
     DoOrder(tr("Remove Layer"), order);
 }
 

@@ -75,8 +75,9 @@ void AddOpening(MainWindow& window) {
 
 QString AskForName(MainWindow& window, const QString& title) {
     const QFileInfo first(FirstFile(window.GetDocument()));
-    return QFileDialog::getSaveFileName(&window, title, first.completeBaseName() + "-view.png",
-                                        MainWindow::tr("Pictures (*.png *.jpg *.tif)"));
+    const QString name = QFileDialog::getSaveFileName(&window, title, first.completeBaseName() + "-view.png",
+                                                      MainWindow::tr("Pictures (*.png *.jpg *.tif)"));
+    return name.isEmpty() || !QFileInfo(name).suffix().isEmpty() ? name : name + ".png";
 }
 
 void AddSaving(MainWindow& window, std::vector<QAction*>& ofPicture) {

@@ -24,6 +24,8 @@ void AddLayerActions(MainWindow& window) {
          "Tints what lies within a range of values, in a layer above the active one."},
         [&document] { ThresholdActive(document); });
     QAction* const threshold = ofActive.back();
+    add({"layer.rename", "Layer", "Re&name Layer…", Qt::Key_F2, "Gives the active layer another name."},
+        [&document, &window] { RenameActive(document, &window); });
     actions.Separate("Layer");
     add({"layer.toggle", "Layer", "Show or &Hide Layer", Qt::Key_H, "Shows the active layer, or hides it."},
         [&document] { ToggleActive(document); });

@@ -29,6 +29,18 @@ QWidget* Row(QWidget* parent, std::initializer_list<QWidget*> widgets) {
     return box;
 }
 
+// A number in as few digits as it needs.
+class PlainNumber final : public QDoubleSpinBox {
+  public:
+    using QDoubleSpinBox::QDoubleSpinBox;
+
+  protected:
+    QString textFromValue(double value) const override {
+        constexpr int kDigits = 8;
+        return locale().toString(value, 'g', kDigits).remove(locale().groupSeparator());
+    }
+};
+
 bool IsWhole(ImageDataType type) {
     return type != DataFloat;
 }
@@ -158,7 +170,7 @@ void LayerForm::MakeThreshold(QFormLayout& form) {
         return made;
     };
     const auto number = [this](const char* name) {
-        auto* made = new QDoubleSpinBox(this);
+        auto* made = new PlainNumber(this);
         made->setObjectName(name);
         made->setRange(-1e12, 1e12);
         made->setKeyboardTracking(false);

@@ -2,6 +2,7 @@
 #include "layer_steps.h"
 
 #include <QFileDialog>
+#include <QInputDialog>
 #include <algorithm>
 #include <cmath>
 
@@ -104,6 +105,19 @@ void NudgeActive(Document& document, int right, int down) {
     state.x = std::clamp(state.x + right, -32768, 32767);
     state.y = std::clamp(state.y + down, -32768, 32767);
     document.Change(*comp, Document::tr("Move Layer"), state);
+}
+
+void RenameActive(Document& document, QWidget* parent) {
+    Comp* const comp = document.Active();
+    if (!comp) return;
+    LayerState state = document.StateOf(*comp);
+    bool isGiven = false;
+    const QString name =
+        QInputDialog::getText(parent, Document::tr("Rename Layer"), Document::tr("Name"), QLineEdit::Normal,
+                              QString::fromStdString(state.name), &isGiven);
+    if (!isGiven || name.trimmed().isEmpty()) return;
+    state.name = name.trimmed().toStdString();
+    document.Change(*comp, Document::tr("Rename Layer"), state);
 }
 
 void ToggleActive(Document& document) {

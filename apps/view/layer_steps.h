@@ -17,6 +17,8 @@ void ThresholdActive(Document& document);
 void RaiseActive(Document& document, int by);
 /// Moves its place by columns and rows.
 void NudgeActive(Document& document, int right, int down);
+/// Asks for another name.
+void RenameActive(Document& document, QWidget* parent);
 void ToggleActive(Document& document);
 /// Makes the next higher or lower layer the active one.
 void ActivateNeighbour(Document& document, int by);

@@ -67,6 +67,11 @@ TEST_F(LayersTest, ComeBackAsTheyWere) {
     document->History().undo();
     EXPECT_EQ(document->Layers()[1], moon);
     EXPECT_TRUE(Whole() == before);
+    for (int i = 0; i < 2; ++i) document->Remove(*document->Layers()[0]);
+    EXPECT_TRUE(document->IsEmpty());
+    for (int i = 0; i < 2; ++i) document->History().undo();
+    EXPECT_TRUE(Whole() == before);
+    document->MakeActive(*document->Layers()[0]);
     pzel_view::DuplicateActive(*document);
     ASSERT_TRUE(WaitFor([&] { return document->Layers().size() == 3; }));
     document->History().undo();
