@@ -22,8 +22,7 @@ bool isPlain(const Image& image, int mode) {
         return false;
     if (!(image.state & (StateBoundSet | StateBoundDefault))) return false;
     if (image.channels != 1 && image.channels != 3) return false;
-    if (image.state & StateHsiBound && image.channels == 3 && mode == 0 &&
-        (image.imageType & 0xFF) == SubColour)
+    if (image.state & StateHsiBound && image.channels == 3 && mode == 0 && (image.imageType & 0xFF) != SubYuv)
         return false;
     for (int c = 0; c < image.channels; ++c) {
         const auto [black, white] = test::readPair(image.bound, c, test::shownType(image, c, mode));
@@ -78,7 +77,7 @@ void mapHsi(World& w) {
 void judgeBitmap(World& w, Comp* comp) {
     u16 left, top, width, height;
     Image* const image = comp->GetFlatImage(left, top, width, height);
-    if (!image || comp->GetCompMType() != MajorPicture || w.reacted) return;
+    if (!image || comp->GetCompMType() != MajorPicture) return;
     const ShownBitmap shown = comp->GetShownBitmap();
     if (!shown.pixels || left + width > image->width || top + height > image->height || !width || !height)
         return;

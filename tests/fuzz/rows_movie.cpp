@@ -62,7 +62,7 @@ void addFresh(World& w, const char* name, F method) {
           long(movie->GetObservers() ? movie->GetObservers()->size() : 0) *
               (added + (added > 0 && before < 2)));
     auto& list = childrenOf(w, movie);
-    for (int i = 0; i < added && !w.reacted; ++i) {
+    for (int i = 0; i < added; ++i) {
         Comp* const child = movie->GetChildren()[before + i];
         HOLDS(child->refCount == 1 && child->parent == movie && child->imageFrames == 0);
         list.push_back(child);

@@ -88,14 +88,12 @@ void scenes(World& w) {
     if (w.draw.coin()) {
         if (to) w.expect(to, EventSceneAdded);
         const bool added = CALL_ON(c, AddScene, w.text(), w.text(), long(w.draw(0, 2)), ranges);
-        if (w.reacted) return;
         HOLDS(added == (to != nullptr) && (!to || to->scenes->size() == before + 1));
     } else if (!to || to->scenes) {
         const long index = w.draw(-1, 3);
         const bool exists = to && index >= 0 && std::size_t(index) < before;
         if (exists) w.expect(to, EventSceneRemoved);
         HOLDS(CALL_ON(c, RemoveScene, index) == exists);
-        if (w.reacted) return;
     }
     HOLDS(CALL_ON(c, GetSceneList) == (std::is_same_v<C, Comp> ? to->scenes : nullptr));
 }
@@ -148,7 +146,6 @@ void visible(World& w) {
     const bool wanted = w.draw.coin();
     if (to && wanted != to->IsVisible()) w.expect(to, EventVisible);
     CALL_ON(c, SetVisible, wanted);
-    if (w.reacted) return;
     HOLDS(CALL_ON(c, IsVisible) == (to ? wanted : true));
 }
 
@@ -162,7 +159,6 @@ void opacity(World& w) {
     const float before = c->GetOpacity();
     w.anyEvents();
     CALL_ON(c, SetOpacity, wanted);
-    if (w.reacted) return;
     const float now = CALL_ON(c, GetOpacity);
     HOLDS(!to || !(wanted >= 0 && wanted <= 1) || std::fabs(now - wanted) <= 1.0f / 128);
     if (to && now != before)
@@ -182,7 +178,6 @@ void remapper(World& w) {
     const int id = tone ? tone->id : -1;
     // A call that throws has deleted what it was given, or still the caller has it: it counts as the former.
     CALL_ON(c, SetRemapper, tone);
-    if (w.reacted) return;
     const auto* const held = static_cast<const Tone*>(CALL_ON(c, GetRemapper));
     HOLDS(to ? (held ? held->id : -1) == id : held == nullptr);
 }
@@ -197,7 +192,6 @@ void levels(World& w) {
     const CompBlackWhite wanted(w.real(), w.real()), before = CALL_ON(c, GetBlackWhite, channel);
     w.anyEvents();
     CALL_ON(c, SetBlackWhite, channel, wanted);
-    if (w.reacted) return;
     const CompBlackWhite now = c->GetBlackWhite(channel);
     const bool changed = !same(now.black, before.black) || !same(now.white, before.white);
     HOLDS(!changed || to);
@@ -221,7 +215,6 @@ void location(World& w) {
         if (before.left != x || before.top != y) w.expect(to, EventLocation, extent);
     }
     CALL_ON(c, SetLocation, x, y);
-    if (w.reacted) return;
     CALL_ON(c, GetLocation, left, top);
     if constexpr (std::is_same_v<C, Movie>) HOLDS(left == 0 && top == 0);
     if (to) to->GetLocation(left, top);
@@ -254,7 +247,6 @@ void startFrame(World& w) {
         }
     }
     CALL_ON(c, SetStartFrame, frame);
-    if (w.reacted) return;
     HOLDS(CALL_ON(c, GetStartFrame) == (to ? frame : 0));
 }
 

@@ -54,7 +54,13 @@ const Row& rowOf(const Record& record) {
 void playRecord(World& world, const Record& record, int index) {
     const Row& row = rowOf(record);
     world.begin(record, index, row.promise);
-    if (index != world.setting.refusedRecord) return row.run(world);
+    if (index != world.setting.refusedRecord) {
+        try {
+            row.run(world);
+        } catch (const Reacted&) {
+        }
+        return;
+    }
     bool threw = false;
     try {
         row.run(world);

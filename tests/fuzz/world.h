@@ -48,6 +48,9 @@ struct Heard {
     bool operator==(const Heard&) const = default;
 };
 
+/// Leaves a row after a call during which observers changed the world: what it knew may be gone.
+struct Reacted {};
+
 class World;
 
 struct Ear final : Observer {
@@ -143,15 +146,13 @@ class World {
     decltype(auto) call(const char* name, F&& f, A&&... arguments) {
         ++calls;
         if (setting.story) tell(name + ('(' + (joined(arguments...) + ')')));
-        const Armed armed(*this);
-        return std::forward<F>(f)(std::forward<A>(arguments)...);
+        return made(f, arguments...);
     }
     template <class T, class F, class... A>
     decltype(auto) callOn(T* object, const char* name, F&& f, A&&... arguments) {
         ++calls;
         if (setting.story) tell(written(object) + "->" + name + '(' + joined(arguments...) + ')');
-        const Armed armed(*this);
-        return std::forward<F>(f)(std::forward<A>(arguments)...);
+        return made(f, arguments...);
     }
     void tell(const std::string& line) const;
 
@@ -218,6 +219,22 @@ class World {
         std::array<u64, kParts> before{};
     };
 
+    template <class F, class... A>
+    decltype(auto) made(F& f, A&... arguments) {
+        if constexpr (std::is_void_v<decltype(f(arguments...))>) {
+            armed(f, arguments...);
+            if (reacted) throw Reacted();
+        } else {
+            decltype(auto) result = armed(f, arguments...);
+            if (reacted) throw Reacted();
+            return result;
+        }
+    }
+    template <class F, class... A>
+    decltype(auto) armed(F& f, A&... arguments) {
+        const Armed whileCalled(*this);
+        return f(arguments...);
+    }
     template <class... A>
     std::string joined(const A&... arguments) const {
         std::string all;

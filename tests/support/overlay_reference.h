@@ -147,8 +147,8 @@ inline Bytes overlaid(const Overlay& operation, const Raster& to, const Bytes& b
             const bool taken = x % smaller(0) == 0 && y % smaller(1) == 0;
             const Pixel pixel = from.at(source, x, y);
             const bool upper = pixel[0];
-            for (int j = 0; j < larger(1); ++j)
-                for (int i = 0; i < larger(0); ++i) {
+            for (int j = std::max(0, -atY); j < std::min(larger(1), to.height - atY); ++j)
+                for (int i = std::max(0, -atX); i < std::min(larger(0), to.width - atX); ++i) {
                     if (operation.kind == Boundary) {
                         const bool edge = from.at(source, x, y, std::abs(from.rowBytes) / 2)[0];
                         if ((upper && j == 0) || (edge && i == 0)) paint(atX + i, atY + j, tint);
