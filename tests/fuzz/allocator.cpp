@@ -18,7 +18,7 @@ void __libc_free(void*);
 
 namespace {
 
-long live = 0;
+long live = 0, objects = 0;
 int filling = -1;
 
 bool counting = false;
@@ -49,6 +49,10 @@ long liveBlocks() {
     return live;
 }
 
+long liveObjects() {
+    return objects;
+}
+
 Filling::Filling(unsigned char byte) {
     filling = byte;
 }
@@ -70,53 +74,64 @@ void Refusal::lift() {
 
 }  // namespace test
 
-#if defined(__SANITIZE_ADDRESS__)
-
 namespace {
-void* takeOrThrow(std::size_t bytes) {
+// Under the sanitizer this is where blocks are counted, else where they come from.
+void* newObject(std::size_t bytes) {
+#if defined(__SANITIZE_ADDRESS__)
     void* const block = take(bytes, [=] { return std::malloc(bytes); });
+#else
+    void* const block = std::malloc(bytes > 0 ? bytes : 1);
+#endif
+    if (block != nullptr) ++objects;
+    return block;
+}
+void* newOrThrow(std::size_t bytes) {
+    void* const block = newObject(bytes);
     if (block == nullptr) throw std::bad_alloc();
     return block;
 }
-void give(void* block) {
+void deleteObject(void* block) {
     if (block == nullptr) return;
+    --objects;
+#if defined(__SANITIZE_ADDRESS__)
     --live;
+#endif
     std::free(block);
 }
 }  // namespace
 
 void* operator new(std::size_t bytes) {
-    return takeOrThrow(bytes);
+    return newOrThrow(bytes);
 }
 void* operator new[](std::size_t bytes) {
-    return takeOrThrow(bytes);
+    return newOrThrow(bytes);
 }
 void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
-    return take(bytes, [=] { return std::malloc(bytes); });
+    return newObject(bytes);
 }
 void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept {
-    return take(bytes, [=] { return std::malloc(bytes); });
+    return newObject(bytes);
 }
 void operator delete(void* block) noexcept {
-    give(block);
+    deleteObject(block);
 }
 void operator delete[](void* block) noexcept {
-    give(block);
+    deleteObject(block);
 }
 void operator delete(void* block, std::size_t) noexcept {
-    give(block);
+    deleteObject(block);
 }
 void operator delete[](void* block, std::size_t) noexcept {
-    give(block);
+    deleteObject(block);
 }
 void operator delete(void* block, const std::nothrow_t&) noexcept {
-    give(block);
+    deleteObject(block);
 }
 void operator delete[](void* block, const std::nothrow_t&) noexcept {
-    give(block);
+    deleteObject(block);
 }
 
-#else
+#if !defined(__SANITIZE_ADDRESS__)
 
 extern "C" {
 

@@ -1,4 +1,4 @@
-// The memory of this test program: counts blocks, refuses a chosen request and, where wanted, all that
+// The memory of the fuzz program: counts blocks, refuses a chosen request and, where wanted, all that
 // follow, and fills new blocks. Everything that the library asks for comes by here: operator new in every
 // build, and malloc but under AddressSanitizer, which has its own.
 #pragma once
@@ -7,6 +7,8 @@ namespace test {
 
 /// Blocks that are held now.
 long liveBlocks();
+/// Those of them that came from operator new and must go back to operator delete.
+long liveObjects();
 
 /// Fills new blocks with a byte until it goes.
 class Filling {

@@ -6,6 +6,7 @@
 //   pzel_fuzz --covers FILE               every name that FILE lists is called (exports.txt)
 //   pzel_fuzz --replay HEX | --refused HEX   one sequence, as a finding prints it
 #include <sys/mman.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -29,7 +30,7 @@ namespace {
 
 using namespace fuzz;
 
-constexpr unsigned kPatience = 20;  // seconds for a thousand sequences, which take a tenth of one
+constexpr int kPatience = 30;  // seconds of processor time for a thousand sequences, which take one
 
 /// What a child and its parent share.
 struct Shared {
@@ -56,7 +57,7 @@ int inChild(const F& action) {
 
 std::string nameOfEnd(int status) {
     if (WIFSIGNALED(status))
-        return WTERMSIG(status) == SIGALRM ? "hangs" : std::string("ends by ") + strsignal(WTERMSIG(status));
+        return WTERMSIG(status) == SIGPROF ? "hangs" : std::string("ends by ") + strsignal(WTERMSIG(status));
     return WIFEXITED(status) && WEXITSTATUS(status) > 0 ? "ends with a report of a sanitizer" : "";
 }
 
@@ -65,6 +66,11 @@ std::string kindOf(std::string fault) {
     fault.erase(std::remove_if(fault.begin(), fault.end(), [](char c) { return c >= '0' && c <= '9'; }),
                 fault.end());
     return fault.substr(0, 60);
+}
+
+void limitTime(int seconds) {
+    const itimerval limit{{0, 0}, {seconds, 0}};
+    setitimer(ITIMER_PROF, &limit, nullptr);
 }
 
 void silence() {
@@ -82,7 +88,7 @@ struct Machine {
         shared.fault[0] = 0;
         const std::string end = nameOfEnd(inChild([&] {
             if (quiet) silence();
-            alarm(5);
+            limitTime(5);
             std::snprintf(shared.fault, sizeof shared.fault, "%s", judge(sequence, counts).c_str());
         }));
         return end.empty() ? shared.fault : end;
@@ -90,11 +96,15 @@ struct Machine {
 
     void report(Sequence sequence) const {
         const std::string kind = kindOf(failure(sequence));
+        if (kind.empty()) {
+            std::cout << "FINDING: not repeated by " << hexOf(sequence) << std::endl;
+            return;
+        }
         sequence = shortened(std::move(sequence),
                              [&](const Sequence& shorter) { return kindOf(failure(shorter)) == kind; });
         const std::string fault = failure(sequence, false);
         std::cout << "FINDING: " << fault << std::endl;
-        inChild([&] { silence(), alarm(5), print(std::cout, sequence, refusals); });
+        inChild([&] { silence(), limitTime(5), print(std::cout, sequence, refusals); });
         std::cout << std::endl;
     }
 
@@ -107,7 +117,7 @@ struct Machine {
             shared.fault[0] = 0;
             const std::string end = nameOfEnd(inChild([&] {
                 for (; goesOn(); ++shared.number) {
-                    if (shared.number % 1024 == 0 || refusals) alarm(kPatience);
+                    if (shared.number % 1024 == 0 || refusals) limitTime(kPatience);
                     const std::string fault = judge(next(shared.number), shared.counts);
                     if (fault.empty()) continue;
                     std::snprintf(shared.fault, sizeof shared.fault, "%s", fault.c_str());

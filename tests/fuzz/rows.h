@@ -2,7 +2,7 @@
 // call needs, leaves without a call where it may not be called now, calls, and says what must hold after.
 #pragma once
 
-#include <span>
+#include <vector>
 
 #include "tests/fuzz/world.h"
 
@@ -11,22 +11,29 @@ namespace fuzz {
 struct Row {
     const char* name;
     void (*run)(World& w);
-    Promise promise = Strong;
+    Promise promise;
 };
 
-/// The rows of a room of the library.
-std::span<const Row> imageRows();
-std::span<const Row> boundsRows();
-std::span<const Row> colourRows();
-std::span<const Row> componentRows();
-std::span<const Row> movieRows();
-std::span<const Row> displayRows();
-std::span<const Row> pluginRows();
+/// Rows by what they promise where memory is refused.
+struct Table {
+    void strong(const char* name, void (*run)(World&)) { rows.push_back({name, run, Strong}); }
+    void basic(const char* name, void (*run)(World&)) { rows.push_back({name, run, Basic}); }
+    void never(const char* name, void (*run)(World&)) { rows.push_back({name, run, Never}); }
+    std::vector<Row> rows;
+    std::vector<std::size_t> rooms;  // where the library's rooms start, and the end
+};
+
+void addImageRows(Table& table);
+void addBoundsRows(Table& table);
+void addColourRows(Table& table);
+void addComponentRows(Table& table);
+void addMovieRows(Table& table);
+void addDisplayRows(Table& table);
+void addPluginRows(Table& table);
 
 /// All rows, room after room.
+const Table& table();
 const std::vector<Row>& rows();
-/// Where the rooms start, and the number of rows.
-const std::vector<std::size_t>& rooms();
 
 /// Marks images whose bound array was brought by the host and has the promised size alone: it goes before
 /// their shape changes.

@@ -66,44 +66,38 @@ void convert(World& w, bool joint) {
     HOLDS(joint || tone.id != 0 || pixelsOf(image).size() == before.size());
 }
 
-const Row table[] = {
-    {"RGBtoHSI, ComputeHSI and its parts",
-     [](World& w) {
-         const Ranges r = ranges(w);
-         RGBtoHSI converter = CALL(RGBtoHSI, r.low[0], r.low[1], r.low[2], r.high[0], r.high[1], r.high[2]);
-         const float scale = float(w.draw(1, 255));
-         CALL_ON(&converter, SetScale_H, scale), CALL_ON(&converter, SetScale_S, scale),
-             CALL_ON(&converter, SetScale_I, scale);
-         bool inside;
-         const auto c = colour(w, r, inside);
-         if (std::isnan(c[0] + c[1] + c[2])) return;  // nothing is said of them
-         const Hsi wanted(r, c);
-         float h = 7, s = 7, i = 7;
-         const RGBtoHSI& k = converter;
-         HOLDS(CALL_ON(&k, ComputeI, c[0], c[1], c[2], i) == inside && (inside || i == 7));
-         HOLDS(CALL_ON(&k, ComputeS, c[0], c[1], c[2], s) == inside && (inside || s == 7));
-         HOLDS(CALL_ON(&k, ComputeH, c[0], c[1], c[2], h) == inside && (inside || h == 7));
-         float all[3] = {7, 7, 7};
-         HOLDS(CALL_ON(&k, ComputeHSI, c[0], c[1], c[2], all[0], all[1], all[2]) == inside);
-         HOLDS(all[1] == s && all[2] == i);
-         CALL_ON(&k, ComputeI_RD, c[0], c[1], c[2], i), CALL_ON(&k, ComputeS_RD, c[0], c[1], c[2], s);
-         CALL_ON(&k, ComputeH_RD, c[0], c[1], c[2], h),
-             CALL_ON(&k, ComputeHSI_RD, c[0], c[1], c[2], all[0], all[1], all[2]);
-         HOLDS(std::fabs(i - wanted.i * scale) < 1e-4 * scale &&
-               std::fabs(s - wanted.s * scale) < 1e-3 * scale);
-         const double turn = std::fabs(h - wanted.h * scale / (2 * M_PI)) / scale;
-         HOLDS(wanted.h < 0 || wanted.s < 0.01 || std::min(turn, 1 - turn) < 2e-3);
-         w.see(h), w.see(s), w.see(i);
-     },
-     Never},
-    {"ConvertImage", [](World& w) { convert(w, false); }},
-    {"ConvertAllDataToRGB", [](World& w) { convert(w, true); }},
-};
-
 }  // namespace
 
-std::span<const Row> colourRows() {
-    return table;
+void addColourRows(Table& table) {
+    table.never("RGBtoHSI, ComputeHSI and its parts", [](World& w) {
+        const Ranges r = ranges(w);
+        RGBtoHSI converter = CALL(RGBtoHSI, r.low[0], r.low[1], r.low[2], r.high[0], r.high[1], r.high[2]);
+        const float scale = float(w.draw(1, 255));
+        CALL_ON(&converter, SetScale_H, scale), CALL_ON(&converter, SetScale_S, scale),
+            CALL_ON(&converter, SetScale_I, scale);
+        bool inside;
+        const auto c = colour(w, r, inside);
+        if (std::isnan(c[0] + c[1] + c[2])) return;  // nothing is said of them
+        const Hsi wanted(r, c);
+        float h = 7, s = 7, i = 7;
+        const RGBtoHSI& k = converter;
+        HOLDS(CALL_ON(&k, ComputeI, c[0], c[1], c[2], i) == inside && (inside || i == 7));
+        HOLDS(CALL_ON(&k, ComputeS, c[0], c[1], c[2], s) == inside && (inside || s == 7));
+        HOLDS(CALL_ON(&k, ComputeH, c[0], c[1], c[2], h) == inside && (inside || h == 7));
+        float all[3] = {7, 7, 7};
+        HOLDS(CALL_ON(&k, ComputeHSI, c[0], c[1], c[2], all[0], all[1], all[2]) == inside);
+        HOLDS(all[1] == s && all[2] == i);
+        CALL_ON(&k, ComputeI_RD, c[0], c[1], c[2], i), CALL_ON(&k, ComputeS_RD, c[0], c[1], c[2], s);
+        CALL_ON(&k, ComputeH_RD, c[0], c[1], c[2], h),
+            CALL_ON(&k, ComputeHSI_RD, c[0], c[1], c[2], all[0], all[1], all[2]);
+        HOLDS(std::fabs(i - wanted.i * scale) < 1e-4 * scale &&
+              std::fabs(s - wanted.s * scale) < 1e-3 * scale);
+        const double turn = std::fabs(h - wanted.h * scale / (2 * M_PI)) / scale;
+        HOLDS(wanted.h < 0 || wanted.s < 0.01 || std::min(turn, 1 - turn) < 2e-3);
+        w.see(h), w.see(s), w.see(i);
+    });
+    table.strong("ConvertImage", [](World& w) { convert(w, false); });
+    table.strong("ConvertAllDataToRGB", [](World& w) { convert(w, true); });
 }
 
 }  // namespace fuzz

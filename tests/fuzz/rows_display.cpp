@@ -273,125 +273,101 @@ void vectors(World& w) {
          w.draw.coin() ? w.table() : nullptr);
 }
 
-const Row table[] = {
-    {"ComputeBmpLineBytes",
-     [](World& w) {
-         const int width = w.draw(0, 30000), bits = w.draw.pick({1, 8, 24, 16, 0});
-         const int known = bits == 1 || bits == 8 || bits == 24;
-         HOLDS(CALL(ComputeBmpLineBytes, width, bits) == u16(known * ((width * bits + 7) / 8 + 3) / 4 * 4));
-     },
-     Never},
-    {"MapData", mapData},
-    {"MapDataHSI", mapHsi},
-    // A component's way to its bitmap.
-    {"ComputeBitmap, DeleteBitmap, GetShownBitmap", computeBitmap},
-    {"ComputeImageBmp",
-     [](World& w) {
-         Comp* const comp = w.out(w.comp());
-         if (comp->GetCompMType() == MajorPicture) CALL_ON(comp, ComputeImageBmp, 0);
-     }},
-    {"ComputeBoundaryBmp",
-     [](World& w) {
-         Comp* const comp = w.out(w.comp());
-         if (comp->GetCompMType() == MajorBoundary) CALL_ON(comp, ComputeBoundaryBmp);
-     }},
-    {"ComputeVectorBmp",
-     [](World& w) {
-         Comp* const comp = w.out(w.comp());
-         if (comp->GetCompMType() == MajorVector) CALL_ON(comp, ComputeVectorBmp);
-     }},
-    {"ComputeBmpBits",
-     [](World& w) {
-         Comp* const comp = w.comp();
-         const int bits = CALL_ON(comp, ComputeBmpBits, w.draw.coin() ? comp->images : nullptr);
-         HOLDS(bits == 0 || bits == 1 || bits == 8 || bits == 24);
-         HOLDS(CALL_ON(comp, ComputeBmpBits) == comp->ComputeBmpBits(comp->GetFlatImage()));
-     },
-     Never},
-    {"GetValidDataArea",
-     [](World& w) {
-         Comp* const comp = w.comp();
-         u16 a[4], b[4];
-         CALL_ON(comp, GetValidDataArea, a[0], a[1], a[2], a[3]);
-         CALL_ON(comp, GetValidDataArea, comp->images, b[0], b[1], b[2], b[3]);
-         HOLDS(std::equal(a, a + 4, b));
-         const bool byArea = comp->dataArea && (comp->flagsA & CompExtentMask) == CompExtentDataArea;
-         HOLDS(byArea ? std::int16_t(a[0]) == comp->dataArea->left
-                      : a[2] == (comp->images ? comp->images->width : 0));
-     },
-     Never},
-    {"GetFlatImage",
-     [](World& w) {
-         Comp* const comp = w.comp();
-         u16 r[4], q[4];
-         short dx, dy;
-         const Image* const image = CALL_ON(comp, GetFlatImage);
-         HOLDS(CALL_ON(comp, GetFlatImage, r[0], r[1], r[2], r[3]) == image);
-         HOLDS(CALL_ON(comp, GetFlatImage, dx, dy, q[0], q[1], q[2], q[3]) == image &&
-               std::equal(r, r + 4, q));
-         HOLDS(image || (!comp->images && !comp->flatComp));
-     },
-     Never},
-    {"UpdateFlatFrame",
-     [](World& w) {
-         Comp* const comp = w.out(w.comp());
-         CALL_ON(comp, UpdateFlatFrame, w.draw(0, 31));
-         HOLDS(comp->flatComp || !comp->flatImage);
-     },
-     Basic},
-    {"SwitchMapingMode",
-     [](World& w) {
-         Comp* const comp = w.out(w.comp());
-         for (int i = 0; i < comp->imageFrames; ++i)
-             if (!w.mayJoin(comp->images + i)) return;
-         if (comp->flatImage && !w.mayJoin(comp->flatImage)) return;
-         const u8 before = comp->images ? comp->images->state : 0;
-         const bool switched = CALL_ON(comp, SwitchMapingMode, w.draw(0, 4));
-         HOLDS(switched || !comp->images || ((before ^ comp->images->state) & StateHsiBound) == 0);
-     }},
-    // Movies, fields, boundaries, vectors.
-    {"ComposeMovie", compose, Basic},
-    {"SplitImage", split},
-    {"FieldsToFrame", weave, Basic},
-    {"MaskToBoundary", outline},
-    {"ComputeVector", vectors},
-    {"MapVectorToBmp",
-     [](World& w) {
-         w.touch(World::Canvas);
-         std::array<signed char, 2 * 3 * 2> grid;
-         for (auto& one : grid)
-             one = (signed char)(w.draw.oneIn(9) ? w.draw.pick<int>({VectorNone, 127, 0}) : w.draw(-40, 40));
-         const int bits = w.draw.pick({24, 8, 1, 16, 4});
-         u8* const first = w.canvas.data() + 23 * 120;
-         const bool down = w.draw.coin();
-         CALL(MapVectorToBmp, down ? w.canvas.data() : first, down ? -120 : 120, u16(w.draw(0, 40)),
-              u16(w.draw(0, 24)), bits, grid.data(), w.draw.word());
-     },
-     Never},
-    {"VectorTermination, VectorInit",
-     [](World& w) {
-         if (!w.draw.oneIn(16)) return;
-         CALL(VectorTermination);
-         w.touchAll();
-         Comp* const comp = w.comp();
-         if (comp->GetCompMType() == MajorVector) comp->ComputeVectorBmp();
-         CALL(VectorInit);
-     },
-     Basic},
-};
-
 template <std::size_t... i>
-std::vector<Row> withOverlays(std::index_sequence<i...>) {
-    std::vector<Row> all(std::begin(table), std::end(table));
-    (all.push_back({test::overlays[i].name, overlayRow<i>}), ...);
-    return all;
+void addOverlays(Table& table, std::index_sequence<i...>) {
+    (table.strong(test::overlays[i].name, overlayRow<i>), ...);
 }
 
 }  // namespace
 
-std::span<const Row> displayRows() {
-    static const std::vector<Row> all = withOverlays(std::make_index_sequence<std::size(test::overlays)>());
-    return all;
+void addDisplayRows(Table& table) {
+    table.never("ComputeBmpLineBytes", [](World& w) {
+        const int width = w.draw(0, 30000), bits = w.draw.pick({1, 8, 24, 16, 0});
+        const int known = bits == 1 || bits == 8 || bits == 24;
+        HOLDS(CALL(ComputeBmpLineBytes, width, bits) == u16(known * ((width * bits + 7) / 8 + 3) / 4 * 4));
+    });
+    table.strong("MapData", mapData);
+    table.strong("MapDataHSI", mapHsi);
+    // A component's way to its bitmap.
+    table.strong("ComputeBitmap, DeleteBitmap, GetShownBitmap", computeBitmap);
+    table.strong("ComputeImageBmp", [](World& w) {
+        Comp* const comp = w.out(w.comp());
+        if (comp->GetCompMType() == MajorPicture) CALL_ON(comp, ComputeImageBmp, 0);
+    });
+    table.strong("ComputeBoundaryBmp", [](World& w) {
+        Comp* const comp = w.out(w.comp());
+        if (comp->GetCompMType() == MajorBoundary) CALL_ON(comp, ComputeBoundaryBmp);
+    });
+    table.strong("ComputeVectorBmp", [](World& w) {
+        Comp* const comp = w.out(w.comp());
+        if (comp->GetCompMType() == MajorVector) CALL_ON(comp, ComputeVectorBmp);
+    });
+    table.never("ComputeBmpBits", [](World& w) {
+        Comp* const comp = w.comp();
+        const int bits = CALL_ON(comp, ComputeBmpBits, w.draw.coin() ? comp->images : nullptr);
+        HOLDS(bits == 0 || bits == 1 || bits == 8 || bits == 24);
+        HOLDS(CALL_ON(comp, ComputeBmpBits) == comp->ComputeBmpBits(comp->GetFlatImage()));
+    });
+    table.never("GetValidDataArea", [](World& w) {
+        Comp* const comp = w.comp();
+        u16 a[4], b[4];
+        CALL_ON(comp, GetValidDataArea, a[0], a[1], a[2], a[3]);
+        CALL_ON(comp, GetValidDataArea, comp->images, b[0], b[1], b[2], b[3]);
+        HOLDS(std::equal(a, a + 4, b));
+        const bool byArea = comp->dataArea && (comp->flagsA & CompExtentMask) == CompExtentDataArea;
+        HOLDS(byArea ? std::int16_t(a[0]) == comp->dataArea->left
+                     : a[2] == (comp->images ? comp->images->width : 0));
+    });
+    table.never("GetFlatImage", [](World& w) {
+        Comp* const comp = w.comp();
+        u16 r[4], q[4];
+        short dx, dy;
+        const Image* const image = CALL_ON(comp, GetFlatImage);
+        HOLDS(CALL_ON(comp, GetFlatImage, r[0], r[1], r[2], r[3]) == image);
+        HOLDS(CALL_ON(comp, GetFlatImage, dx, dy, q[0], q[1], q[2], q[3]) == image &&
+              std::equal(r, r + 4, q));
+        HOLDS(image || (!comp->images && !comp->flatComp));
+    });
+    table.basic("UpdateFlatFrame", [](World& w) {
+        Comp* const comp = w.out(w.comp());
+        CALL_ON(comp, UpdateFlatFrame, w.draw(0, 31));
+        HOLDS(comp->flatComp || !comp->flatImage);
+    });
+    table.strong("SwitchMapingMode", [](World& w) {
+        Comp* const comp = w.out(w.comp());
+        for (int i = 0; i < comp->imageFrames; ++i)
+            if (!w.mayJoin(comp->images + i)) return;
+        if (comp->flatImage && !w.mayJoin(comp->flatImage)) return;
+        const u8 before = comp->images ? comp->images->state : 0;
+        const bool switched = CALL_ON(comp, SwitchMapingMode, w.draw(0, 4));
+        HOLDS(switched || !comp->images || ((before ^ comp->images->state) & StateHsiBound) == 0);
+    });
+    // Movies, fields, boundaries, vectors.
+    table.basic("ComposeMovie", compose);
+    table.strong("SplitImage", split);
+    table.basic("FieldsToFrame", weave);
+    table.strong("MaskToBoundary", outline);
+    table.strong("ComputeVector", vectors);
+    table.never("MapVectorToBmp", [](World& w) {
+        w.touch(World::Canvas);
+        std::array<signed char, 2 * 3 * 2> grid;
+        for (auto& one : grid)
+            one = (signed char)(w.draw.oneIn(9) ? w.draw.pick<int>({VectorNone, 127, 0}) : w.draw(-40, 40));
+        const int bits = w.draw.pick({24, 8, 1, 16, 4});
+        u8* const first = w.canvas.data() + 23 * 120;
+        const bool down = w.draw.coin();
+        CALL(MapVectorToBmp, down ? w.canvas.data() : first, down ? -120 : 120, u16(w.draw(0, 40)),
+             u16(w.draw(0, 24)), bits, grid.data(), w.draw.word());
+    });
+    table.basic("VectorTermination, VectorInit", [](World& w) {
+        if (!w.draw.oneIn(16)) return;
+        CALL(VectorTermination);
+        w.touchAll();
+        Comp* const comp = w.comp();
+        if (comp->GetCompMType() == MajorVector) comp->ComputeVectorBmp();
+        CALL(VectorInit);
+    });
+    addOverlays(table, std::make_index_sequence<std::size(test::overlays)>());
 }
 
 }  // namespace fuzz

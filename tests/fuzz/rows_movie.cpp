@@ -212,267 +212,232 @@ std::vector<long> selected(const Movie* movie) {
     return frames;
 }
 
-const Row table[] = {
-    {"Movie, made and copied",
-     [](World& w) {
-         const auto slot = std::size_t(w.draw(0, World::kMovies - 1));
-         if (w.movies[slot]) {
-             w.anyEvents();
-             Movie* const from = w.movies[slot];
-             Movie* const made = CALL(new Movie, *from);
-             HOLDS(made->GetNumbChildren() == from->GetNumbChildren() && !made->GetObservers());
-             const Movie alone = CALL(Movie, *made);
-             CALL_ON(made, Cleanup);
-             HOLDS(made->GetNumbChildren() == 0 && made->Release() == 0);
-         } else {
-             w.touch(World::Part(World::FirstMovie + slot));
-             Movie* const made = CALL(new Movie);
-             CALL_ON(made, Clear);
-             HOLDS(made->GetNumbChildren() == 0 && made->GetMovieLength() == 0 && !made->GetActiveComp());
-             w.movies[slot] = made, w.movieHeld[slot] = 1;
-         }
-     }},
-    {"Movie, assigned", [](World& w) { copyFrom(w, true); }},
-    {"CopyFrom", [](World& w) { copyFrom(w, false); }},
-    {"Movie::Cleanup",
-     [](World& w) {
-         Movie* const movie = w.movie();
-         w.touchAll();
-         w.anyEvents();
-         childrenOf(w, movie).clear();
-         CALL_ON(movie, Cleanup);
-         HOLDS(movie->GetNumbChildren() == 0 && !movie->GetObservers());
-     },
-     Never},
-    {"Movie::Release", release, Never},
-    // Children.
-    {"AddChild", addChild},
-    {"AddComponents", [](World& w) { addFresh(w, "AddComponents", &Movie::AddComponents); }},
-    {"AllocComps", [](World& w) { addFresh(w, "AllocComps", &Movie::AllocComps); }},
-    {"AllocMoreComps", [](World& w) { addFresh(w, "AllocMoreComps", &Movie::AllocMoreComps); }},
-    {"AddComponentGroup, AppendComponent", addGroup},
-    {"SetComponent", setComponent},
-    {"RemoveChild", removeChild, Never},
-    {"RemoveComponent", removeComponent, Never},
-    {"AddCompRooms, GetChildren",
-     [](World& w) {
-         Movie* const movie = w.movie();
-         HOLDS(CALL_ON(movie, AddCompRooms, w.draw(0, 4)) == movie->GetNumbChildren());
-         Comp** const all = CALL_ON(movie, GetChildren);
-         HOLDS(std::equal(childrenOf(w, movie).begin(), childrenOf(w, movie).end(), all));
-     }},
-    {"FindComponentIndex, GetChildAt",
-     [](World& w) {
-         Movie* const movie = w.movie();
-         const Comp* const comp = w.comp();
-         const auto& list = childrenOf(w, movie);
-         const auto at = std::find(list.begin(), list.end(), comp);
-         HOLDS(CALL_ON(movie, FindComponentIndex, comp) == (at == list.end() ? -1 : int(at - list.begin())));
-         const int index = w.draw(-1, 3);
-         HOLDS(CALL_ON(movie, GetChildAt, index) ==
-               (index >= 0 && index < int(list.size()) ? list[std::size_t(index)] : nullptr));
-     },
-     Never},
-    {"GetIOComponent",
-     [](World& w) {
-         IComponent* const one = w.draw.oneIn(9) ? nullptr : w.component();
-         Comp* const found = CALL(GetIOComponent, one);
-         HOLDS(one ? found && (found == one || one->IsMovieObj()) : !found);
-     },
-     Never},
-    {"MakeChildActive, GetActiveComp, IsChildActive",
-     [](World& w) {
-         Movie* const movie = w.out(w.movie());
-         Comp* const comp = w.draw.coin() ? w.comp() : w.childComp(movie);
-         if (!comp) return;
-         const auto& list = childrenOf(w, movie);
-         for (const Comp* child : list)
-             if (child == comp) w.expect(comp, EventActivated);
-         Comp* const before = movie->GetActiveComp();
-         const bool isChild = std::find(list.begin(), list.end(), comp) != list.end();
-         CALL_ON(movie, MakeChildActive, comp);
-         HOLDS(CALL_ON(movie, GetActiveComp) == (isChild ? comp : before));
-         HOLDS(CALL_ON(movie, IsChildActive, comp) == (movie->GetActiveComp() == comp));
-     },
-     Never},
-    {"Movie::MakeActive, IsActive, GetIndex",
-     [](World& w) {
-         Movie* const movie = w.out(w.movie());
-         w.expect(movie, EventActivated);
-         CALL_ON(movie, MakeActive);
-         HOLDS(!movie->GetActiveComp() && !CALL_ON(movie, IsActive) && CALL_ON(movie, GetIndex) == -1);
-     },
-     Never},
-    // The registry.
-    {"RegistMe, UnregistMe, HasRegisted, GetCount, GetMovie",
-     [](World& w) {
-         Movie* const movie = w.movie();
-         int& times = w.registered[std::size_t(w.slotOf(movie))];
-         const int before = CALL(Movie::GetCount);
-         if (times < 3 && w.draw.coin()) {
-             CALL_ON(movie, RegistMe), ++times;
-             HOLDS(Movie::GetCount() == before + 1 && CALL(Movie::GetMovie, before) == movie);
-         } else {
-             CALL_ON(movie, UnregistMe);
-             HOLDS(Movie::GetCount() == before - (times > 0));
-             times = std::max(times - 1, 0);
-         }
-         HOLDS(CALL_ON(movie, HasRegisted) == (times > 0) &&
-               int(CALL(Movie::GetMovieList)->size()) == Movie::GetCount());
-     },
-     Basic},
-    // What a movie says of itself, and for its component.
-    {"SetStatus, GetStatus, IsLocked",
-     [](World& w) {
-         Movie* const movie = w.out(w.movie());
-         const int status = w.draw.pick<int>({0, 2, 4, 6, 8, 0x14, 0x1FF});
-         CALL_ON(movie, SetStatus, u16(status));
-         HOLDS(CALL_ON(movie, GetStatus) == (status & 0xFF) &&
-               CALL_ON(movie, IsLocked) == ((status & MovieLocked) != 0));
-     },
-     Never},
-    {"SetSize, GetSize, GetParent",
-     [](World& w) {
-         Movie* const movie = w.out(w.movie());
-         const int width = w.draw(0, 90000), height = w.draw(0, 99);
-         int x = 0, y = 0;
-         CALL_ON(movie, SetSize, width, height);
-         CALL_ON(movie, GetSize, x, y);
-         HOLDS(x == u16(width) && y == height && !CALL_ON(movie, GetParent));
-     },
-     Never},
-    {"NewMovieName", [](World& w) { HOLDS(CALL(Movie::NewMovieName).rfind("New movie ", 0) == 0); }},
-    {"Movie::Hold, Release", references<Movie>, Never},
-    {"Movie::AttachObserver, DetachObserver, GetObservers", observe<Movie>},
-    {"Movie::SetObservers", replaceObservers<Movie>, Never},
-    {"Movie::NotifyObserver", notify<Movie>, Never},
-    {"Movie::AddScene, RemoveScene, GetSceneList", scenes<Movie>},
-    {"Movie::SetSceneList", sceneList<Movie>, Never},
-    {"Movie::GetCompType and its kin", answers<Movie>, Never},
-    {"Movie::SetVisible", visible<Movie>, Never},
-    {"Movie::SetOpacity", opacity<Movie>, Never},
-    {"Movie::SetRemapper", remapper<Movie>, Basic},
-    {"Movie::SetBlackWhite, GetBlackWhite", levels<Movie>},
-    {"Movie::SetLocation, GetLocation", location<Movie>, Never},
-    {"Movie::SetStartFrame, GetStartFrame", startFrame<Movie>, Never},
-    {"Movie::SetNametag, SetFilename, GetName", names<Movie>, Basic},
-    {"AttachObserver_All, DetachObserver_All",
-     [](World& w) {
-         Movie* const movie = w.out(w.movie());
-         touchParts(w, childrenOf(w, movie));
-         Ear* const ear = w.ear();
-         const bool attaches = w.draw.coin();
-         if (attaches) {
-             CALL_ON(movie, AttachObserver_All, ear);
-         } else {
-             CALL_ON(movie, DetachObserver_All, ear);
-         }
-         const auto has = [&](IComponent* one) {
-             const auto* const list = one->GetObservers();
-             return list && std::find(list->begin(), list->end(), ear) != list->end();
-         };
-         HOLDS(has(movie) == attaches);
-         for (Comp* child : childrenOf(w, movie)) HOLDS(has(child) == attaches);
-     },
-     Basic},
-    // Frames.
-    {"Movie::SetMovieLength, GetMovieLength, CheckMovieLength",
-     [](World& w) {
-         Movie* const movie = w.out(w.movie());
-         const auto length = u32(w.draw.oneIn(9) ? int(w.draw.word()) : w.draw(0, 12)),
-                    before = u32(CALL_ON(movie, GetMovieLength));
-         w.expectLength(movie, length);
-         CALL_ON(movie, SetMovieLength, length);
-         HOLDS(CALL_ON(movie, GetFrameCount) == (length ? length : before));
-         u32 needed = 0;
-         for (const Comp* child : childrenOf(w, movie))
-             needed = std::max(needed, child->startFrame + child->frameCount);
-         HOLDS(CALL_ON(movie, CheckMovieLength, false) == needed);
-     },
-     Never},
-    {"Movie::SetCurrentFrame, GetCurrentFrame",
-     [](World& w) {
-         Movie* const movie = w.out(w.movie());
-         const auto frame = u32(w.draw(0, 12));
-         const bool moves = frame < movie->GetMovieLength() && frame != movie->GetCurrentFrame();
-         if (moves) w.expect(movie, EventCurrentFrame);
-         HOLDS(CALL_ON(movie, SetCurrentFrame, frame) == moves);
-         HOLDS(!moves || CALL_ON(movie, GetCurrentFrame) == frame);
-     },
-     Never},
-    {"MoveToNextFrame, GetNextFrame, GetPreviousFrame",
-     [](World& w) {
-         Movie* const movie = w.out(w.movie());
-         const u64 before = movie->GetCurrentFrame(), next = CALL_ON(movie, GetNextFrame),
-                   previous = CALL_ON(movie, GetPreviousFrame);
-         w.anyEvents();
-         CALL_ON(movie, MoveToNextFrame);
-         const u64 now = movie->GetCurrentFrame();
-         HOLDS(now == before || now == next || now == previous);
-         HOLDS(w.heardOf(movie, EventCurrentFrame) ==
-               long(movie->GetObservers() && now != before ? movie->GetObservers()->size() : 0));
-     },
-     Never},
-    {"SendFrameChangedEvent",
-     [](World& w) {
-         Movie* const movie = w.movie();
-         w.expect(movie, EventCurrentFrame, long(movie->GetCurrentFrame()));
-         for (Comp* child : childrenOf(w, movie))
-             w.expect(child, EventCurrentFrame, long(child->GetCurrentFrame()));
-         CALL_ON(movie, SendFrameChangedEvent);
-     },
-     Never},
-    {"AddFrameRange, ClearFrameRanges, GetFrameRanges, GetRangesLength",
-     [](World& w) {
-         Movie* const movie = w.out(w.movie());
-         const Movie::FrameRange range(w.draw(-2, 9), w.draw(-2, 12));
-         const std::vector<Movie::FrameRange> before = CALL_ON(movie, GetFrameRanges);
-         if (w.draw.oneIn(4) || before.size() > 5) {
-             CALL_ON(movie, ClearFrameRanges);
-             HOLDS(movie->GetFrameRanges().empty() &&
-                   CALL_ON(movie, GetRangesLength) == movie->GetMovieLength());
-         } else {
-             CALL_ON(movie, AddFrameRange, range);
-             HOLDS(movie->GetFrameRanges().size() == before.size() + 1 &&
-                   movie->GetFrameRanges().back() == range);
-         }
-     }},
-    {"GetFirstFrame, GetLastFrame, AdjustFrameToTimeSelection",
-     [](World& w) {
-         Movie* const movie = w.out(w.movie());
-         const auto first = u32(CALL_ON(movie, GetFirstFrame)), last = u32(CALL_ON(movie, GetLastFrame));
-         CALL_ON(movie, AdjustFrameToTimeSelection);
-         const auto ranges = movie->GetFrameRanges();
-         const bool sane = first <= last && std::all_of(ranges.begin(), ranges.end(), [](const auto& r) {
-                               return r.first >= 0 && r.first <= r.second;
-                           });
-         HOLDS(!sane || ranges.size() > 1 ||
-               (movie->GetCurrentFrame() >= first && movie->GetCurrentFrame() <= last));
-     },
-     Never},
-    {"GetFrameIterator, FrameIterator",
-     [](World& w) {
-         Movie* const movie = w.movie();
-         std::vector<long> walked;
-         FrameIterator f = CALL_ON(movie, GetFrameIterator);
-         const auto ranges = movie->GetFrameRanges();
-         FrameIterator other = CALL(FrameIterator, &ranges);
-         for (; !CALL_ON(&f, Done) && walked.size() < 99; CALL_ON(&f, operator++)) {
-             walked.push_back(CALL_ON(&f, operator*));
-             HOLDS(*other == walked.back());
-             ++other;
-         }
-         if (std::all_of(ranges.begin(), ranges.end(), [](const auto& r) { return r.first <= r.second; }))
-             HOLDS(walked == selected(movie));
-         CALL_ON(&f, Reset);
-         HOLDS(f.Done() == ranges.empty());
-     }},
-};
-
 }  // namespace
 
-std::span<const Row> movieRows() {
-    return table;
+void addMovieRows(Table& table) {
+    table.strong("Movie, made and copied", [](World& w) {
+        const auto slot = std::size_t(w.draw(0, World::kMovies - 1));
+        if (w.movies[slot]) {
+            w.anyEvents();
+            Movie* const from = w.movies[slot];
+            Movie* const made = CALL(new Movie, *from);
+            HOLDS(made->GetNumbChildren() == from->GetNumbChildren() && !made->GetObservers());
+            const Movie alone = CALL(Movie, *made);
+            CALL_ON(made, Cleanup);
+            HOLDS(made->GetNumbChildren() == 0 && made->Release() == 0);
+        } else {
+            w.touch(World::Part(World::FirstMovie + slot));
+            Movie* const made = CALL(new Movie);
+            CALL_ON(made, Clear);
+            HOLDS(made->GetNumbChildren() == 0 && made->GetMovieLength() == 0 && !made->GetActiveComp());
+            w.movies[slot] = made, w.movieHeld[slot] = 1;
+        }
+    });
+    table.strong("Movie, assigned", [](World& w) { copyFrom(w, true); });
+    table.strong("CopyFrom", [](World& w) { copyFrom(w, false); });
+    table.never("Movie::Cleanup", [](World& w) {
+        Movie* const movie = w.movie();
+        w.touchAll();
+        w.anyEvents();
+        childrenOf(w, movie).clear();
+        CALL_ON(movie, Cleanup);
+        HOLDS(movie->GetNumbChildren() == 0 && !movie->GetObservers());
+    });
+    table.never("Movie::Release", release);
+    // Children.
+    table.strong("AddChild", addChild);
+    table.strong("AddComponents", [](World& w) { addFresh(w, "AddComponents", &Movie::AddComponents); });
+    table.strong("AllocComps", [](World& w) { addFresh(w, "AllocComps", &Movie::AllocComps); });
+    table.strong("AllocMoreComps", [](World& w) { addFresh(w, "AllocMoreComps", &Movie::AllocMoreComps); });
+    table.strong("AddComponentGroup, AppendComponent", addGroup);
+    table.strong("SetComponent", setComponent);
+    table.never("RemoveChild", removeChild);
+    table.never("RemoveComponent", removeComponent);
+    table.strong("AddCompRooms, GetChildren", [](World& w) {
+        Movie* const movie = w.movie();
+        HOLDS(CALL_ON(movie, AddCompRooms, w.draw(0, 4)) == movie->GetNumbChildren());
+        Comp** const all = CALL_ON(movie, GetChildren);
+        HOLDS(std::equal(childrenOf(w, movie).begin(), childrenOf(w, movie).end(), all));
+    });
+    table.never("FindComponentIndex, GetChildAt", [](World& w) {
+        Movie* const movie = w.movie();
+        const Comp* const comp = w.comp();
+        const auto& list = childrenOf(w, movie);
+        const auto at = std::find(list.begin(), list.end(), comp);
+        HOLDS(CALL_ON(movie, FindComponentIndex, comp) == (at == list.end() ? -1 : int(at - list.begin())));
+        const int index = w.draw(-1, 3);
+        HOLDS(CALL_ON(movie, GetChildAt, index) ==
+              (index >= 0 && index < int(list.size()) ? list[std::size_t(index)] : nullptr));
+    });
+    table.never("GetIOComponent", [](World& w) {
+        IComponent* const one = w.draw.oneIn(9) ? nullptr : w.component();
+        Comp* const found = CALL(GetIOComponent, one);
+        HOLDS(one ? found && (found == one || one->IsMovieObj()) : !found);
+    });
+    table.never("MakeChildActive, GetActiveComp, IsChildActive", [](World& w) {
+        Movie* const movie = w.out(w.movie());
+        Comp* const comp = w.draw.coin() ? w.comp() : w.childComp(movie);
+        if (!comp) return;
+        const auto& list = childrenOf(w, movie);
+        for (const Comp* child : list)
+            if (child == comp) w.expect(comp, EventActivated);
+        Comp* const before = movie->GetActiveComp();
+        const bool isChild = std::find(list.begin(), list.end(), comp) != list.end();
+        CALL_ON(movie, MakeChildActive, comp);
+        HOLDS(CALL_ON(movie, GetActiveComp) == (isChild ? comp : before));
+        HOLDS(CALL_ON(movie, IsChildActive, comp) == (movie->GetActiveComp() == comp));
+    });
+    table.never("Movie::MakeActive, IsActive, GetIndex", [](World& w) {
+        Movie* const movie = w.out(w.movie());
+        w.expect(movie, EventActivated);
+        CALL_ON(movie, MakeActive);
+        HOLDS(!movie->GetActiveComp() && !CALL_ON(movie, IsActive) && CALL_ON(movie, GetIndex) == -1);
+    });
+    // The registry.
+    table.basic("RegistMe, UnregistMe, HasRegisted, GetCount, GetMovie", [](World& w) {
+        Movie* const movie = w.movie();
+        int& times = w.registered[std::size_t(w.slotOf(movie))];
+        const int before = CALL(Movie::GetCount);
+        if (times < 3 && w.draw.coin()) {
+            CALL_ON(movie, RegistMe), ++times;
+            HOLDS(Movie::GetCount() == before + 1 && CALL(Movie::GetMovie, before) == movie);
+        } else {
+            CALL_ON(movie, UnregistMe);
+            HOLDS(Movie::GetCount() == before - (times > 0));
+            times = std::max(times - 1, 0);
+        }
+        HOLDS(CALL_ON(movie, HasRegisted) == (times > 0) &&
+              int(CALL(Movie::GetMovieList)->size()) == Movie::GetCount());
+    });
+    // What a movie says of itself, and for its component.
+    table.never("SetStatus, GetStatus, IsLocked", [](World& w) {
+        Movie* const movie = w.out(w.movie());
+        const int status = w.draw.pick<int>({0, 2, 4, 6, 8, 0x14, 0x1FF});
+        CALL_ON(movie, SetStatus, u16(status));
+        HOLDS(CALL_ON(movie, GetStatus) == (status & 0xFF) &&
+              CALL_ON(movie, IsLocked) == ((status & MovieLocked) != 0));
+    });
+    table.never("SetSize, GetSize, GetParent", [](World& w) {
+        Movie* const movie = w.out(w.movie());
+        const int width = w.draw(0, 90000), height = w.draw(0, 99);
+        int x = 0, y = 0;
+        CALL_ON(movie, SetSize, width, height);
+        CALL_ON(movie, GetSize, x, y);
+        HOLDS(x == u16(width) && y == height && !CALL_ON(movie, GetParent));
+    });
+    table.strong("NewMovieName",
+                 [](World& w) { HOLDS(CALL(Movie::NewMovieName).rfind("New movie ", 0) == 0); });
+    table.never("Movie::Hold, Release", references<Movie>);
+    table.strong("Movie::AttachObserver, DetachObserver, GetObservers", observe<Movie>);
+    table.never("Movie::SetObservers", replaceObservers<Movie>);
+    table.never("Movie::NotifyObserver", notify<Movie>);
+    table.strong("Movie::AddScene, RemoveScene, GetSceneList", scenes<Movie>);
+    table.never("Movie::SetSceneList", sceneList<Movie>);
+    table.never("Movie::GetCompType and its kin", answers<Movie>);
+    table.never("Movie::SetVisible", visible<Movie>);
+    table.never("Movie::SetOpacity", opacity<Movie>);
+    table.basic("Movie::SetRemapper", remapper<Movie>);
+    table.strong("Movie::SetBlackWhite, GetBlackWhite", levels<Movie>);
+    table.never("Movie::SetLocation, GetLocation", location<Movie>);
+    table.never("Movie::SetStartFrame, GetStartFrame", startFrame<Movie>);
+    table.basic("Movie::SetNametag, SetFilename, GetName", names<Movie>);
+    table.basic("AttachObserver_All, DetachObserver_All", [](World& w) {
+        Movie* const movie = w.out(w.movie());
+        touchParts(w, childrenOf(w, movie));
+        Ear* const ear = w.ear();
+        const bool attaches = w.draw.coin();
+        if (attaches) {
+            CALL_ON(movie, AttachObserver_All, ear);
+        } else {
+            CALL_ON(movie, DetachObserver_All, ear);
+        }
+        const auto has = [&](IComponent* one) {
+            const auto* const list = one->GetObservers();
+            return list && std::find(list->begin(), list->end(), ear) != list->end();
+        };
+        HOLDS(has(movie) == attaches);
+        for (Comp* child : childrenOf(w, movie)) HOLDS(has(child) == attaches);
+    });
+    // Frames.
+    table.never("Movie::SetMovieLength, GetMovieLength, CheckMovieLength", [](World& w) {
+        Movie* const movie = w.out(w.movie());
+        const auto length = u32(w.draw.oneIn(9) ? int(w.draw.word()) : w.draw(0, 12)),
+                   before = u32(CALL_ON(movie, GetMovieLength));
+        w.expectLength(movie, length);
+        CALL_ON(movie, SetMovieLength, length);
+        HOLDS(CALL_ON(movie, GetFrameCount) == (length ? length : before));
+        u32 needed = 0;
+        for (const Comp* child : childrenOf(w, movie))
+            needed = std::max(needed, child->startFrame + child->frameCount);
+        HOLDS(CALL_ON(movie, CheckMovieLength, false) == needed);
+    });
+    table.never("Movie::SetCurrentFrame, GetCurrentFrame", [](World& w) {
+        Movie* const movie = w.out(w.movie());
+        const auto frame = u32(w.draw(0, 12));
+        const bool moves = frame < movie->GetMovieLength() && frame != movie->GetCurrentFrame();
+        if (moves) w.expect(movie, EventCurrentFrame);
+        HOLDS(CALL_ON(movie, SetCurrentFrame, frame) == moves);
+        HOLDS(!moves || CALL_ON(movie, GetCurrentFrame) == frame);
+    });
+    table.never("MoveToNextFrame, GetNextFrame, GetPreviousFrame", [](World& w) {
+        Movie* const movie = w.out(w.movie());
+        const u64 before = movie->GetCurrentFrame(), next = CALL_ON(movie, GetNextFrame),
+                  previous = CALL_ON(movie, GetPreviousFrame);
+        w.anyEvents();
+        CALL_ON(movie, MoveToNextFrame);
+        const u64 now = movie->GetCurrentFrame();
+        HOLDS(now == before || now == next || now == previous);
+        HOLDS(w.heardOf(movie, EventCurrentFrame) ==
+              long(movie->GetObservers() && now != before ? movie->GetObservers()->size() : 0));
+    });
+    table.never("SendFrameChangedEvent", [](World& w) {
+        Movie* const movie = w.movie();
+        w.expect(movie, EventCurrentFrame, long(movie->GetCurrentFrame()));
+        for (Comp* child : childrenOf(w, movie))
+            w.expect(child, EventCurrentFrame, long(child->GetCurrentFrame()));
+        CALL_ON(movie, SendFrameChangedEvent);
+    });
+    table.strong("AddFrameRange, ClearFrameRanges, GetFrameRanges, GetRangesLength", [](World& w) {
+        Movie* const movie = w.out(w.movie());
+        const Movie::FrameRange range(w.draw(-2, 9), w.draw(-2, 12));
+        const std::vector<Movie::FrameRange> before = CALL_ON(movie, GetFrameRanges);
+        if (w.draw.oneIn(4) || before.size() > 5) {
+            CALL_ON(movie, ClearFrameRanges);
+            HOLDS(movie->GetFrameRanges().empty() &&
+                  CALL_ON(movie, GetRangesLength) == movie->GetMovieLength());
+        } else {
+            CALL_ON(movie, AddFrameRange, range);
+            HOLDS(movie->GetFrameRanges().size() == before.size() + 1 &&
+                  movie->GetFrameRanges().back() == range);
+        }
+    });
+    table.never("GetFirstFrame, GetLastFrame, AdjustFrameToTimeSelection", [](World& w) {
+        Movie* const movie = w.out(w.movie());
+        const auto first = u32(CALL_ON(movie, GetFirstFrame)), last = u32(CALL_ON(movie, GetLastFrame));
+        CALL_ON(movie, AdjustFrameToTimeSelection);
+        const auto ranges = movie->GetFrameRanges();
+        const bool sane = first <= last && std::all_of(ranges.begin(), ranges.end(), [](const auto& r) {
+                              return r.first >= 0 && r.first <= r.second;
+                          });
+        HOLDS(!sane || ranges.size() > 1 ||
+              (movie->GetCurrentFrame() >= first && movie->GetCurrentFrame() <= last));
+    });
+    table.strong("GetFrameIterator, FrameIterator", [](World& w) {
+        Movie* const movie = w.movie();
+        std::vector<long> walked;
+        FrameIterator f = CALL_ON(movie, GetFrameIterator);
+        const auto ranges = movie->GetFrameRanges();
+        FrameIterator other = CALL(FrameIterator, &ranges);
+        for (; !CALL_ON(&f, Done) && walked.size() < 99; CALL_ON(&f, operator++)) {
+            walked.push_back(CALL_ON(&f, operator*));
+            HOLDS(*other == walked.back());
+            ++other;
+        }
+        if (std::all_of(ranges.begin(), ranges.end(), [](const auto& r) { return r.first <= r.second; }))
+            HOLDS(walked == selected(movie));
+        CALL_ON(&f, Reset);
+        HOLDS(f.Done() == ranges.empty());
+    });
 }
 
 }  // namespace fuzz

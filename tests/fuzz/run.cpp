@@ -78,7 +78,7 @@ void playRecord(World& world, const Record& record, int index) {
 Play playOnce(const Sequence& sequence, const Setting& setting, Set set, u8 filling, Counts* counts) {
     chosen = set;
     Play result;
-    const long blocks = test::liveBlocks(), tones = Tone::alive;
+    const long blocks = test::liveBlocks(), objects = test::liveObjects(), tones = Tone::alive;
     long keptBlocks = 0;
     {
         result.digests.reserve(sequence.size());
@@ -100,6 +100,9 @@ Play playOnce(const Sequence& sequence, const Setting& setting, Set set, u8 fill
     }
     result.left = test::liveBlocks() - blocks - keptBlocks - (result.digests.capacity() > 0) -
                   (result.fault.capacity() > 15);
+    const long mixed = test::liveObjects() - objects - (test::liveBlocks() - blocks);
+    if (result.fault.empty() && mixed != 0)
+        result.fault = "blocks of malloc and of operator new are mixed up";
     if (result.fault.empty() && result.left != 0)
         result.fault = std::to_string(result.left) + " blocks are left";
     if (result.fault.empty() && Tone::alive != tones) result.fault = "a remapper is left";
@@ -122,26 +125,22 @@ bool takesShortCutsTwice(const Sequence& sequence) {
 
 }  // namespace
 
-const std::vector<std::size_t>& rooms() {
-    static const std::vector<std::size_t> starts = [] {
-        std::vector<std::size_t> all{0};
-        for (const auto room : {imageRows(), boundsRows(), colourRows(), componentRows(), movieRows(),
-                                displayRows(), pluginRows()})
-            all.push_back(all.back() + room.size());
-        return all;
+const Table& table() {
+    static const Table all = [] {
+        Table made;
+        for (const auto add : {addImageRows, addBoundsRows, addColourRows, addComponentRows, addMovieRows,
+                               addDisplayRows, addPluginRows}) {
+            made.rooms.push_back(made.rows.size());
+            add(made);
+        }
+        made.rooms.push_back(made.rows.size());
+        return made;
     }();
-    return starts;
+    return all;
 }
 
 const std::vector<Row>& rows() {
-    static const std::vector<Row> table = [] {
-        std::vector<Row> all;
-        for (const auto room : {imageRows(), boundsRows(), colourRows(), componentRows(), movieRows(),
-                                displayRows(), pluginRows()})
-            all.insert(all.end(), room.begin(), room.end());
-        return all;
-    }();
-    return table;
+    return table().rows;
 }
 
 // Half of the sequences stay within two rooms, where their calls meet more often.
@@ -150,7 +149,7 @@ Sequence sequenceOf(u64 seed, u64 number) {
     const auto next = [&] { return mixed(state += 0x9E3779B97F4A7C15u); };
     const u64 kind = next();
     Sequence sequence(10 + kind % 21);
-    const std::size_t count = rooms().size() - 1, first = kind >> 8 & 0xFF, second = kind >> 16 & 0xFF;
+    const std::size_t count = table().rooms.size() - 1, first = kind >> 8 & 0xFF, second = kind >> 16 & 0xFF;
     const bool everywhere = kind >> 60 & 1;
     for (Record& record : sequence) {
         const u64 a = next(), b = next();
@@ -160,8 +159,8 @@ Sequence sequenceOf(u64 seed, u64 number) {
             record.row = u16(choice % rows().size());
         } else {
             const std::size_t room = (choice >> 40 & 1 ? first : second) % count;
-            const std::size_t size = rooms()[room + 1] - rooms()[room];
-            record.row = u16(rooms()[room] + choice % std::max<std::size_t>(size, 1));
+            const std::size_t size = table().rooms[room + 1] - table().rooms[room];
+            record.row = u16(table().rooms[room] + choice % std::max<std::size_t>(size, 1));
         }
     }
     return sequence;

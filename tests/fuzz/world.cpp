@@ -408,7 +408,8 @@ void World::hear(int ear, IComponent* source, int event, std::intptr_t param) {
         std::memcpy(&param, reinterpret_cast<const void*>(param), sizeof(SRect));
     // A component calls nobody who was detached meanwhile; a movie calls its whole list as it was.
     const auto* const list = source->GetObservers();
-    const bool isAttached = list && std::find(list->begin(), list->end(), &ears[std::size_t(ear)]) != list->end();
+    const bool isAttached =
+        list && std::find(list->begin(), list->end(), &ears[std::size_t(ear)]) != list->end();
     if (!isAttached && !source->IsMovieObj() && fault.empty()) fault = "calls an observer that was detached";
     if (heardCount < heard.size()) heard[heardCount++] = {ear, source, event, param};
     results.add(u64(ear) << 32 | u64(event) << 16 | idOf(source));
