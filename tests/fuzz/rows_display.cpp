@@ -101,8 +101,7 @@ void computeBitmap(World& w) {
     CALL_ON(comp, ComputeBitmap, -1);
     const ShownBitmap shown = CALL_ON(comp, GetShownBitmap);
     HOLDS((shown.pixels == nullptr) == (comp->bitmap == nullptr));
-    // A table is drawn anew each time it is asked for.
-    if (fresh && !comp->remapper) judgeBitmap(w, comp);
+    if (fresh) judgeBitmap(w, comp);
 }
 
 void overlay(World& w, const test::Overlay& operation) {

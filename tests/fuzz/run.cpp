@@ -51,28 +51,32 @@ const Row& rowOf(const Record& record) {
     return rows()[record.row % rows().size()];
 }
 
+void runRow(World& world, const Row& row) {
+    try {
+        row.run(world);
+    } catch (const Reacted&) {
+    }
+}
+
 void playRecord(World& world, const Record& record, int index) {
     const Row& row = rowOf(record);
     world.begin(record, index, row.promise);
-    if (index != world.setting.refusedRecord) {
-        try {
-            row.run(world);
-        } catch (const Reacted&) {
-        }
-        return;
-    }
+    if (index != world.setting.refusedRecord) return runRow(world, row);
     bool threw = false;
     try {
-        row.run(world);
+        runRow(world, row);
     } catch (const std::bad_alloc&) {
         threw = true;
     }
     if (!world.fault.empty()) return;
     if (threw && row.promise == Never) world.fault = "throws";
     if (!threw && row.promise != Never && world.refusalHappened) world.fault = "does not throw";
-    // Refused calls say nothing; afterwards everything works.
-    if (threw) world.begin(record, -1, row.promise), world.touchAll(), world.anyEvents(), row.run(world);
+    if (!threw) return world.anyEvents();
+    // Afterwards everything works.
+    world.begin(record, -1, row.promise);
+    world.touchAll();
     world.anyEvents();
+    runRow(world, row);
 }
 
 Play playOnce(const Sequence& sequence, const Setting& setting, Set set, u8 filling, Counts* counts) {

@@ -38,6 +38,20 @@ void add(Digest& digest, const Attachment* attachment) {
     if (attachment) digest.add(attachment->buffer, attachment->size);
 }
 
+/// Look-up tables: greys, greys turned round, and any.
+const u8* tableOf(int which) {
+    static const auto tables = [] {
+        std::array<std::array<u8, 1536>, 3> all{};
+        for (std::size_t i = 0; i < 1536; ++i) {
+            all[0][i] = u8(i % 512 / 2);
+            all[1][i] = u8(255 - i % 512 / 2);
+            all[2][i] = u8(mixed(i));
+        }
+        return all;
+    }();
+    return tables[std::size_t(which)].data();
+}
+
 }  // namespace
 
 void Ear::Update(IComponent* source, int event, std::intptr_t param) {
@@ -51,7 +65,10 @@ float Tone::Remap(float value, int channel) const {
     return id % 3 == 0 ? 1 - value : id % 3 == 1 ? value * value : value * float(channel % 3 + 1) / 3;
 }
 const u8* Tone::GetLookupTable() const {
-    return id % 2 ? nullptr : world->table();
+    // Hosts look at their components while they are asked.
+    for (Comp* comp : world->comps)
+        if (comp) world->see(u64(comp->GetFlatImage() != nullptr) + u64(comp->GetNumbChannels()));
+    return id % 2 ? nullptr : tableOf(id / 2);
 }
 
 World::World(const Setting& how) : canvas(kCanvas), setting(how) {
@@ -201,7 +218,7 @@ Comp* World::comp() {
     if (draw.oneIn(4)) comp->info = AllocCompInfo();
     comps[at] = comp;
     held[at] = 1;
-    if (draw.coin()) comp->AttachObserver(&ears[0]);
+    for (int i = draw(0, kEars); i > 0; --i) comp->AttachObserver(&ears[std::size_t(i - 1)]);
     if (setting.story) {
         char line[200];
         std::snprintf(line, sizeof line,
@@ -219,7 +236,7 @@ Movie* World::movie() {
     touch(Part(FirstMovie + at));
     movies[at] = new Movie;
     movieHeld[at] = 1;
-    if (draw.coin()) movies[at]->AttachObserver(&ears[1]);
+    for (int i = draw(0, kEars); i > 0; --i) movies[at]->AttachObserver(&ears[std::size_t(i - 1)]);
     if (setting.story) tell(written(movies[at]) + " = new Movie");
     return movies[at];
 }
@@ -274,16 +291,7 @@ AnyType World::element(int type) {
 }
 
 const u8* World::table() {
-    static const auto tables = [] {
-        std::array<std::array<u8, 1536>, 3> all{};
-        for (std::size_t i = 0; i < 1536; ++i) {
-            all[0][i] = u8(i % 512 / 2);
-            all[1][i] = u8(255 - i % 512 / 2);
-            all[2][i] = u8(mixed(i));
-        }
-        return all;
-    }();
-    return tables[std::size_t(draw(0, 2))].data();
+    return tableOf(draw(0, 2));
 }
 
 SRect World::area(const Image& image) {
@@ -452,7 +460,7 @@ void World::react(IComponent* source, int event) {
     Comp* const comp = comps[at];
     Movie* const movie = movies[std::size_t(d(0, kMovies - 1))];
     Ear* const ear = &ears[std::size_t(d(0, kEars - 1))];
-    const int what = d(0, 13);
+    const int what = std::max(0, d(-3, 13));  // leaving is what observers do most
     if (setting.story)
         tell("// in event " + std::to_string(event) + " of " + written(source) + ": reaction " +
              std::to_string(what));
