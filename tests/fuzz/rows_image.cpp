@@ -506,10 +506,14 @@ void addImageRows(Table& table) {
         const bool turned = image->channels == 3;
         HOLDS(values[0].uint32 == given[turned ? 2 : 0].uint32 &&
               values[2].uint32 == given[turned ? 0 : 2].uint32);
-        const int size = DataBytes(image->dataType), last = image->channels - 1;
-        if (size > 0 && image->width && image->height)
-            HOLDS(!std::memcmp(test::elementPlace(*image, image->width - 1, image->height - 1, last),
-                               &values[std::size_t(last)], std::size_t(size)));
+        const auto size = std::size_t(DataBytes(image->dataType));
+        bool filled = true;
+        for (int i = 0; i < image->width * image->height * image->channels && size > 0; ++i) {
+            const int c = i % image->channels, x = i / image->channels % image->width;
+            const u8* const place = test::elementPlace(*image, x, i / image->channels / image->width, c);
+            filled = filled && !std::memcmp(place, &values[std::size_t(c)], size);
+        }
+        HOLDS(filled && "every element of a channel has its value");
     });
     // What travels along.
     table.never("SetImageAttachment, GetImageAttachment, SetAttachmentData", [](World& w) {

@@ -57,41 +57,6 @@ TEST(Arithmetic, SumsAreAtLeastAsExactAsExtendedPrecision) {
     EXPECT_TRUE(std::isnan(ImageDiffEnergy(&none, &none)));
 }
 
-TEST(Arithmetic, InversionTwiceIsNothingAndFillingReachesEveryElement) {
-    Random random(4);
-    for (int type = DataBit; type <= DataFloat; ++type) {
-        for (int channels : {1, 2, 3, 5}) {
-            for (bool interleaved : {false, true}) {
-                TestImage image({9, 4, channels, type, interleaved});
-                image.randomise(random);
-                const Bytes before = image.pixels.bytes();
-                const double first = image.at(3, 2, channels - 1), top = rangeOf(type).second;
-                InvertImage(&image);
-                const bool fromTop =
-                    type == DataBit || type == DataUInt8 || type == DataUInt16 || type == DataUInt32;
-                const double negated = first == rangeOf(type).first && type != DataFloat ? first : -first;
-                EXPECT_EQ(image.at(3, 2, channels - 1), fromTop ? top - first : negated) << type;
-                InvertImage(&image);
-                EXPECT_EQ(image.pixels.bytes(), before) << type;
-
-                AnyType values[5] = {};
-                for (int c = 0; c < channels; ++c)
-                    writeElement(&values[c], type == DataBit ? 2 : type, 10 * c);
-                FillData(&image, values);
-                for (int c = 0; c < channels; ++c) {
-                    const int expected = channels == 3 ? 20 - 10 * c : 10 * c;
-                    const int bit = channels == 3;  // the exchanged first value
-                    for (int x : {0, 8}) EXPECT_EQ(image.at(x, 3, c), type == DataBit ? bit : expected);
-                }
-                if (channels == 3 && type != DataBit) {
-                    EXPECT_EQ(readElement(&values[0], type), 20) << "the caller's array stays exchanged";
-                }
-                EXPECT_TRUE(image.pixels.intact());
-            }
-        }
-    }
-}
-
 std::string text(Image* image, int x, int y) {
     Guarded out(kPixelTextBytes);
     printData(image, x, y, reinterpret_cast<char*>(out.data()));

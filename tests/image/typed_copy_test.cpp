@@ -7,7 +7,6 @@
 #include <bit>
 
 #include "pzel/display/map_data.h"
-#include "pzel/image/bits.h"
 #include "tests/support/copy_reference.h"
 
 namespace {
@@ -221,25 +220,6 @@ TEST(TypedCopy, NegativeCharModeTreatsNoBorderAndSubTypesNotSetAreTakenOver) {
         CopyImage(&src, &dst, 0, 0, 2, 2, 4, 4, char(mode));
         EXPECT_EQ(dst.at(1, 2, 0), mode == 1 ? 0 : Guarded::fill);
         EXPECT_EQ(dst.imageType, SubGrey);
-    }
-}
-
-TEST(CopyBits, TouchesItsBitsOnly) {
-    Random random(13);
-    for (int round = 0; round < 3000; ++round) {
-        const int bits = random(0, 90), to = random(0, round % 9 ? 9 : 255),
-                  from = random(0, round % 7 ? 9 : 255);
-        Guarded src((from + bits + 7) / 8), dst((to + bits + 7) / 8);
-        random.fill(src.data(), src.size());
-        Bytes expected = dst.bytes();
-        for (int i = 0; i < bits; ++i) {
-            const int s = from + i, d = to + i, mask = 0x80 >> d % 8;
-            expected[d / 8] =
-                u8(src.data()[s / 8] << s % 8 & 0x80 ? expected[d / 8] | mask : expected[d / 8] & ~mask);
-        }
-        CopyBits(dst.data(), src.data(), u16(bits), u8(to), u8(from));
-        ASSERT_TRUE(dst.intact());
-        ASSERT_EQ(dst.bytes(), expected) << bits << " bits from " << from << " to " << to;
     }
 }
 
