@@ -54,6 +54,7 @@ inline void copySlowly(Image& src, Image& dst, Rect r) {
     const Pair s = levelsOf(src, 0), d = levelsOf(dst, 0);
     const bool shift =
         s.second - s.first == d.second - d.first && typeOf(src) != DataBit && typeOf(dst) != DataBit;
+    const bool carried = shift && s.first == d.first;  // the first channel decides for all
     for (int c = 0; c < dst.channels && (same || (!wide(typeOf(src)) && !wide(typeOf(dst)))); ++c) {
         const int columns = bits && aligned ? (w + 7) / 8 * 8 : w;  // whole bytes of bits
         for (int i = 0; i < h * columns; ++i) {
@@ -61,7 +62,7 @@ inline void copySlowly(Image& src, Image& dst, Rect r) {
             const int sType = same ? typeOf(src) : trueType(src, c), dType = same ? sType : trueType(dst, c);
             if (c < src.channels) {
                 double v = elementAt(src, r.sx + x, r.sy + y, c, sType);
-                if (!same) v = convert(v, shift, levelsOf(src, c), levelsOf(dst, c), dType);
+                if (!same) v = convert(v, shift, levelsOf(src, c), levelsOf(carried ? src : dst, c), dType);
                 putElement(dst, r.dx + x, r.dy + y, c, v, dType);
             } else {
                 const double first = (dst.imageType & 0xFF) == SubColour
