@@ -79,7 +79,7 @@ void typedCopy(World& w, bool signedMode) {
         if (image->state & (StateBoundSet | StateBoundDefault) && !image->bound) finite = false;
         for (int c = 0; finite && image->bound && c < image->channels && typeOf(image) != DataBit; ++c) {
             const auto [low, high] = test::levelsOf(const_cast<Image&>(*image), c);
-            finite = std::isfinite(low) && std::isfinite(high) && low < high && high - low < 1e30;
+            finite = std::isfinite(low) && std::isfinite(high) && high - low > 1e-30 && high - low < 1e30;
         }
     };
     levels(from), levels(to);

@@ -489,8 +489,10 @@ void World::react(IComponent* source, int event) {
             return;
         case 10: return comp ? comp->SetBlackWhite(d(0, 5), {double(d(0, 60)), double(d(0, 255))}) : void();
         case 11:
-            if (movie && movie->GetNumbChildren() > 0)
-                movie->RemoveComponent(u8(d(0, movie->GetNumbChildren() - 1)));
+            if (movie && movie->GetNumbChildren() > 0) {
+                const int index = d(0, movie->GetNumbChildren() - 1);
+                if (movie->GetChildren()[index]->refCount > 1) movie->RemoveComponent(u8(index));
+            }
             return;
         case 12: return movie ? movie->SetMovieLength(u32(d(0, 9))) : void();
         default: return comp ? comp->SetStartFrame(u32(d(0, 9))) : void();
