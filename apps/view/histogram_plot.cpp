@@ -129,7 +129,7 @@ void HistogramPlot::SetHeights() {
 }
 
 QRect HistogramPlot::Plot() const {
-    return rect().adjusted(kSide, 2, -kSide, -kRamp - fontMetrics().height() - 2);
+    return rect().adjusted(kSide, 2, -kSide, -kRamp - fontMetrics().height() - 6);
 }
 
 int HistogramPlot::PlaceOf(double value) const {
@@ -175,7 +175,9 @@ void HistogramPlot::paintEvent(QPaintEvent*) {
     PaintHandle(painter, levels.low, Qt::black);
     PaintHandle(painter, levels.high, Qt::white);
     painter.setPen(palette().color(QPalette::Text));
-    const auto text = [](double value) { return QString::number(value, 'g', 5); };
+    const auto text = [this](double value) {
+        return QString::number(values.IsExact() ? std::round(value) : value, 'g', 5);
+    };
     const QRect labels(plot.left(), rect().bottom() - fontMetrics().height(), plot.width(),
                        fontMetrics().height());
     painter.drawText(labels, Qt::AlignLeft | Qt::AlignBottom, text(axis.low));

@@ -44,8 +44,9 @@ int main(int argc, char** argv) {
     QApplication::setDesktopFileName("pzel-view");
     QApplication::setWindowIcon(QIcon::fromTheme("pzel-view"));
     pzel_view::ApplyRemembered();
-    auto* window = new pzel_view::MainWindow(std::make_shared<pzel_view::Document>());
-    window->show();
-    if (!layers.empty()) window->GetDocument().Open(layers, pzel_view::OpenAs::Picture);
+    // Files are read while the window is built.
+    auto document = std::make_shared<pzel_view::Document>();
+    if (!layers.empty()) document->Open(layers, pzel_view::OpenAs::Picture);
+    (new pzel_view::MainWindow(std::move(document)))->show();
     return QApplication::exec();
 }

@@ -51,6 +51,7 @@ MeasurePanel::MeasurePanel(Document& shown, QWidget* parent) : QWidget(parent), 
     layout->addWidget(new QLabel(tr("Line profile"), this));
     profile = new ProfilePlot(this);
     layout->addWidget(profile, 1);
+    setMinimumWidth(240);
     connect(&timer, &QTimer::timeout, this, &MeasurePanel::CountSome);
     for (auto signal : {&Document::opened, &Document::activeChanged, &Document::layersChanged})
         connect(&document, signal, this, &MeasurePanel::ShowAll);
