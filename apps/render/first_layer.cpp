@@ -103,6 +103,7 @@ Look Together(const Look& own, const Look& first) {
     if (own.colourMap) look.colourMap = own.colourMap;
     if (own.channel != Channel::All) look.channel = own.channel;
     if (own.IsCurved(false)) look.tones = own.tones;
+    look.toYuv = look.toYuv || own.toYuv;
     return look;
 }
 
@@ -129,7 +130,7 @@ std::vector<Layer> MakeLayers(std::vector<Layer> layers, const FirstLayer& first
     layers[0].look = Together(layers[0].look, first.look);
     for (const Layer& layer : layers)
         CheckLevels(&layer == &layers[0] ? "--levels" : layer.argument, layer.look);
-    CheckModel(layers[0].look);
+    for (const Layer& layer : layers) CheckModel(layer.look);
     layers[0].field = first.field;
     for (Layer& layer : layers[0].subtracted) layer.field = first.field;
     for (Layer& layer : layers) Share(first, layer);

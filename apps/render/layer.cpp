@@ -95,6 +95,8 @@ class LayerParser {
             return Set(role, *named, part, "way to show it beside " + Other());
         if (part == "hidden") {
             layer.hidden = true;
+        } else if (part == "yuv") {
+            layer.look.toYuv = true;
         } else if (part.starts_with("threshold=")) {
             Set(layer.threshold, Range(part), part, "threshold");
         } else if (part.starts_with("levels=")) {
@@ -225,7 +227,7 @@ class LayerParser {
             Refuse(std::string("a colour map is for a picture, not for '") + RoleName(layer.role) + "'");
         if (layer.IsOverlay() && !layer.look.levels.empty())
             Refuse(std::string("levels are those of a picture, not of '") + RoleName(layer.role) + "'");
-        if (layer.IsOverlay() && (channel || tones))
+        if (layer.IsOverlay() && (channel || tones || layer.look.toYuv))
             Refuse(std::string("channels and curves are those of a picture, not of '") +
                    RoleName(layer.role) + "'");
     }
@@ -284,6 +286,7 @@ std::string LayerOptions(const Layer& layer) {
     if (layer.x != 0 || layer.y != 0) add(addSigned(layer.x) + addSigned(layer.y));
     if (layer.hidden) add("hidden");
     const Look& look = layer.look;
+    if (look.toYuv) add("yuv");
     if (look.channel != Channel::All) add(std::string("channel=") + NameOf(kChannelNames, look.channel));
     if (!look.levels.empty()) add("levels=" + slashed(LevelsText(look.levels)));
     if (look.IsCurved(false)) add("curve=" + slashed(TonesText(look.TonesOf(false))));

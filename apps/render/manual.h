@@ -18,6 +18,7 @@ together, and black where none is. OPTIONS are separated by commas:
   levels=LEVELS       as for --levels, with '/' between the channels
   curve=CURVE         as for --curve, with '/' between the channels
   channel=CHANNEL     as for --channel
+  yuv                 as for --to-yuv
   colormap=MAP        greys in the colours of a map, as for --colormap
   +X+Y                place of the top left pixel; -X and -Y are possible
   frame=N             frame N alone, whatever frame of the others is shown

@@ -1,10 +1,10 @@
 // Levels, curves, channels and scenes by hand: pictures that are not what the library makes of the same
 // settings, levels that hot pixels or frames pull along, scenes and commands that show something else.
+#include <QAbstractButton>
 #include <QComboBox>
 #include <QDoubleSpinBox>
 #include <QListWidget>
 #include <QPushButton>
-#include <QRadioButton>
 #include <QTableWidget>
 #include <algorithm>
 #include <cmath>
@@ -175,8 +175,9 @@ TEST_F(ToolsTest, CurvesAndChannelsShowTheLibrarysBitmap) {
     QTest::mouseClick(&Find<QPushButton>("curve.reset"), Qt::LeftButton);
     EXPECT_EQ(State().tones, Tones{{}});
 
-    for (const char* name : {"channels.green", "channels.hue", "channels.hsi", "channels.all"}) {
-        auto& button = Find<QRadioButton>(name);
+    for (const char* name :
+         {"channels.green", "channels.hue", "channels.hsi", "channels.all", "channels.yuv", "channels.v"}) {
+        auto& button = Find<QAbstractButton>(name);
         int images = 0;
         const auto count =
             QObject::connect(document.get(), &pzel_view::Document::layerChanged,
