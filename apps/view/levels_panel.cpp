@@ -13,9 +13,10 @@ LevelsPanel::LevelsPanel(Document& shown, QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     nothing = new QLabel(this);
     nothing->setWordWrap(true);
+    nothing->setAlignment(Qt::AlignTop);
     layout->addWidget(nothing);
     tools = new QWidget(this);
-    layout->addWidget(tools);
+    layout->addWidget(tools, 1);
     auto* inside = new QVBoxLayout(tools);
     inside->setContentsMargins(0, 0, 0, 0);
     auto* switches = new QHBoxLayout;
@@ -34,9 +35,8 @@ LevelsPanel::LevelsPanel(Document& shown, QWidget* parent)
     switches->addStretch();
     inside->addLayout(switches);
     rowLayout = new QVBoxLayout;
-    inside->addLayout(rowLayout);
+    inside->addLayout(rowLayout, 1);
     AddChoices(*inside);
-    layout->addStretch();
 
     connect(logarithmic, &QCheckBox::toggled, this, [this](bool on) {
         for (const Row& row : rows) row.plot->SetLogarithmic(on);
