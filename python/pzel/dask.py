@@ -7,6 +7,7 @@ of the file that it wrote. Levels that speak of the whole movie are found by add
 
 from __future__ import annotations
 
+import atexit
 import collections
 import os
 import pickle
@@ -43,7 +44,7 @@ class _Frozen:
 
     def thaw(self):
         """The movie of this thread: one is one thread's at a time, and a worker may have several."""
-        movies = _local.__dict__.setdefault("movies", collections.OrderedDict())
+        movies = _movies.setdefault(threading.get_ident(), collections.OrderedDict())
         if self.token not in movies:
             movies[self.token] = pickle.loads(self.data, buffers=self.buffers)
             while len(movies) > _KEPT:
@@ -55,7 +56,8 @@ class _Frozen:
         return self.token
 
 
-_local = threading.local()
+_movies: dict[int, collections.OrderedDict] = {}  # of each thread
+atexit.register(_movies.clear)  # threads of a pool do not end before the interpreter
 
 
 def _image(frozen, frame):

@@ -1,4 +1,5 @@
 """The scripts that users copy from, each on real data: they run as they stand, and their pictures show something."""
+import os
 import pathlib
 import shutil
 import subprocess
@@ -9,6 +10,7 @@ import pytest
 
 import pzel
 
+pytestmark = pytest.mark.skipif("LD_PRELOAD" in os.environ, reason="whole programs, whose calls other tests make")
 EXAMPLES = pathlib.Path(__file__).resolve().parent.parent.parent / "examples/python"
 
 
