@@ -98,7 +98,7 @@ constexpr bool hasLanes = false;
 template <class T>
 constexpr bool hasLanes<Linear<T>> = true;
 template <>
-constexpr bool hasLanes<ByteLinear> = true;
+inline constexpr bool hasLanes<ByteLinear> = true;
 
 /// Calls f with the rule of a channel, in its fastest form.
 template <class T, class F>

@@ -36,7 +36,7 @@ inline constexpr auto kCoverOfByte = [] {
 inline void addBits(const std::uint8_t* bits, std::int64_t first, std::int64_t count, Cover* cover) {
     const auto addSome = [&](std::int64_t from, std::int64_t n) {
         const auto& eight = kCoverOfByte[*bits++];
-        for (std::int64_t i = 0; i < n; ++i) cover[i] = Cover(cover[i] | eight[from + i]);
+        for (std::int64_t i = 0; i < n; ++i) cover[i] = Cover(cover[i] | eight[std::size_t(from + i)]);
         cover += n;
         count -= n;
     };
@@ -86,7 +86,7 @@ class MaskRows {
   public:
     using Pixel = Cover;
     explicit MaskRows(const Placement& place)
-        : place_(place), bits_(place.x.sourceCount()), zoomed_(place.x.oneToOne() ? 0 : place.x.count) {}
+        : place_(place), bits_(std::size_t(place.x.sourceCount())), zoomed_(place.x.oneToOne() ? 0 : place.x.count) {}
     void load(std::int64_t y) {
         std::fill(bits_.begin(), bits_.end(), Cover(0));
         addBits(place_.sourceRow(y), place_.x.source(0), place_.x.sourceCount(), bits_.data());
@@ -104,7 +104,7 @@ class BoundaryRows {
   public:
     using Pixel = Cover;
     explicit BoundaryRows(const Placement& place)
-        : place_(place), blocks_(place.x.sourceCount()), top_(place.x.count), below_(place.x.count) {}
+        : place_(place), blocks_(std::size_t(place.x.sourceCount())), top_(place.x.count), below_(place.x.count) {}
     void load(std::int64_t y) {
         const Span& x = place_.x;
         gather(y, 0);
@@ -135,8 +135,8 @@ class BoundaryRows {
         for (std::int64_t block = 0, first = 0; first < count; ++block, first += step) {
             Cover any = 0;
             for (std::int64_t i = first; i < std::min(first + step, count); ++i)
-                any = Cover(any | blocks_[i]);
-            blocks_[block] = any;
+                any = Cover(any | blocks_[std::size_t(i)]);
+            blocks_[std::size_t(block)] = any;
         }
     }
 

@@ -26,7 +26,7 @@ Image* AllocateRecords(int count) {
 
 /// The bytes that the image's pixels need: by its row length as it stands, and by the one that its shape
 /// calls for, whichever is more. The two differ where a record took over the row length of another.
-std::uint64_t BytesNeeded(const Image& image) {
+std::size_t BytesNeeded(const Image& image) {
     const std::uint64_t element = std::uint64_t(DataBytes(image.dataType));
     const std::uint64_t channels = image.channels;
     const bool interleaved = IsInterleaved(&image);
@@ -35,13 +35,13 @@ std::uint64_t BytesNeeded(const Image& image) {
     const std::uint64_t bytes =
         std::max<std::uint64_t>(row, image.rowBytes) * image.height * (interleaved ? 1 : channels);
     if (row > kLargestRow || bytes > kLargestTotal) throw std::bad_array_new_length();
-    return bytes;
+    return std::size_t(bytes);
 }
 
 /// By the mark in `state`, so that releasing by the same mark always matches.
-unsigned char* AllocateData(std::uint64_t bytes, bool freed) {
+unsigned char* AllocateData(std::size_t bytes, bool freed) {
     if (!freed) return static_cast<unsigned char*>(::operator new(bytes));
-    void* data = std::malloc(std::max<std::uint64_t>(bytes, 1));
+    void* data = std::malloc(std::max<std::size_t>(bytes, 1));
     if (!data) throw std::bad_alloc();
     return static_cast<unsigned char*>(data);
 }

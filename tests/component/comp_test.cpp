@@ -20,13 +20,14 @@ TEST(Comp, AnnouncesRealChangesOnce) {
     r.name('c', comp.get());
     r.name('m', &movie);
     char name[] = "one";
-    unsigned long ranges[] = {9, 0x100000003};
+    constexpr unsigned long above32Bits = ~0xFFFFFFFFul;  // lost on the way
+    unsigned long ranges[] = {9, above32Bits + 3};
     for (int i = 0; i < 2; ++i) {
         comp->AttachObserver(&r);
         comp->SetVisible(false);
         comp->SetOpacity(0.5f);
         comp->SetRemapper(new Tone(1));  // the second equals the first and is deleted
-        comp->SetStartFrame(0x100000007);
+        comp->SetStartFrame(above32Bits + 7);
         comp->SetLocation(-5, 9);
         comp->AddScene(name, nullptr, 1, ranges);
         name[0] = 'X';

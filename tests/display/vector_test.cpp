@@ -166,7 +166,10 @@ TEST(Vector, ComponentsShowTheirField) {
     comp->info->vectorStepX = 1, comp->info->vectorStepY = 16;  // reads no second row
     comp->ComputeBitmap(0);
     Grid grid;
-    for (int cell = 0; cell < 12; ++cell) grid.insert(grid.end(), {cell % 4 < 2 ? 31 : 0, 20});
+    for (int cell = 0; cell < 12; ++cell) {
+        grid.push_back(cell % 4 < 2 ? 31 : 0);
+        grid.push_back(20);
+    }
     EXPECT_EQ(shown(*comp), drawn(64, 48, grid));
     EXPECT_TRUE(shown(*comp)[28 * 64 + 39]) << "the tip of the first, that starts at (8, 8)";
 

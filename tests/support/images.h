@@ -72,10 +72,11 @@ class Random {
 /// A buffer of exactly `size` bytes, all `fill`, between two guard zones.
 class Guarded {
   public:
-    static constexpr u8 fill = 0x5A;
+    static constexpr u8 fill = 0x5A, guard = 0xC3;
 
-    explicit Guarded(std::size_t size) : block_(size + 2 * zone, 0xC3), size_(size) {
-        std::memset(data(), fill, size);
+    explicit Guarded(std::size_t size) : block_(size + 2 * zone, fill), size_(size) {
+        std::fill_n(block_.begin(), zone, guard);
+        std::fill_n(block_.end() - zone, zone, guard);
         close();
     }
     ~Guarded() { ASAN_UNPOISON_MEMORY_REGION(block_.data(), block_.size()); }
@@ -87,7 +88,7 @@ class Guarded {
     /// True while both guard zones are as they were made.
     bool intact() {
         ASAN_UNPOISON_MEMORY_REGION(block_.data(), block_.size());
-        const Bytes whole(zone, 0xC3);
+        const Bytes whole(zone, guard);
         const bool result = std::equal(whole.begin(), whole.end(), block_.begin()) &&
                             std::equal(whole.begin(), whole.end(), block_.end() - zone);
         close();
