@@ -1,7 +1,8 @@
 // What pzel-view says of itself without a window: --help, --manual, and with both the manual page.
 #pragma once
 
-inline constexpr const char* kHelp = R"(Shows pictures, stacks and videos in a window, with levels, curves and layers.
+inline constexpr const char* kHelp =
+    R"(Shows pictures, stacks and videos in a window, with levels, curves and layers.
 Usage: pzel-view [LAYER...]
 
 Options:

@@ -86,7 +86,9 @@ class MaskRows {
   public:
     using Pixel = Cover;
     explicit MaskRows(const Placement& place)
-        : place_(place), bits_(std::size_t(place.x.sourceCount())), zoomed_(place.x.oneToOne() ? 0 : place.x.count) {}
+        : place_(place),
+          bits_(std::size_t(place.x.sourceCount())),
+          zoomed_(place.x.oneToOne() ? 0 : place.x.count) {}
     void load(std::int64_t y) {
         std::fill(bits_.begin(), bits_.end(), Cover(0));
         addBits(place_.sourceRow(y), place_.x.source(0), place_.x.sourceCount(), bits_.data());
@@ -104,7 +106,10 @@ class BoundaryRows {
   public:
     using Pixel = Cover;
     explicit BoundaryRows(const Placement& place)
-        : place_(place), blocks_(std::size_t(place.x.sourceCount())), top_(place.x.count), below_(place.x.count) {}
+        : place_(place),
+          blocks_(std::size_t(place.x.sourceCount())),
+          top_(place.x.count),
+          below_(place.x.count) {}
     void load(std::int64_t y) {
         const Span& x = place_.x;
         gather(y, 0);
