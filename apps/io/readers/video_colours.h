@@ -24,7 +24,7 @@ class VideoColours {
 
   private:
     struct ScalerCloser {
-        void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
+        void operator()(SwsContext* held) const { sws_freeContext(held); }
     };
     void Prepare(const AVFrame& frame, const PictureInfo& info);
 

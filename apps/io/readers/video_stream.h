@@ -43,16 +43,16 @@ class VideoStream {
 
   private:
     struct FormatCloser {
-        void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
+        void operator()(AVFormatContext* held) const { avformat_close_input(&held); }
     };
     struct CodecCloser {
-        void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
+        void operator()(AVCodecContext* held) const { avcodec_free_context(&held); }
     };
     struct FrameCloser {
-        void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+        void operator()(AVFrame* held) const { av_frame_free(&held); }
     };
     struct PacketCloser {
-        void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+        void operator()(AVPacket* held) const { av_packet_free(&held); }
     };
     // A picture that can be decoded by itself.
     struct Key {
