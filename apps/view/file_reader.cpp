@@ -125,6 +125,7 @@ void FileReader::ForgetAhead() {
 
 void FileReader::Cancel() {
     std::deque<Job> given;
+    int awaitedOfThem = 0;
     {
         const std::lock_guard lock(guard);
         // Those that nobody waits for close files, and stay.
@@ -133,25 +134,31 @@ void FileReader::Cancel() {
                 ++job;
                 continue;
             }
-            if (job->haste == Haste::Now) --hurried;
+            awaitedOfThem += job->IsAwaited();
             given.push_back(std::move(*job));
             job = waiting.erase(job);
         }
-        if (hurried > 0) stop = true;
+        if (isWorking) stop = true;
     }
     for (const Job& job : given) job.failed(tr("Cancelled"));
+    CountAwaited(-awaitedOfThem);
 }
 
 void FileReader::Post(Job job) {
+    CountAwaited(job.IsAwaited());
     {
         const std::lock_guard lock(guard);
         const auto behind = std::find_if(waiting.begin(), waiting.end(), [&](const Job& other) {
             return job.haste == Haste::Now && other.haste == Haste::Ahead;
         });
-        if (job.haste == Haste::Now && job.failed) ++hurried;
         waiting.insert(behind, std::move(job));
     }
     changed.notify_all();
+}
+
+void FileReader::CountAwaited(int more) {
+    const bool wasBusy = std::exchange(awaited, awaited + more) > 0;
+    if (wasBusy != (awaited > 0)) emit busyChanged(awaited > 0);
 }
 
 void FileReader::Run() {
@@ -163,12 +170,12 @@ void FileReader::Run() {
             if (ending) break;
             job = std::move(waiting.front());
             waiting.pop_front();
+            isWorking = job.IsAwaited();
         }
-        const bool isAwaited = job.haste == Haste::Now && job.failed;
-        if (isAwaited) Deliver([this] { emit busyChanged(true); });
         Do(job);
+        if (job.IsAwaited()) Deliver([this] { CountAwaited(-1); });
         const std::lock_guard lock(guard);
-        if (isAwaited && --hurried == 0) Deliver([this] { emit busyChanged(false); });
+        isWorking = false;
         if (!ending) stop = false;
     }
     sources.clear();

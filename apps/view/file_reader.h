@@ -74,7 +74,7 @@ class FileReader final : public QObject {
     void Cancel();
 
   signals:
-    /// Something is being read for somebody who waits; or nothing more.
+    /// Something is asked for by somebody who waits; or all of it was answered.
     void busyChanged(bool busy);
 
   private:
@@ -82,9 +82,11 @@ class FileReader final : public QObject {
         Haste haste;
         std::function<void()> work;
         Failed failed;
+        bool IsAwaited() const { return haste == Haste::Now && failed; }
     };
 
     void Post(Job job);
+    void CountAwaited(int more);
     void Run();
     void Do(const Job& job);
     void Deliver(std::function<void()> answer);
@@ -95,11 +97,12 @@ class FileReader final : public QObject {
     MadeFrame MakeOf(int source, std::uint32_t frame);
     MadeFrame MakeFrame(OpenedLayer& opened, std::uint32_t frame);
 
+    int awaited = 0;  // jobs whose ends somebody waits for; the asking thread's own
     std::mutex guard;
     std::condition_variable changed;
     std::deque<Job> waiting;
     bool ending = false;
-    int hurried = 0;  // jobs that somebody waits for
+    bool isWorking = false;  // at a job that somebody waits for
     std::atomic<bool> stop = false;
     int lastSource = 0;  // the thread's own, like what follows
     std::map<int, Source> sources;
