@@ -10,7 +10,7 @@
 #include "pzel/bounds/black_white.h"
 #include "pzel/bounds/bounds.h"
 #include "pzel/colour/rgb_to_hsi.h"
-#include "pzel/image/yuv.h"
+#include "pzel/pixels/yuv.h"
 
 namespace pzel_io {
 

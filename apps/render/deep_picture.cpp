@@ -10,7 +10,7 @@
 #include "pzel/bounds/bounds.h"
 #include "pzel/colour/convert_image.h"
 #include "pzel/image/lifecycle.h"
-#include "pzel/image/typed_copy.h"
+#include "pzel/pixels/typed_copy.h"
 #include "tone_curve.h"
 
 namespace {

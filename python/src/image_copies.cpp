@@ -11,8 +11,8 @@
 #include "pzel/colour/rgb_to_hsi.h"
 #include "pzel/display/boundary.h"
 #include "pzel/image/lifecycle.h"
-#include "pzel/image/typed_copy.h"
-#include "pzel/image/yuv.h"
+#include "pzel/pixels/typed_copy.h"
+#include "pzel/pixels/yuv.h"
 
 namespace pzel_python {
 

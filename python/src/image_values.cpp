@@ -8,7 +8,7 @@
 #include "pzel/bounds/black_white.h"
 #include "pzel/bounds/bounds.h"
 #include "pzel/bounds/histogram.h"
-#include "pzel/image/arithmetic.h"
+#include "pzel/pixels/arithmetic.h"
 
 namespace pzel_python {
 

@@ -3,9 +3,10 @@
 
 #include <cstring>
 
-#include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
-#include "pzel/image/convert.h"
+#include "pzel/bounds/hsi_bound.h"
+#include "pzel/image/bound_entries.h"
+#include "pzel/loops/saturate.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
 #include "pzel/bounds/min_max.h"
+#include "pzel/image/bound_entries.h"
 
 using pzel::boundEntry;
 using pzel::Pair;

@@ -2,8 +2,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
+#include "pzel/bounds/hsi_bound.h"
+#include "pzel/image/bound_entries.h"
 #include "pzel/image/sub_type_change.h"
 
 using pzel::boundEntry;

@@ -1,7 +1,8 @@
 // The data bound of a colour image as ranges of intensity, saturation and hue, and back. Single precision.
-#include "pzel/bounds/bound_entries.h"
+#include "pzel/bounds/hsi_bound.h"
 #include "pzel/bounds/bounds.h"
-#include "pzel/image/convert.h"
+#include "pzel/image/bound_entries.h"
+#include "pzel/loops/saturate.h"
 
 namespace pzel {
 

@@ -6,8 +6,8 @@
 #include <cstddef>
 
 #include "pzel/image/element.h"
-#include "pzel/image/instruction_set.h"
 #include "pzel/image/lifecycle.h"
+#include "pzel/loops/instruction_set.h"
 
 using pzel::Pair;
 

@@ -8,8 +8,8 @@
 #include <type_traits>
 #include <utility>
 
-#include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/histogram.h"
+#include "pzel/image/bound_entries.h"
 #include "pzel/image/element.h"
 #include "pzel/image/plane.h"
 

@@ -2,8 +2,8 @@
 // into data, so that both change colours alike. The formulas are in hsi.h.
 #pragma once
 
-#include "pzel/image/instruction_set.h"
-#include "pzel/image/pixel_blocks.h"
+#include "pzel/loops/instruction_set.h"
+#include "pzel/loops/pixel_blocks.h"
 
 namespace pzel {
 

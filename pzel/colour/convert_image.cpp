@@ -7,14 +7,14 @@
 #include <vector>
 
 #include "pzel/bounds/black_white.h"
-#include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
 #include "pzel/colour/colour_block.h"
 #include "pzel/colour/hsi.h"
 #include "pzel/colour/hsi_levels.h"
 #include "pzel/colour/sampled_tone.h"
-#include "pzel/image/convert.h"
+#include "pzel/image/bound_entries.h"
 #include "pzel/image/plane.h"
+#include "pzel/loops/saturate.h"
 
 namespace pzel {
 

@@ -8,7 +8,7 @@
 #include <cmath>
 #include <limits>
 
-#include "pzel/image/clamp.h"
+#include "pzel/loops/clamp.h"
 
 namespace pzel {
 

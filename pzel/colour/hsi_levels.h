@@ -5,9 +5,10 @@
 #include <algorithm>
 #include <type_traits>
 
-#include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
+#include "pzel/bounds/hsi_bound.h"
 #include "pzel/colour/hsi.h"
+#include "pzel/image/bound_entries.h"
 
 namespace pzel {
 

@@ -9,7 +9,7 @@
 #include <limits>
 
 #include "pzel/colour/hsi.h"
-#include "pzel/image/shuffle.h"
+#include "pzel/loops/shuffle.h"
 
 namespace pzel {
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "pzel/colour/colour_block.h"
-#include "pzel/image/shuffle.h"
+#include "pzel/loops/shuffle.h"
 
 namespace pzel {
 

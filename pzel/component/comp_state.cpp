@@ -7,7 +7,7 @@
 #include "pzel/component/comp.h"
 #include "pzel/component/data_area.h"
 #include "pzel/component/movie.h"
-#include "pzel/image/convert.h"
+#include "pzel/loops/saturate.h"
 
 namespace {
 

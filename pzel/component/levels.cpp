@@ -2,11 +2,12 @@
 // HSI bound for the channels behind the last. Making levels from data is the bounds' business.
 #include <array>
 
-#include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
+#include "pzel/bounds/hsi_bound.h"
 #include "pzel/component/comp.h"
 #include "pzel/component/movie.h"
-#include "pzel/image/convert.h"
+#include "pzel/image/bound_entries.h"
+#include "pzel/loops/saturate.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <cstdint>
 
 #include "pzel/display/draw.h"
-#include "pzel/image/instruction_set.h"
-#include "pzel/image/vectors.h"
+#include "pzel/loops/instruction_set.h"
+#include "pzel/loops/vectors.h"
 
 namespace pzel {
 

@@ -11,7 +11,7 @@
 #include <type_traits>
 
 #include "pzel/display/level_rules.h"
-#include "pzel/image/instruction_set.h"
+#include "pzel/loops/instruction_set.h"
 
 namespace pzel {
 

@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <utility>
 
-#include "pzel/bounds/bound_entries.h"
 #include "pzel/component/comp.h"
+#include "pzel/image/bound_entries.h"
 #include "pzel/image/lifecycle.h"
 #include "pzel/image/owned_image.h"
-#include "pzel/image/typed_copy.h"
+#include "pzel/pixels/typed_copy.h"
 
 using pzel::OwnedImage;
 

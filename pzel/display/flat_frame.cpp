@@ -10,7 +10,7 @@
 #include "pzel/component/comp.h"
 #include "pzel/image/lifecycle.h"
 #include "pzel/image/owned_image.h"
-#include "pzel/image/typed_copy.h"
+#include "pzel/pixels/typed_copy.h"
 
 namespace {
 

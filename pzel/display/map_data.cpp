@@ -1,17 +1,18 @@
 // From image data to bitmap bytes: which channels, which rule, which rows. The rules are in level_rules.h,
-// fast_rules.h, yuv_rules.h and joint_rule.h, the walkers in plane.h and pixel_rows.h.
+// fast_rules.h, yuv_rules.h and joint_rule.h, the walkers in loops/rows.h and pixel_rows.h.
 #include "pzel/display/map_data.h"
 
 #include <algorithm>
 #include <cstring>
 
-#include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
 #include "pzel/display/fast_rules.h"
 #include "pzel/display/joint_rule.h"
 #include "pzel/display/level_rules.h"
 #include "pzel/display/pixel_rows.h"
 #include "pzel/display/yuv_rules.h"
+#include "pzel/image/bound_entries.h"
+#include "pzel/image/lifecycle.h"
 #include "pzel/image/plane.h"
 
 namespace pzel {

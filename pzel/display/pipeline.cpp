@@ -6,7 +6,6 @@
 #include <new>
 #include <optional>
 
-#include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
 #include "pzel/component/bitmap_update.h"
 #include "pzel/component/comp.h"
@@ -14,8 +13,9 @@
 #include "pzel/display/bitmap.h"
 #include "pzel/display/map_data.h"
 #include "pzel/display/vector.h"
-#include "pzel/image/bits.h"
+#include "pzel/image/bound_entries.h"
 #include "pzel/image/lifecycle.h"
+#include "pzel/pixels/bits.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include "pzel/display/blend.h"
 #include "pzel/display/draw.h"
 #include "pzel/display/zoomed_rows.h"
-#include "pzel/image/instruction_set.h"
+#include "pzel/loops/instruction_set.h"
 
 namespace pzel {
 

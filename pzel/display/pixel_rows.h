@@ -3,10 +3,10 @@
 
 #include <cstdint>
 
-#include "pzel/image/instruction_set.h"
-#include "pzel/image/pixel_blocks.h"
 #include "pzel/image/plane.h"
-#include "pzel/image/shuffle.h"
+#include "pzel/loops/instruction_set.h"
+#include "pzel/loops/pixel_blocks.h"
+#include "pzel/loops/shuffle.h"
 
 namespace pzel {
 

@@ -8,12 +8,12 @@
 #include <limits>
 #include <vector>
 
-#include "pzel/bounds/bound_entries.h"
 #include "pzel/bounds/bounds.h"
 #include "pzel/component/bitmap_update.h"
 #include "pzel/component/comp.h"
 #include "pzel/display/bitmap.h"
 #include "pzel/display/vector_table.h"
+#include "pzel/image/bound_entries.h"
 #include "pzel/image/element.h"
 #include "pzel/image/plane.h"
 

@@ -8,8 +8,8 @@
 #include "pzel/display/level_rules.h"
 #include "pzel/display/pixel_rows.h"
 #include "pzel/display/yuv_vectors.h"
-#include "pzel/image/clamp.h"
 #include "pzel/image/element.h"
+#include "pzel/loops/clamp.h"
 
 namespace pzel {
 

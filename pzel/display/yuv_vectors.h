@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
-#include "pzel/image/shuffle.h"
-#include "pzel/image/vectors.h"
+#include "pzel/loops/shuffle.h"
+#include "pzel/loops/vectors.h"
 
 namespace pzel {
 

@@ -3,11 +3,9 @@
 //
 // The folder's other headers:
 //   lifecycle.h    allocation, ownership, copies and moves of whole records, pointers into the pixels
+//   bound_array.h  the pairs (minimum, maximum) of the channels: the array, its sections, its defaults
 //   attachment.h   a caller-defined buffer that travels with an image
-//   typed_copy.h   rectangles between images of any two element types, layouts and colour models
-//   yuv.h          colour to YUV and back, into floats
-//   arithmetic.h   arithmetic on floats; inversion, filling, a pixel as text
-//   bits.h         copying runs of bits
+// What copies and computes with pixels is in pzel/pixels/.
 #pragma once
 
 #include <cstdint>
@@ -83,7 +81,7 @@ struct Image {
     std::uint16_t imageType;    ///< major type in the high byte, sub type in the low byte
     std::uint8_t channels;      ///< number of channels, 0-255
     std::uint8_t state;         ///< ImageState bits
-    unsigned char* bound;       ///< the bound array, owned; or null (see pzel/bounds/bounds.h)
+    unsigned char* bound;       ///< the bound array, owned; or null (see bound_array.h)
     Attachment* attachment;     ///< owned; or null
     std::int32_t frameOffset;   ///< frame number relative to the current frame of its group
     std::int32_t frameOffset2;  ///< a second position tag, the caller's

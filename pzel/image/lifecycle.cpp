@@ -8,9 +8,9 @@
 #include <memory>
 #include <new>
 
-#include "pzel/bounds/bound_entries.h"
-#include "pzel/bounds/bounds.h"
 #include "pzel/image/attachment.h"
+#include "pzel/image/bound_array.h"
+#include "pzel/image/bound_entries.h"
 #include "pzel/image/clone.h"
 
 namespace {
@@ -243,7 +243,8 @@ void CopyImageCharacteristics(Image* destination, Image* source) {
     shape.state = source->state & StateFreeData;
     CheckDataArray(&shape);
     try {
-        CopyBound(&shape, source);
+        CheckBoundArray(source);
+        if (GetBoundBytes(source) > 0) shape.bound = pzel::CloneBoundArray(*source);
     } catch (...) {
         CleanupImage(&shape);
         throw;

@@ -5,7 +5,7 @@
 #include <bit>
 #include <cstdio>
 
-#include "pzel/image/typed_copy.h"
+#include "pzel/pixels/typed_copy.h"
 #include "tests/support/display_reference.h"
 
 namespace {

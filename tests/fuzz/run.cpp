@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <new>
 
-#include "pzel/image/instruction_set.h"
+#include "pzel/loops/instruction_set.h"
 #include "tests/fuzz/rows.h"
 
 namespace {

@@ -2,7 +2,7 @@
 // that tests compare with.
 #pragma once
 
-#include "pzel/image/typed_copy.h"
+#include "pzel/pixels/typed_copy.h"
 #include "tests/support/images.h"
 
 namespace test {

@@ -4,11 +4,11 @@
 #include <cstring>
 #include <utility>
 
-#include "pzel/bounds/bound_entries.h"
-#include "pzel/image/arithmetic.h"
+#include "pzel/image/bound_entries.h"
 #include "pzel/image/element.h"
 #include "pzel/image/lifecycle.h"
 #include "pzel/image/plane.h"
+#include "pzel/pixels/arithmetic.h"
 
 namespace {
 

@@ -1,18 +1,18 @@
 // Rectangles between images of any two element types: clipping, plain copies and conversions from bound pair
 // to bound pair. Colour models and borders are in files of their own.
-#include "pzel/image/typed_copy.h"
+#include "pzel/pixels/typed_copy.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <optional>
 
-#include "pzel/bounds/bound_entries.h"
-#include "pzel/bounds/bounds.h"
-#include "pzel/image/bits.h"
-#include "pzel/image/copy_area.h"
+#include "pzel/image/bound_array.h"
+#include "pzel/image/bound_entries.h"
 #include "pzel/image/plane.h"
 #include "pzel/image/sub_type_change.h"
+#include "pzel/pixels/bits.h"
+#include "pzel/pixels/copy_area.h"
 
 namespace pzel {
 

@@ -1,12 +1,12 @@
 // Element-wise arithmetic and sums. One loop for each number of operands; the rules are lambdas.
-#include "pzel/image/arithmetic.h"
+#include "pzel/pixels/arithmetic.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
 
-#include "pzel/image/instruction_set.h"
 #include "pzel/image/lifecycle.h"
+#include "pzel/loops/instruction_set.h"
 
 namespace {
 

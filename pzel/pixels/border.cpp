@@ -2,10 +2,10 @@
 #include <algorithm>
 #include <cstring>
 
-#include "pzel/image/bits.h"
-#include "pzel/image/copy_area.h"
 #include "pzel/image/plane.h"
-#include "pzel/image/typed_copy.h"
+#include "pzel/pixels/bits.h"
+#include "pzel/pixels/copy_area.h"
+#include "pzel/pixels/typed_copy.h"
 
 namespace pzel {
 

@@ -1,5 +1,5 @@
 // Hunts wrong signs of elements, steps of layouts, missing messages and leaks of results that nobody sees.
-#include "pzel/image/yuv.h"
+#include "pzel/pixels/yuv.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Ends of clamps, in a file of their own so that no kernel sees them.
-#include "pzel/image/clamp.h"
+#include "pzel/loops/clamp.h"
 
 namespace pzel {
 

@@ -1,6 +1,6 @@
 // Rectangle copies against a slow reference: wrong clipping, strides or borders, a method chosen or rounded
 // wrongly, bits beside the rectangle changed, pictures that change their look between colour models.
-#include "pzel/image/typed_copy.h"
+#include "pzel/pixels/typed_copy.h"
 
 #include <gtest/gtest.h>
 

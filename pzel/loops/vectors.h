@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "pzel/image/instruction_set.h"
+#include "pzel/loops/instruction_set.h"
 
 #if PZEL_X86_SETS
 #include <immintrin.h>

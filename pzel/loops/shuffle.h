@@ -8,8 +8,8 @@
 #include <type_traits>
 #include <utility>
 
-#include "pzel/image/instruction_set.h"
-#include "pzel/image/vectors.h"
+#include "pzel/loops/instruction_set.h"
+#include "pzel/loops/vectors.h"
 
 namespace pzel {
 

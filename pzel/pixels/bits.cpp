@@ -1,5 +1,5 @@
 // Copying runs of bits, eight at a time.
-#include "pzel/image/bits.h"
+#include "pzel/pixels/bits.h"
 
 #include <cstring>
 

@@ -8,8 +8,8 @@
 #include <limits>
 #include <type_traits>
 
-#include "pzel/image/instruction_set.h"
-#include "pzel/image/vectors.h"
+#include "pzel/loops/instruction_set.h"
+#include "pzel/loops/vectors.h"
 
 namespace pzel {
 

@@ -4,8 +4,8 @@
 
 #include <type_traits>
 
-#include "pzel/image/plane.h"
-#include "pzel/image/shuffle.h"
+#include "pzel/loops/rows.h"
+#include "pzel/loops/shuffle.h"
 
 namespace pzel {
 

@@ -1,5 +1,5 @@
 // RGB to YUV and back. The forward and the inverse coefficients are no exact inverses of each other.
-#include "pzel/image/yuv.h"
+#include "pzel/pixels/yuv.h"
 
 #include <cassert>
 

@@ -7,10 +7,10 @@
 #include <algorithm>
 #include <cmath>
 
-#include "pzel/bounds/bound_entries.h"
-#include "pzel/image/convert.h"
-#include "pzel/image/copy_area.h"
+#include "pzel/image/bound_entries.h"
 #include "pzel/image/plane.h"
+#include "pzel/loops/saturate.h"
+#include "pzel/pixels/copy_area.h"
 
 namespace pzel {
 

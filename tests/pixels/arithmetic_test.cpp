@@ -1,5 +1,5 @@
 // Hunts wrong operand orders, sums that lose digits, layouts that fill or print the wrong element.
-#include "pzel/image/arithmetic.h"
+#include "pzel/pixels/arithmetic.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // What the machine can do, found out once.
-#include "pzel/image/instruction_set.h"
+#include "pzel/loops/instruction_set.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,0 +1,143 @@
+// A rectangle of elements as rows, and the walker that runs a rule over it. Planar, interleaved and cropped
+// images differ only in the steps of the view; contiguous, strided and bit rows all read and write as
+// `row[x]`, so that a rule and a walker meet every layout without knowing it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "pzel/loops/instruction_set.h"
+#include "pzel/loops/narrow.h"
+#include "pzel/loops/shuffle.h"
+
+namespace pzel {
+
+/// Rows of elements that stand side by side.
+template <class T>
+struct ContiguousRows {
+    T* origin;
+    std::ptrdiff_t rowStep;  // bytes
+    T* row(std::ptrdiff_t y) const {
+        using Byte = std::conditional_t<std::is_const_v<T>, const unsigned char, unsigned char>;
+        return reinterpret_cast<T*>(reinterpret_cast<Byte*>(origin) + y * rowStep);
+    }
+};
+
+/// Rows of elements that stand `Step` elements apart; Step 0: known at run time only.
+template <class T, int Step = 0>
+struct StridedRows {
+    struct Row {
+        T* elements;
+        std::ptrdiff_t step;
+        T& operator[](std::ptrdiff_t x) const { return elements[x * (Step ? Step : step)]; }
+        Row operator+(std::ptrdiff_t x) const { return {&(*this)[x], step}; }
+    };
+    ContiguousRows<T> rows;
+    std::ptrdiff_t pixelStep;  // elements
+    Row row(std::ptrdiff_t y) const { return {rows.row(y), pixelStep}; }
+};
+
+/// Rows of bits from some bit of the first byte on, most significant bit first.
+template <class Byte>
+struct BitRows {
+    struct Reference {
+        Byte& byte;
+        unsigned char mask;
+        operator bool() const { return byte & mask; }
+        const Reference& operator=(bool on) const {
+            byte = static_cast<unsigned char>(on ? byte | mask : byte & ~mask);
+            return *this;
+        }
+    };
+    struct Row {
+        Byte* bytes;
+        int firstBit;
+        Reference operator[](std::ptrdiff_t x) const {
+            const std::ptrdiff_t bit = firstBit + x;
+            return {bytes[bit / 8], static_cast<unsigned char>(0x80 >> (bit % 8))};
+        }
+    };
+    Byte* origin;
+    int firstBit;
+    std::ptrdiff_t rowStep;  // bytes
+    Row row(std::ptrdiff_t y) const { return {origin + y * rowStep, firstBit}; }
+};
+
+/// A rule that finds its byte in a table: index(v) tells where, entries() is the table. An Index of one byte
+/// is the value itself.
+template <class Rule>
+concept LooksUp = requires(const Rule& rule) {
+    typename Rule::Index;
+    rule.entries();
+};
+
+/// A rule whose constants change from element to element, again and again after `kPeriod`: rule(v, k) for
+/// element k of a period.
+template <class Rule>
+concept IsPeriodic = requires {
+    Rule::kPeriod;
+};
+
+/// Runs a rule over a row: out[x] = rule(in[x]).
+template <InstructionSet set, class In, class Out, class Rule>
+void mapLine(SetConstant<set> on, const Rule& rule, In in, Out out, int count) {
+    if constexpr (IsPeriodic<Rule>) {
+        for (; count >= Rule::kPeriod; count -= Rule::kPeriod, in += Rule::kPeriod, out += Rule::kPeriod)
+            for (int k = 0; k < Rule::kPeriod; ++k) out[k] = rule(in[k], k);
+        for (int k = 0; k < count; ++k) out[k] = rule(in[k], k);
+    } else if constexpr (LooksUp<Rule> && std::is_same_v<Out, std::uint8_t*>) {
+        if constexpr (std::is_same_v<In, const typename Rule::Index*> && sizeof(typename Rule::Index) == 1) {
+            lookUp(on, rule.entries(), in, out, count);
+        } else {
+            // Indices vectorise, look-ups do not everywhere: each has a loop of its own.
+            constexpr int block = 1024;
+            typename Rule::Index index[block];
+            for (int x = 0; x < count; x += block) {
+                const int n = count - x < block ? count - x : block;
+                for (int i = 0; i < n; ++i) index[i] = rule.index(in[x + i]);
+                lookUp(on, rule.entries(), index, out + x, n);
+            }
+        }
+#if PZEL_X86_SETS
+    } else if constexpr (ScalesFloats<Rule> && hasVectors<set> && std::is_same_v<In, const float*> &&
+                         std::is_pointer_v<Out>) {
+        scaleLine(on, rule, in, out, count);
+#endif
+    } else {
+        for (int x = 0; x < count; ++x) out[x] = rule(in[x]);
+    }
+}
+
+/// Rows that stand side by side are worth a copy of their loop for each instruction set.
+template <class Rows>
+constexpr bool isContiguous = false;
+template <class T>
+constexpr bool isContiguous<ContiguousRows<T>> = true;
+
+/// Whether rows of `width` elements follow one another without a gap, few enough elements to count.
+template <class T>
+bool areOneRow(const ContiguousRows<T>& rows, int width, int height) {
+    return rows.rowStep == std::ptrdiff_t(sizeof(T)) * width && std::int64_t(width) * height < 1 << 30;
+}
+
+/// Runs a rule over a rectangle: out[x] = rule(in[x]).
+template <class In, class Out, class Rule>
+void mapRows(const In& in, const Out& out, int width, int height, const Rule& rule) {
+    if constexpr (isContiguous<In> && isContiguous<Out>) {
+        if (areOneRow(in, width, height) && areOneRow(out, width, height) && height > 0) {
+            width *= height;
+            height = 1;
+        }
+    }
+    const auto loop = [=](auto set) {
+        const Rule local = rule;  // out of reach of the bytes that are written
+        for (int y = 0; y < height; ++y) mapLine(set, local, in.row(y), out.row(y), width);
+    };
+    if constexpr (isContiguous<In> && isContiguous<Out> && !isRare<Rule>)
+        onBestSet(loop);
+    else
+        loop(SetConstant<InstructionSet::Baseline>());
+}
+
+}  // namespace pzel
