@@ -9,6 +9,7 @@
 //   message.h         what the two say to each other
 //   program_parts.h   where a program finds what belongs to it
 //   stack.h           many files as the frames of one picture, a frame alone
+//   kept_frame.h      a frame that is read again without being decoded again
 //   fields.h          pictures woven from two others, or taken from every second row of one
 //   difference.h      how far two pictures lie apart, as a picture and in figures
 //   pixel_values.h    the values of an image as numbers and as text

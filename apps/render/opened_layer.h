@@ -3,8 +3,10 @@
 
 #include <atomic>
 #include <memory>
+#include <utility>
 
 #include "apps/io/difference.h"
+#include "apps/io/kept_frame.h"
 #include "frame_maker.h"
 #include "layer.h"
 
@@ -22,6 +24,9 @@ class OpenedLayer {
 
     /// Reads a frame and prepares it for display. Whatever fails is an error of the file.
     pzel_io::OwnedImage Make(std::uint32_t frame);
+
+    /// Keeps the last frame as it was read, for who makes it again by other wishes. Before Prepare.
+    void KeepLastFrame() { source = pzel_io::KeepLastFrame(std::move(source)); }
 
     /// Says which frame is made next, and which part of frames is all that is shown.
     void Expect(std::uint32_t frame) { source->Expect(frame); }

@@ -26,6 +26,8 @@ std::unique_ptr<OpenedLayer> OpenPrepared(const Layer& asked, const std::atomic<
     if (opened->Info().channels > kMostChannels)
         throw pzel_io::FileError(opened->Info().file, "has more channels than can be shown");
     opened->layer = wishes;
+    // Thresholds are dragged.
+    if (wishes.role == Role::Mask || wishes.role == Role::Boundary) opened->KeepLastFrame();
     opened->Prepare();
     return opened;
 }
