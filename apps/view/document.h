@@ -179,10 +179,12 @@ class Document final : public QObject, private Observer {
         double offset = 0;
         std::optional<pzel_io::Window> window;
         std::vector<std::string> notes;
-        FrameRing ring;                    // other frames
-        std::optional<Layer> remaking;     // wishes that a new image is being made by
-        std::optional<LayerState> asked;   // settings that wait for it
-        std::vector<std::uint32_t> ahead;  // frames that are being read
+        FrameRing ring;                              // other frames
+        std::optional<Layer> remaking;               // wishes that a new image is being made by
+        std::optional<LayerState> asked;             // settings that wait for it
+        std::vector<std::shared_ptr<bool>> awaited;  // by changes that wait: whether they failed
+        std::ptrdiff_t beingMade = 0;                // of these, the first ones
+        std::vector<std::uint32_t> ahead;            // frames that are being read
     };
     using Files = std::vector<std::unique_ptr<FileLayer>>;
     struct Loading;
@@ -190,7 +192,9 @@ class Document final : public QObject, private Observer {
     void Update(IComponent* source, int event, std::intptr_t param) override;
 
     /// Does something that can be undone. Of changes of one gesture, not 0, the last one is done again.
-    void Do(const QString& what, std::function<void()> redo, std::function<void()> undo, int gesture = 0);
+    /// @param hasFailed becomes true where it is found out later that a change was not possible; null: never
+    void Do(const QString& what, std::function<void()> redo, std::function<void()> undo, int gesture = 0,
+            std::shared_ptr<bool> hasFailed = nullptr);
     std::shared_ptr<Comp> Held(Comp& comp) const;
     void DoOrder(const QString& what, const std::vector<Comp*>& after);
 

@@ -11,22 +11,44 @@ namespace pzel_view {
 
 namespace {
 
-// Something that is done and undone. The steps of one gesture become one.
+// Something that is done and undone. The steps of one gesture become one, and what failed of them is left
+// out; a step that failed as a whole does nothing, and leaves the history as soon as that gets there.
 class Step final : public QUndoCommand {
   public:
-    Step(const QString& what, std::function<void()> forth, std::function<void()> back, int ofGesture)
-        : QUndoCommand(what), redoing(std::move(forth)), undoing(std::move(back)), gesture(ofGesture) {}
+    Step(const QString& what, std::function<void()> forth, std::function<void()> back, int ofGesture,
+         std::shared_ptr<bool> hasFailed)
+        : QUndoCommand(what), undoing(std::move(back)), gesture(ofGesture) {
+        changes.push_back({std::move(forth), std::move(hasFailed)});
+    }
 
-    void redo() override { redoing(); }
-    void undo() override { undoing(); }
+    bool HasFailed() const { return Last() == changes.rend(); }
+
+    void redo() override {
+        setObsolete(HasFailed());
+        if (!isObsolete()) Last()->redo();
+    }
+    void undo() override {
+        setObsolete(HasFailed());
+        if (!isObsolete()) undoing();
+    }
     int id() const override { return gesture == 0 ? -1 : gesture; }
     bool mergeWith(const QUndoCommand* later) override {
-        redoing = static_cast<const Step*>(later)->redoing;
+        const auto& more = static_cast<const Step*>(later)->changes;
+        changes.insert(changes.end(), more.begin(), more.end());
         return true;
     }
 
   private:
-    std::function<void()> redoing;
+    struct Change {
+        std::function<void()> redo;
+        std::shared_ptr<bool> hasFailed;  // null: it cannot
+    };
+    std::vector<Change>::const_reverse_iterator Last() const {
+        return std::find_if(changes.rbegin(), changes.rend(),
+                            [](const Change& change) { return !change.hasFailed || !*change.hasFailed; });
+    }
+
+    std::vector<Change> changes;
     std::function<void()> undoing;
     int gesture;
 };
@@ -38,8 +60,9 @@ ToneCurve::Model CurveModel(const Image& image) {
 
 }  // namespace
 
-void Document::Do(const QString& what, std::function<void()> redo, std::function<void()> undo, int gesture) {
-    history.push(new Step(what, std::move(redo), std::move(undo), gesture));
+void Document::Do(const QString& what, std::function<void()> redo, std::function<void()> undo, int gesture,
+                  std::shared_ptr<bool> hasFailed) {
+    history.push(new Step(what, std::move(redo), std::move(undo), gesture, std::move(hasFailed)));
 }
 
 std::shared_ptr<Comp> Document::Held(Comp& comp) const {
@@ -55,9 +78,13 @@ void Document::Change(Comp& comp, const QString& what, const LayerState& asked, 
         after.levels.clear();
     if (IsSame(before, after)) return;
     const std::shared_ptr<Comp> held = Held(comp);
+    const auto hasFailed = std::make_shared<bool>(false);
+    FileLayer& file = FileOf(comp);
+    file.awaited.push_back(hasFailed);
     Do(
         what, [this, held, after] { Apply(*held, after); }, [this, held, before] { Apply(*held, before); },
-        gesture);
+        gesture, hasFailed);
+    if (!file.asked) file.awaited.clear();
 }
 
 void Document::Apply(Comp& comp, const LayerState& to) {
@@ -150,6 +177,7 @@ void Document::Remake(FileLayer& file, const LayerState& to) {
 
 void Document::AskForImage(FileLayer& file) {
     file.remaking = WishesFor(*file.asked, file.wishes);
+    file.beingMade = static_cast<std::ptrdiff_t>(file.awaited.size());
     if (file.asked->levels.empty()) file.remaking->look.levels.clear();
     const int source = file.source;
     reader.MakeBy(
@@ -164,6 +192,7 @@ void Document::Remade(int source, MadeFrame made) {
     file->wishes = *std::exchange(file->remaking, std::nullopt);
     Install(*file, std::move(made), true);
     const LayerState asked = *std::exchange(file->asked, std::nullopt);
+    file->awaited.erase(file->awaited.begin(), file->awaited.begin() + file->beingMade);
     file->comp->NotifyObserver(EventImage, 0);
     const LayerState now = StateOfWishes(file->wishes);
     if (NeedsOtherImage(now, asked, file->info)) return Remake(*file, asked);
@@ -171,13 +200,15 @@ void Document::Remade(int source, MadeFrame made) {
     file->comp->NotifyObserver(EventImage, 0);
 }
 
-// The layer stays as it was, and the change is none that could be undone.
+// The layer stays as it was, and the changes that wanted the image are none that could be undone.
 void Document::NotRemade(int source, const QString& reason) {
     FileLayer* const file = FileOfSource(source);
     if (!file) return;
     file->remaking.reset();
     file->asked.reset();
-    history.undo();
+    for (const std::shared_ptr<bool>& hasFailed : std::exchange(file->awaited, {})) *hasFailed = true;
+    const auto last = [&] { return dynamic_cast<const Step*>(history.command(history.index() - 1)); };
+    while (last() && last()->HasFailed()) history.undo();
     emit failed(reason);
 }
 

@@ -106,6 +106,55 @@ TEST_F(LayersTest, TheListShowsAndSetsTheOrder) {
     EXPECT_EQ(names(), "camera.png moon.png coffee.png");
 }
 
+// A change that needs another image is found out to be impossible when others stand above it already.
+TEST_F(LayersTest, AChangeThatFailsTakesBackItselfAlone) {
+    Open({PictureSample("moon.png"), PictureSample("coffee.png")});
+    Comp& moon = *document->Layers()[0];
+    Comp& coffee = *document->Layers()[1];
+    const LayerState whole = document->StateOf(moon);
+    for (const int others : {0, 1, 3}) {
+        const QImage before = Whole();
+        const int place = document->History().index();
+        pzel_view::ShowAs(*document, moon, Role::Vectors);  // which need two channels
+        for (int i = 0; i < others; ++i) {
+            LayerState state = document->StateOf(coffee);
+            state.opacity = 0.2 + 0.1 * i;
+            document->Change(coffee, "Opacity", state);
+        }
+        const QImage after = Whole();
+        ASSERT_TRUE(WaitFor([&] { return !failures.empty(); }));
+        EXPECT_NE(failures[0].find("moon.png"), std::string::npos);
+        failures.clear();
+        EXPECT_TRUE(Whole() == after);
+        EXPECT_TRUE(IsSame(document->StateOf(moon), whole));
+        while (document->History().index() > place) document->History().undo();
+        EXPECT_TRUE(Whole() == before);
+        while (document->History().canRedo()) document->History().redo();
+        EXPECT_TRUE(Whole() == after);
+        EXPECT_TRUE(!document->IsReading() && failures.empty());
+    }
+    // Of a gesture what was possible stays.
+    Open({PictureSample("moon.png") + "@threshold=100:255"});
+    Comp& mask = *document->Layers()[0];
+    const auto change = [&](Role role, double from) {
+        LayerState state = document->StateOf(mask);
+        state.role = role;
+        state.threshold = pzel_io::Window{from, 255};
+        document->Change(mask, "Drag", state, 9);
+        return WaitFor([&] { return !document->IsReading(); });
+    };
+    const QImage before = Whole();
+    ASSERT_TRUE(change(Role::Mask, 50));
+    const QImage dragged = Whole();
+    ASSERT_TRUE(change(Role::Vectors, 20));
+    EXPECT_EQ(failures.size(), 1U);
+    EXPECT_TRUE(Whole() == dragged);
+    document->History().undo();
+    EXPECT_TRUE(WaitFor([&] { return Whole() == before; }));
+    document->History().redo();
+    EXPECT_TRUE(WaitFor([&] { return Whole() == dragged; }));
+}
+
 TEST_F(LayersTest, MasksFollowTheirThreshold) {
     Pixels<std::uint16_t> ramp(100, 20, 1);
     for (int y = 0; y < 20; ++y)
