@@ -2,9 +2,11 @@
 #include "composition.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "pzel/component/comp.h"
 #include "pzel/display/compose.h"
+#include "pzel/image/lifecycle.h"
 
 namespace {
 
@@ -20,7 +22,8 @@ std::int64_t Zoomed(int size, int zoom) {
 }  // namespace
 
 Area PlaceOf(const Layer& layer, const pzel_io::PictureInfo& info) {
-    return {layer.x, layer.y, layer.x + info.width - 1, layer.y + info.height - 1};
+    const Area part = layer.area.value_or(Area{0, 0, info.width - 1, info.height - 1});
+    return {layer.x + part.left, layer.y + part.top, layer.x + part.right, layer.y + part.bottom};
 }
 
 Area UnionOf(const Area& one, const Area& other) {
@@ -33,6 +36,18 @@ std::optional<Area> SharedPart(const Area& one, const Area& other) {
                     std::min(one.right, other.right), std::min(one.bottom, other.bottom)};
     if (WidthOf(part) < 1 || HeightOf(part) < 1) return {};
     return part;
+}
+
+pzel_io::OwnedImage AsBoundary(const ShownBitmap& drawn) {
+    const auto width = static_cast<unsigned short>(drawn.width);
+    pzel_io::OwnedImage boundary(
+        NewImage(width, static_cast<unsigned short>(drawn.height), 2, DataBit, true));
+    SetImageType(boundary.get(), MajorBoundary);
+    ClearImage(boundary.get());
+    for (std::ptrdiff_t y = 0; y < drawn.height; ++y)
+        std::memcpy(boundary->data + y * boundary->rowBytes, drawn.pixels + y * drawn.rowBytes,
+                    static_cast<std::size_t>(boundary->rowBytes / 2));
+    return boundary;
 }
 
 int DepthOf(Comp& comp) {

@@ -7,11 +7,14 @@
 #include "pzel/component/movie.h"
 #include "pzel/component/shown_bitmap.h"
 
-/// The rectangle that a layer covers in the movie, and the one that all visible ones cover.
+/// The rectangle that what is shown of a layer covers in the movie, and the one that all visible ones cover.
 Area PlaceOf(const Layer& layer, const pzel_io::PictureInfo& info);
 Area UnionOf(const Area& one, const Area& other);
 /// What two rectangles share; empty where that is nothing.
 std::optional<Area> SharedPart(const Area& one, const Area& other);
+
+/// Drawn lines, white on black, as a boundary's upper edges, which outlast shrinking.
+pzel_io::OwnedImage AsBoundary(const ShownBitmap& drawn);
 
 /// The least depth that shows a component as it is: colours need 24 bits, and what others shine through 8.
 int DepthOf(Comp& comp);

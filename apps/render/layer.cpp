@@ -107,6 +107,8 @@ class LayerParser {
             TakeNamed(channel, kChannelNames, part, "channel");
         } else if (part.starts_with("curve=")) {
             TakeCurve(part);
+        } else if (part.starts_with("area=")) {
+            TakeArea(part);
         } else if (part.starts_with("page=") || part.starts_with("hdu=")) {
             Set(layer.page, static_cast<int>(Count(part)), part, "page");
         } else if (part.starts_with("frame=")) {
@@ -186,6 +188,14 @@ class LayerParser {
         }
     }
 
+    void TakeArea(const std::string& part) {
+        try {
+            Set(layer.area, ParseArea(WithCommas(part)), part, "area");
+        } catch (const std::invalid_argument& error) {
+            Refuse("'" + part + "': " + error.what());
+        }
+    }
+
     void TakeLevels(const std::string& part) {
         if (!layer.look.levels.empty()) Refuse("'" + part + "' is a second setting of levels");
         try {
@@ -227,6 +237,8 @@ class LayerParser {
             Refuse(std::string("a colour map is for a picture, not for '") + RoleName(layer.role) + "'");
         if (layer.IsOverlay() && !layer.look.levels.empty())
             Refuse(std::string("levels are those of a picture, not of '") + RoleName(layer.role) + "'");
+        if (layer.IsOverlay() && layer.area)
+            Refuse(std::string("an area is that of a picture, not of '") + RoleName(layer.role) + "'");
         if (layer.IsOverlay() && (channel || tones || layer.look.toYuv))
             Refuse(std::string("channels and curves are those of a picture, not of '") +
                    RoleName(layer.role) + "'");
@@ -285,6 +297,13 @@ std::string LayerOptions(const Layer& layer) {
         add(pzel_io::NumberText(layer.opacity));
     if (layer.x != 0 || layer.y != 0) add(addSigned(layer.x) + addSigned(layer.y));
     if (layer.hidden) add("hidden");
+    if (layer.area && !layer.IsOverlay()) {
+        const auto& [left, top, right, bottom] = *layer.area;
+        std::string sides;
+        for (const int side : {left, top, right, bottom})
+            sides += (sides.empty() ? "" : "/") + std::to_string(side);
+        add("area=" + sides);
+    }
     const Look& look = layer.look;
     if (look.toYuv) add("yuv");
     if (look.channel != Channel::All) add(std::string("channel=") + NameOf(kChannelNames, look.channel));

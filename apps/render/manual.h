@@ -23,6 +23,7 @@ together, and black where none is. OPTIONS are separated by commas:
   +X+Y                place of the top left pixel; -X and -Y are possible
   frame=N             frame N alone, whatever frame of the others is shown
   page=N, hdu=N       the pages or header units of a file that are like its page N, counted from 0
+  area=L/T/R/B        columns L to R of rows T to B alone, which stay in their place
   hidden              read and checked, but not shown
 All other options are those of the picture, or of the first layer: --levels, --curve, --gamma, --invert, --channel,
 --colormap, --bake, --to-yuv, --field and --pixel speak of the first alone, --per-frame, --partial, --as-stored and

@@ -150,6 +150,7 @@ class Rendering {
     void CheckPlaces() {
         std::optional<Area> all;
         for (const OpenedLayer& opened : layers) {
+            if (opened.layer.area) CheckOwnArea(opened);
             if (opened.layer.hidden) continue;
             const Area place = PlaceOf(opened.layer, opened.Info());
             all = all ? UnionOf(*all, place) : place;
@@ -159,8 +160,9 @@ class Rendering {
             CheckInside(options.area->right, options.area->bottom, shown, "the area goes", NameOfPicture());
             shown = {all->left + options.area->left, all->top + options.area->top,
                      all->left + options.area->right, all->top + options.area->bottom};
-            for (OpenedLayer& opened : layers) ShowPart(opened);
         }
+        for (OpenedLayer& opened : layers)
+            if (options.area || opened.layer.area) ShowPart(opened);
         if (options.pixels)
             CheckInside(options.pixels->right, options.pixels->bottom, PlaceOf(layers[0].layer, First()),
                         "the pixels go", First().file);
@@ -179,17 +181,15 @@ class Rendering {
     // The movie counts its columns and rows in 16 bits.
     static void CheckReach(const OpenedLayer& opened) {
         using Limits = std::numeric_limits<std::int16_t>;
-        const Area place = ShownPlace(opened);
+        const Area place = PlaceOf(opened.layer, opened.Info());
         if (place.right <= Limits::max() && place.bottom <= Limits::max()) return;
         throw FileError(opened.Info().file, "would reach beyond column or row 32767 of the picture");
     }
 
-    // Where a layer stands with the part of it that is shown.
-    static Area ShownPlace(const OpenedLayer& opened) {
-        const Layer& layer = opened.layer;
-        if (!layer.area) return PlaceOf(layer, opened.Info());
-        const Area& part = *layer.area;
-        return {layer.x + part.left, layer.y + part.top, layer.x + part.right, layer.y + part.bottom};
+    static void CheckOwnArea(const OpenedLayer& opened) {
+        const PictureInfo& info = opened.Info();
+        CheckInside(opened.layer.area->right, opened.layer.area->bottom,
+                    {0, 0, info.width - 1, info.height - 1}, "the area goes", info.file);
     }
 
     static void CheckInside(int x, int y, const Area& place, const char* what,
@@ -203,12 +203,12 @@ class Rendering {
     // part of them is all there is to see.
     void ShowPart(OpenedLayer& opened) const {
         const bool bits = opened.Info().type == DataBit;
-        if (opened.layer.IsOverlay() || (bits && layers.size() > 1)) return;
+        if (opened.layer.IsOverlay() || (bits && layers.size() > 1 && !opened.layer.area)) return;
         const Area place = PlaceOf(opened.layer, opened.Info());
         const auto part = SharedPart(place, shown);
         if (!part) return;
-        const Area inside{part->left - place.left, part->top - place.top, part->right - place.left,
-                          part->bottom - place.top};
+        const int x = opened.layer.x, y = opened.layer.y;
+        const Area inside{part->left - x, part->top - y, part->right - x, part->bottom - y};
         if (options.info || options.pixels) {
             opened.layer.area = inside;
         } else {

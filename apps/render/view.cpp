@@ -3,9 +3,8 @@
 // the right one. The levels of a frame that came with those of the one before are not set again.
 #include "view.h"
 
-#include <cstring>
-
 #include "apps/io/colour_copy.h"
+#include "composition.h"
 #include "pzel/bounds/bounds.h"
 #include "pzel/colour/convert_image.h"
 #include "pzel/component/group.h"
@@ -46,19 +45,6 @@ void BakeChannels(Image& image, ToneCurve& curve) {
     // Floats have no full scale: they stay within their levels.
     if (GetDataType(&image) == DataFloat) CopyBoundToSpatialBound(&image);
     ConvertImage(&image, &curve);
-}
-
-// Drawn lines as a boundary's upper edges.
-pzel_io::OwnedImage AsBoundary(const ShownBitmap& drawn) {
-    const auto width = static_cast<unsigned short>(drawn.width);
-    pzel_io::OwnedImage boundary(
-        NewImage(width, static_cast<unsigned short>(drawn.height), 2, DataBit, true));
-    SetImageType(boundary.get(), MajorBoundary);
-    ClearImage(boundary.get());
-    for (std::ptrdiff_t y = 0; y < drawn.height; ++y)
-        std::memcpy(boundary->data + y * boundary->rowBytes, drawn.pixels + y * drawn.rowBytes,
-                    static_cast<std::size_t>(boundary->rowBytes / 2));
-    return boundary;
 }
 
 }  // namespace

@@ -61,14 +61,13 @@ Scene SceneOf(Document& document, const QString& name, int zoom) {
     scene.keep = document.Marks().ReturnKeepFrames();
     scene.cut = document.Marks().ReturnCutFrames();
     scene.zoom = zoom;
-    // The part of a single layer is the part of the picture.
-    if (scene.layers.size() == 1) scene.area = scene.layers[0].area;
     return scene;
 }
 
 void Recall(Document& document, const Scene& kept) {
     Scene scene = kept;
-    if (scene.layers.size() == 1) scene.layers[0].area = scene.area;
+    // The part of a single layer's picture is the part of the layer.
+    if (scene.area && scene.layers.size() == 1) scene.layers[0].area = scene.area;
     if (!FitsLayers(document, scene)) return document.Open(scene.layers, OpenAs::Picture);
     const QString what = Document::tr("Scene %1").arg(QString::fromStdString(scene.name));
     document.History().beginMacro(what);

@@ -44,18 +44,6 @@ void ThinRow(unsigned char* to, const unsigned char* from, std::size_t count, st
     }
 }
 
-// Drawn lines as a boundary's upper edges, which outlast shrinking.
-pzel_io::OwnedImage AsBoundary(const ShownBitmap& drawn) {
-    pzel_io::OwnedImage boundary(NewImage(static_cast<unsigned short>(drawn.width),
-                                          static_cast<unsigned short>(drawn.height), 2, DataBit, true));
-    SetImageType(boundary.get(), MajorBoundary);
-    ClearImage(boundary.get());
-    for (std::ptrdiff_t y = 0; y < drawn.height; ++y)
-        std::memcpy(boundary->data + y * boundary->rowBytes, drawn.pixels + y * drawn.rowBytes,
-                    static_cast<std::size_t>(boundary->rowBytes / 2));
-    return boundary;
-}
-
 }  // namespace
 
 SeenLayer::SeenLayer(Comp& shown) : source(shown), movie(new Movie), comp(AllocComp(1)) {

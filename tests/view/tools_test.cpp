@@ -210,6 +210,7 @@ TEST_F(ToolsTest, ScenesShowAgainWhatWasKept) {
     change(0, [](auto& state) {
         state.levels = {{10, 200}, {20, 210}, {30, 220}};
         state.tones = {ParseTone("gamma=1.5+invert")};
+        state.area = Area{5, 3, 80, 61};
     });
     change(1, [](auto& state) {
         state.opacity = 0.25;
