@@ -46,7 +46,11 @@ int main(int argc, char** argv) {
     pzel_view::ApplyRemembered();
     // Files are read while the window is built.
     auto document = std::make_shared<pzel_view::Document>();
-    if (!layers.empty()) document->Open(layers, pzel_view::OpenAs::Picture);
-    (new pzel_view::MainWindow(std::move(document)))->show();
+    auto furnishing = pzel_view::Furnishing::AtOnce;
+    if (!layers.empty()) {
+        document->Open(layers, pzel_view::OpenAs::Picture);
+        furnishing = pzel_view::Furnishing::AfterPicture;
+    }
+    (new pzel_view::MainWindow(std::move(document), furnishing))->show();
     return QApplication::exec();
 }

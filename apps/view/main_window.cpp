@@ -27,7 +27,8 @@ namespace {
 
 constexpr const char* kGeometry = "window/geometry";
 constexpr const char* kLayout = "window/layout";
-constexpr int kToldTime = 5000;  // milliseconds
+constexpr const char* kMargins = "window/margins";  // what stands around the picture
+constexpr int kToldTime = 5000;                     // milliseconds
 
 // Panels at the sides scroll where the window is low.
 QWidget* Scrolling(QWidget* panel, Qt::DockWidgetArea area) {
@@ -44,7 +45,7 @@ QWidget* Scrolling(QWidget* panel, Qt::DockWidgetArea area) {
 
 }  // namespace
 
-MainWindow::MainWindow(std::shared_ptr<Document> shown) : document(std::move(shown)) {
+MainWindow::MainWindow(std::shared_ptr<Document> shown, Furnishing when) : document(std::move(shown)) {
     setAttribute(Qt::WA_DeleteOnClose);
     setAcceptDrops(true);
     setDockOptions(AnimatedDocks | AllowNestedDocks | AllowTabbedDocks);
@@ -59,26 +60,45 @@ MainWindow::MainWindow(std::shared_ptr<Document> shown) : document(std::move(sho
     all->addWidget(picture, 1);
     setCentralWidget(middle);
     saver = new FrameSaver(*document, *picture);
+    connect(document.get(), &Document::failed, messages, &MessageBar::Show);
+    connect(saver, &FrameSaver::failed, messages, &MessageBar::Show);
+    connect(document.get(), &Document::opened, this, &MainWindow::ShowTitle);
+    connect(document.get(), &Document::opened, messages, &QWidget::hide);
+    ShowTitle();
+    resize(QSize(1280, 940).boundedTo(screen()->availableSize()));
+    restoreGeometry(QSettings().value(kGeometry).toByteArray());
+    picture->setFocus();
+    when == Furnishing::AtOnce ? Furnish() : FurnishAfterPicture();
+}
+
+// Menus, panels and bars: most of what a start takes, since they bring the fonts.
+void MainWindow::Furnish() {
     actions = new ActionList(this);
     AddActions(*this);
     AddPanels();
     AddToolBar();
     AddHelpActions(*this);
     new StatusLine(*document, *picture, *saver, *statusBar());
-    connect(document.get(), &Document::failed, messages, &MessageBar::Show);
-    connect(saver, &FrameSaver::failed, messages, &MessageBar::Show);
     connect(saver, &FrameSaver::finished, this,
             [this](const QString& what) { statusBar()->showMessage(what, kToldTime); });
-    connect(document.get(), &Document::opened, this, &MainWindow::ShowTitle);
-    connect(document.get(), &Document::opened, messages, &QWidget::hide);
-    ShowTitle();
-    resize(QSize(1280, 940).boundedTo(screen()->availableSize()));
     ShareRoom();
     firstLayout = saveState();
-    const QSettings settings;
-    restoreGeometry(settings.value(kGeometry).toByteArray());
-    restoreState(settings.value(kLayout).toByteArray());
-    picture->setFocus();
+    restoreState(QSettings().value(kLayout).toByteArray());
+}
+
+// Until then the picture stands where it will stand.
+void MainWindow::FurnishAfterPicture() {
+    constexpr int kLongest = 200;  // milliseconds that a window stands there bare
+    setContentsMargins(QSettings().value(kMargins).value<QMargins>());
+    auto* const wait = new QTimer(this);
+    wait->setSingleShot(true);
+    connect(
+        picture, &PictureView::painted, wait, [wait] { wait->start(0); }, Qt::SingleShotConnection);
+    connect(wait, &QTimer::timeout, this, [this] {
+        setContentsMargins({});
+        Furnish();
+    });
+    wait->start(kLongest);
 }
 
 MainWindow::~MainWindow() {
@@ -156,6 +176,10 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     QSettings settings;
     settings.setValue(kGeometry, saveGeometry());
     settings.setValue(kLayout, saveState());
+    const QRect middle = centralWidget()->geometry();
+    settings.setValue(kMargins,
+                      QVariant::fromValue(QMargins(middle.left(), middle.top(), width() - 1 - middle.right(),
+                                                   height() - 1 - middle.bottom())));
     event->accept();
 }
 

@@ -14,15 +14,22 @@ namespace pzel_view {
 class FrameSaver;
 class MessageBar;
 
+/// When a window gets its menus and panels.
+enum class Furnishing {
+    AtOnce,
+    AfterPicture  ///< behind the first picture, which nothing then waits for; soon, where none comes
+};
+
 class MainWindow final : public QMainWindow {
     Q_OBJECT
 
   public:
-    explicit MainWindow(std::shared_ptr<Document> document);
+    explicit MainWindow(std::shared_ptr<Document> document, Furnishing when = Furnishing::AtOnce);
     ~MainWindow() override;
 
     Document& GetDocument() { return *document; }
     PictureView& Picture() { return *picture; }
+    /// Those of a furnished window.
     ActionList& Actions() { return *actions; }
     FrameSaver& Saver() { return *saver; }
     MessageBar& Messages() { return *messages; }
@@ -38,6 +45,8 @@ class MainWindow final : public QMainWindow {
     void dropEvent(QDropEvent* event) override;
 
   private:
+    void Furnish();
+    void FurnishAfterPicture();
     void AddPanels();
     void AddToolBar();
     void ShareRoom();
@@ -47,7 +56,7 @@ class MainWindow final : public QMainWindow {
     PictureView* picture;
     MessageBar* messages;
     FrameSaver* saver;
-    ActionList* actions;
+    ActionList* actions = nullptr;
     QByteArray firstLayout;
 };
 

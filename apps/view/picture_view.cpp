@@ -189,10 +189,11 @@ void PictureView::paintEvent(QPaintEvent*) {
     PaintPixels(painter, *this, document);
     PaintSelection(painter, *this, document, *tools);
     PaintWipe(painter, *this);
+    emit painted();
 }
 
 void PictureView::PaintInvitation(QPainter& painter) const {
-    if (!document.IsEmpty()) return;
+    if (!document.IsEmpty() || document.IsReading()) return;
     painter.setPen(palette().color(QPalette::BrightText));
     painter.drawText(rect(), Qt::AlignCenter, tr("Drop pictures or videos here, or open them with Ctrl+O"));
 }

@@ -76,6 +76,8 @@ class PictureView final : public QWidget {
     /// Another part, or another zoom, is shown.
     void partChanged();
     void hoveredChanged();
+    /// A picture stands on the screen.
+    void painted();
 
   protected:
     void paintEvent(QPaintEvent* event) override;

@@ -1,5 +1,6 @@
 // Opening: files that end the program or leave the window without what it had, reading that cannot be given
 // up, and movies that are never let go.
+#include <QDockWidget>
 #include <QElapsedTimer>
 #include <QMimeData>
 #include <QPushButton>
@@ -46,19 +47,35 @@ TEST_F(OpeningTest, ShowsTheSamples) {
     }
 }
 
+// The window of a program stands there with its picture before it has menus and panels.
+TEST_F(OpeningTest, ThePictureComesBeforeThePanels) {
+    const auto later = std::make_shared<pzel_view::Document>();
+    later->Open({ParseLayer(PictureSample("moon.png"))}, OpenAs::Picture);
+    pzel_view::MainWindow bare(later, pzel_view::Furnishing::AfterPicture);
+    bare.setAttribute(Qt::WA_DeleteOnClose, false);
+    bool hadPanels = true;
+    QObject::connect(&bare.Picture(), &pzel_view::PictureView::painted, &bare,
+                     [&] { hadPanels = hadPanels && bare.findChild<QDockWidget*>(); });
+    bare.show();
+    ASSERT_TRUE(WaitFor([&] { return !hadPanels && bare.findChild<QDockWidget*>(); }));
+    EXPECT_EQ(bare.findChildren<QDockWidget*>().size(), window->findChildren<QDockWidget*>().size());
+    EXPECT_EQ(bare.Actions().Find("file.open")->isEnabled(),
+              window->Actions().Find("file.open")->isEnabled());
+    // Where nothing can be read the panels come all the same.
+    const auto nothing = std::make_shared<pzel_view::Document>();
+    nothing->Open({ParseLayer(Path("missing.png"))}, OpenAs::Picture);
+    pzel_view::MainWindow empty(nothing, pzel_view::Furnishing::AfterPicture);
+    empty.setAttribute(Qt::WA_DeleteOnClose, false);
+    empty.show();
+    EXPECT_TRUE(WaitFor([&] { return empty.findChild<QDockWidget*>() && empty.Messages().isVisible(); }));
+}
+
 TEST_F(OpeningTest, BrokenFilesLeaveWhatIsThere) {
     Open({PictureSample("moon.png")});
     const QImage before = Painted();
     std::vector<std::string> broken = {Path("missing.png"), WriteBytes("empty.tif", ""),
                                        WriteBytes("text.png", "Not a picture at all.\n"),
                                        DicomSample("rtplan.dcm"), DicomSample("MR_truncated.dcm")};
-    for (const std::string& whole :
-         {PictureSample("coffee.png"), PictureSample("rocket.jpg"), PictureSample("simple.fits"),
-          DicomSample("CT_small.dcm"), DicomSample("JPEG2000.dcm"), DicomSample("SC_rgb_rle_2frame.dcm")}) {
-        const std::string bytes = ReadBytes(whole);
-        broken.push_back(WriteBytes("cut-" + std::filesystem::path(whole).filename().string(),
-                                    bytes.substr(0, bytes.size() / 2)));
-    }
     for (const std::string& file : broken) {
         EXPECT_NE(Try(file), "") << file;
         EXPECT_NE(window->Messages().Text().toStdString().find(std::filesystem::path(file).filename()),
@@ -70,6 +87,40 @@ TEST_F(OpeningTest, BrokenFilesLeaveWhatIsThere) {
     EXPECT_TRUE(Painted() == before);
     EXPECT_EQ(Try(PictureSample("camera.png")), "");
     EXPECT_EQ(window->Messages().Text(), "");
+}
+
+// Whatever a file has become, the window shows what the command line shows of it, or tells why not.
+TEST_F(OpeningTest, DamagedFilesAreShownAsTheCommandLineDoes) {
+    Open({PictureSample("moon.png")});
+    int shown = 0, refused = 0;
+    for (int i = 0; i < 40; ++i) {
+        const std::vector<std::string> samples = {
+            PictureSample("coffee.png"),  PictureSample("rocket.jpg"),
+            PictureSample("simple.fits"), PictureSample("chessboard_GRAY_U16.tif"),
+            DicomSample("CT_small.dcm"),  DicomSample("SC_rgb_rle_2frame.dcm"),
+            DicomSample("JPEG2000.dcm"),  PictureSample("no_time_for_that_tiny.gif")};
+        const std::filesystem::path whole = samples[random() % samples.size()];
+        std::string bytes = ReadBytes(whole.string());
+        if (random() % 3 == 0) bytes.resize(random() % bytes.size());
+        for (int flips = static_cast<int>(random() % 4); flips > 0 && !bytes.empty(); --flips)
+            bytes[random() % bytes.size()] ^= static_cast<char>(1 << random() % 8);
+        const std::string file = WriteBytes("damaged" + whole.extension().string(), bytes);
+        const QImage before = window->Picture().Picture(document->Extent(), 1);
+        const bool isRead = Try(file).empty();
+        const Outcome run = Render({file, "--frame", "0", "-q", "-o", Path("rendered.png")});
+        EXPECT_EQ(isRead, run.status == 0) << whole << " " << i << ": " << run.err;
+        isRead ? ++shown : ++refused;
+        const QImage picture = window->Picture().Picture(document->Extent(), 1);
+        if (!isRead) {
+            EXPECT_TRUE(picture == before) << whole << " " << i;
+        } else if (run.status == 0) {
+            EXPECT_TRUE(
+                picture.convertToFormat(QImage::Format_RGB888) ==
+                QImage(QString::fromStdString(Path("rendered.png"))).convertToFormat(QImage::Format_RGB888))
+                << whole << " " << i;
+        }
+    }
+    EXPECT_TRUE(shown > 2 && refused > 10) << shown << " shown, " << refused << " refused";
 }
 
 // Rows that no bitmap holds are shown by the parts that are seen.
