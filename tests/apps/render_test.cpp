@@ -176,36 +176,4 @@ TEST_F(RenderTest, SharesLevelsAmongFramesUnlessAsked) {
     EXPECT_EQ(Picture(Path("stack.tif"), {"--frame", "2"}), MappedAll(frames[2], 0, 2000));
 }
 
-// A header unit of 80-column cards and data, both in blocks of 2880 bytes.
-std::string FitsUnit(const std::vector<std::string>& cards, std::string data) {
-    std::string unit;
-    for (std::string card : cards) unit += card.append(80 - card.size(), ' ');
-    unit += "END";
-    unit.append((2880 - unit.size() % 2880) % 2880, ' ');
-    data.append((2880 - data.size() % 2880) % 2880, '\0');
-    return unit + data;
-}
-
-TEST_F(RenderTest, ReadsFitsScaledAndTheRightWayUp) {
-    using namespace std::string_literals;
-    const std::vector<std::string> shape = {
-        "SIMPLE  =                    T", "BITPIX  =                   16", "NAXIS   =                    3",
-        "NAXIS1  =                    2", "NAXIS2  =                    2", "NAXIS3  =                    2"};
-    // Two planes of big-endian words, the lowest row first: 0 1 / 2 3, then 4 5 / 6 7, minus 32768.
-    const std::string data = "\x80\0\x80\1\x80\2\x80\3\x80\4\x80\5\x80\6\x80\7"s;
-    auto words = shape;
-    words.push_back("BZERO   =                32768");
-    WriteBytes("words.fits", FitsUnit(words, data));
-    const Outcome info = Render({Path("words.fits"), "--info"});
-    EXPECT_NE(info.out.find("element type: uint16\n"), std::string::npos) << info.out << info.err;
-    EXPECT_EQ(Picture(Path("words.fits"), {"--frame", "1", "--levels", "0:255"}).values,
-              (std::vector<std::uint8_t>{6, 7, 4, 5}));
-    auto scaled = shape;
-    scaled.insert(scaled.end(), {"BSCALE  =                  0.5", "BZERO   =                16384",
-                                 "BLANK   =               -32766"});
-    WriteBytes("scaled.fits", FitsUnit(scaled, data));
-    EXPECT_EQ(Picture(Path("scaled.fits"), {"--levels", "0:2.55"}).values,
-              (std::vector<std::uint8_t>{0, 150, 0, 50}));  // 2 is blank
-}
-
 }  // namespace

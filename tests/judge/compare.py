@@ -1,13 +1,14 @@
 """Compares what pzel-render shows with what independent readers find in the same files, value by value.
 
 pydicom, astropy, tifffile, Pillow and ffmpeg judge sample files; of files from makes.py the values are known. One
-line a file: ok; told (the program says what it changed or left out); refused, with its reason; WRONG; or unjudged,
-where no reader here can tell. Ends with 1 where anything is WRONG.
+line a file: ok; told (the program says what it changed or left out); refused, a sample, with its reason; WRONG; or
+unjudged, where no reader here can tell. Ends with 1 where anything is WRONG.
 """
 import argparse
 import collections
 import io
 import multiprocessing
+import random
 import re
 import shutil
 import subprocess
@@ -30,6 +31,7 @@ MOST_FRAMES = 12  # of a file that are compared
 MOST_READ_OUT = 4  # frames of a file that are compared as text
 MOST_VALUES = 200_000
 LARGEST = 10 << 20
+CUTS = 2  # of each file
 VIDEO_NEAR = 4  # levels that two conversions of the same colours may be apart
 warnings.filterwarnings("ignore")
 Image.MAX_IMAGE_PIXELS = None
@@ -142,7 +144,7 @@ def samples(format_):
     for folder in SAMPLES:
         for file in sorted(folder.rglob("*")):
             if file.is_file() and file.name.lower().endswith(tuple(JUDGES[format_][1].split())) and file.stat().st_size < LARGEST:
-                yield Made(file, format=format_)
+                yield Made(file, format=format_, sample=True)
 
 
 def judged(made):
@@ -152,7 +154,7 @@ def judged(made):
             found = JUDGES[made.format][0](made.file)
         except Exception as error:  # readers fail over files in many ways; such a file is not judged
             return replace(made, told=f"{type(error).__name__}: {error}".split("\n")[0])
-        return replace(found, format=made.format, told=made.told)
+        return replace(found, format=made.format, told=made.told, options=made.options, whole=made.whole, sample=made.sample)
     return made
 
 
@@ -223,12 +225,18 @@ def compareFrames(program, made, lines, notes):
         options = ["--invert"]
     elif made.lowIsWhite:
         frames = [~f if f.dtype.kind == "b" else np.iinfo(f.dtype).max - f for f in frames]
-    runs = [(numbers, frames)] + ([(numbers[-2:-1], frames[-2:-1])] if sparse and len(numbers) > 2 else [])
-    worst = 0
+    # In order, and in another one with some frames twice; then from one row to another.
+    mixed = random.Random(7).choices(numbers, k=len(numbers))[::-1] + numbers[-1:]
+    runs = [(numbers, numbers, ())] + ([(sorted(set(mixed)), mixed, ())] if len(numbers) > 1 else [])
+    height, width = frames[0].shape[:2]
+    rows = min(random.Random(made.file.name).choice((1, height // 3)), height - 1), height - 1 - height // 4
+    runs.append((numbers[:1], numbers[:1], ("--area", f"0,{rows[0]},{width - 1},{rows[1]}")))
+    worst, truthOf = 0, dict(zip(numbers, frames))
     for low, high in levels(frames):
         scale = [] if frames[0].dtype.kind == "b" else ["--levels", f"{float(low)!r}:{float(high)!r}"]
-        for which, truths in runs:
-            shown, text = pictures(program, made, *options, "--ranges", ",".join(map(str, which)), *scale)
+        for which, order, part in runs:
+            shown, text = pictures(program, made, *options, "--ranges", ",".join(map(str, order)), *scale, *part)
+            truths = [truthOf[n][rows[0]:rows[1] + 1] if part else truthOf[n] for n in which]
             allowed = max(near, 1) if kind == "float" or "to float" in text else near
             for number, truth, picture in zip(which, truths, shown):
                 if truth.ndim == 2 and picture.ndim == 3 and (picture == picture[..., :1]).all():
@@ -238,8 +246,8 @@ def compareFrames(program, made, lines, notes):
                 expect(picture.shape == truth.shape, f"frame {number}: {picture.shape} instead of {truth.shape}")
                 apart = np.ma.filled(np.ma.abs(picture.astype(int) - mapped(truth, low, high)), 0)
                 worst = max(worst, int(apart.max()))
-                jump = " by a jump" if which is not numbers else ""
-                expect(apart.max() <= allowed, f"frame {number}{jump} is up to {apart.max()} levels off in "
+                way = " of some rows" if part else " in another order" if order is mixed else ""
+                expect(apart.max() <= allowed, f"frame {number}{way} is up to {apart.max()} levels off in "
                                                f"{100 * (apart > allowed).mean():.1f} % of its values, levels {low:g}:{high:g}")
     return worst, near, list(zip(numbers, frames))
 
@@ -271,13 +279,32 @@ def compareWindows(program, made):
         expect(np.allclose(window, [float(v) for v in own], 0, 0.51), f"frame {number} has the window {own} instead of {window}")
 
 
+def compareCuts(program, made):
+    """What is left of a file is refused, or shows all that the file does; what is shown on request is told."""
+    def shown(file, *options):
+        with program.run(file, *made.options, "--all", "-o", "out.png", *options) as run:
+            expect("ended its reader" not in run.err, f"ends its reader, cut to {left} bytes")
+            return run.status == 0 and {name: path.read_bytes() for name, path in run.files.items()}, run.out
+
+    data, cut, pick = made.file.read_bytes(), made.file.with_name(f"part-{made.file.name}"), random.Random(made.file.name)
+    left = len(data)
+    whole = shown(made.file)[0]
+    for left in (pick.randrange(1, len(data)) for _ in range(CUTS)):
+        cut.write_bytes(data[:left])
+        expect(shown(cut)[0] in (False, whole), f"is shown, but not as the whole, cut to {left} bytes")
+        part, text = shown(cut, "--partial")
+        expect(part in (False, whole) or re.search("cut short|damaged|what is left", text), f"does not tell of its cut to {left} bytes")
+    cut.unlink()
+
+
 def verdict(program, made):
     """One of ok, told, refused, WRONG and unjudged, and what there is to say."""
     expect(made.file.exists() or "@" in made.file.name, f"{made.file} is not there")
     made = judged(made)
     with program.run(made.file, *made.options, "-o", "out.png", "--all" if made.refused else "--info") as run:
         if run.status == 1:
-            return "ok" if made.refused else "refused", reason(run, made)
+            right = made.refused and re.search(made.told, reason(run, made), re.IGNORECASE)
+            return "ok" if right else "refused" if made.sample and not made.refused else "WRONG", reason(run, made)
         if run.status:
             return "WRONG", f"ends with status {run.status}: {reason(run, made)}"
         lines = info(run.out)
@@ -292,6 +319,8 @@ def verdict(program, made):
             comparePixels(program, made, lines, frames)
         if made.windows:
             compareWindows(program, made)
+        if made.whole and not made.sample and made.file.exists():
+            compareCuts(program, made)
         expect(not made.told or re.search(made.told, notes, re.IGNORECASE), f"does not tell of {made.told}: {notes or 'nothing'}")
     except Difference as difference:
         return "WRONG", f"{difference}{' (tells: ' + notes + ')' if notes else ''}"
@@ -303,6 +332,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--program", default="build/apps/pzel-render")
     parser.add_argument("--keep", type=Path, default=Path("build-compare"), help="where the made files stay")
+    parser.add_argument("--made", action="store_true", help="only files of known values, and no samples")
     parser.add_argument("formats", nargs="*", metavar="FORMAT", help=f"all, or some of {' '.join(JUDGES)}")
     options = parser.parse_args()
     if unknown := set(options.formats) - set(JUDGES):
@@ -312,7 +342,7 @@ def main():
     with multiprocessing.Pool() as pool:
         for format_ in formats:
             shutil.rmtree(options.keep / format_, ignore_errors=True)
-            cases = [*makes.make(options.keep.resolve(), [format_]), *samples(format_)]
+            cases = [*makes.make(options.keep.resolve(), [format_]), *([] if options.made else samples(format_))]
             for made, (word, text) in zip(cases, pool.imap(partial(verdict, Program(options.program)), cases)):
                 counts[format_][word] += 1
                 print(f"{word:8} {made.file}{': ' + text if text else ''}", flush=True)

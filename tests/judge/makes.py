@@ -8,7 +8,7 @@ import struct
 import subprocess
 import warnings
 import zlib
-from dataclasses import dataclass, field
+from dataclasses import dataclass, field, replace
 from pathlib import Path
 
 import numpy as np
@@ -33,6 +33,8 @@ class Made:
     windows: list = field(default_factory=list)  # low and high that each frame asks to be shown
     lowIsWhite: bool = False  # the values are kept and shown inverted, or turned over
     format: str = ""
+    sample: bool = False  # nobody here has made it
+    whole: bool = True  # what is left of it after a cut is less than it
 
 
 def noise(shape, dtype, seed=1, most=None):
@@ -79,7 +81,7 @@ def directory(tags, at, order, big):
     word, room, values, entries = ("Q", 8, bytearray(), []) if big else ("I", 4, bytearray(), [])
     for tag, value in sorted(tags.items()):
         if isinstance(value, bytes):
-            kind, count, data = 7, len(value), value
+            kind, count, data = 2 if tag == 270 else 7, len(value), value
         else:
             value = value if isinstance(value, (list, tuple)) else [value]
             kind, code = (4, "I") if max(value) > 65535 or tag in (273, 279, 324, 325) else (3, "H")
@@ -121,6 +123,25 @@ def page(values, bits, photometric, **tags):
     return {**base, **{int(k[1:]): v for k, v in tags.items()}}, [data]
 
 
+def laid(values, bits, form, order, tiled, apart):
+    """The tags and the pieces of a page: strips of ten rows or tiles, samples together or apart."""
+    def coded(block):
+        if bits % 8 == 0 and bits != 24:
+            return block.astype(block.dtype.newbyteorder(order)).tobytes()
+        packed = pack(block, bits)
+        return packed if bits != 24 or order == ">" else np.frombuffer(packed, np.uint8).reshape(-1, 3)[:, ::-1].tobytes()
+
+    more = {"t322": 16, "t323": 16} if tiled else {"t278": 10}
+    tags = page(values, bits, 1 if values.ndim == 2 else 2, t339=[form] * (values.ndim * 2 - 3), t284=1 + apart, **more)[0]
+    high, wide = (16, 16) if tiled else (10, values.shape[1])
+    pieces = []
+    for plane in np.moveaxis(values, -1, 0) if apart else [values]:
+        edge = np.pad(plane, [(0, -plane.shape[0] % 16 * tiled), (0, -plane.shape[1] % 16 * tiled)] + [(0, 0)] * (plane.ndim - 2))
+        pieces += [coded(edge[top:top + high, left:left + wide])
+                   for top in range(0, edge.shape[0], high) for left in range(0, edge.shape[1], wide)]
+    return tags, pieces
+
+
 def tiffs(folder):
     import tifffile
 
@@ -141,10 +162,17 @@ def tiffs(folder):
     stack = noise((4, 21, 30), np.uint16, 3)
     yield save("pages.tif", stack, list(stack), photometric="minisblack")
     yield save("bigtiff.tif", stack, list(stack), photometric="minisblack", bigtiff=True)
-    tiles = noise((70, 90), np.uint16, 4)
-    yield save("tiles.tif", tiles, tile=(32, 16))
-    planes = noise((3, 40, 31), np.uint8, 5)
-    yield save("planes.tif", planes, [np.moveaxis(planes, 0, -1)], photometric="rgb", planarconfig="separate")
+    yield save("tiles.tif", noise((70, 90), np.uint16, 4), tile=(32, 16))
+    for bits, dtype, form in ((2, "u1", 1), (4, "u1", 1), (7, "u1", 1), (8, "u1", 1), (10, "u2", 1), (12, "u2", 1), (14, "u2", 1),
+                              (16, "u2", 1), (24, "u4", 1), (32, "u4", 1), (12, "i2", 2), (64, "i8", 2), (32, "f4", 3), (64, "f8", 3)):
+        for way in range(6):  # of one sample and of three, in strips and tiles, together and apart
+            shape, most = ((37, 45, 3) if way >= 2 else (37, 45)), min(2**bits - 1, 2**32 - 1)
+            values = noise(shape, dtype, bits + way, 2**20 if bits == 64 else None if form == 2 else most)
+            if (bits, form) == (12, 2):
+                values >>= 4
+            order = "<>"[(bits // 2 + way) % 2]
+            told = {"windows": [(0, most)]} if form == 1 and bits in (10, 12, 14) and way == 0 else {}
+            yield write(f"laid-{bits}-{form}-{way}.tif", [values], [laid(values, bits, form, order, way % 2 == 1, way >= 4)], order, way == 3, **told)
     planes = noise((3, 40, 31), np.uint16, 6)
     yield save("planes-tiles.tif", planes, [np.moveaxis(planes, 0, -1)], photometric="rgb", planarconfig="separate",
                tile=(16, 16), compression="zlib")
@@ -154,7 +182,7 @@ def tiffs(folder):
     words, bytes8 = noise((24, 35), np.uint16, 7), smooth(48, 48, 3)
     tifffile.imwrite(folder / "plain16.tif", words)
     tifffile.imwrite(folder / "plain8.tif", bytes8, photometric="rgb")
-    for coding in "lzw lzw:2 zip:2 packbits".split():
+    for coding in "lzw lzw:2 zip:2 packbits lzma zstd".split():
         for plain, values in (("plain16", words), ("plain8", bytes8)):
             file = folder / f"{plain}-{coding.replace(':', '-')}.tif"
             run("tiffcp", "-c", coding, "-r", 7, folder / f"{plain}.tif", file)
@@ -181,15 +209,14 @@ def tiffs(folder):
     for bits, dtype in ((8, np.uint8), (16, np.uint16)):
         values = noise((20, 22), dtype, 10)
         yield write(f"white-0-{bits}.tif", [values], [page(values, bits, 0)], lowIsWhite=True)
-    for bits in (2, 4, 12):
-        values = noise((11, 13), np.uint16, 11, 2**bits - 1)
-        yield write(f"{bits}-bits.tif", [values], [page(values, bits, 1)])
     for bits in (4, 8):
         index, palette = noise((14, 15), np.uint8, 12, 2**bits - 1), noise((2**bits, 3), np.uint8, 13)
         table = [int(v) * 257 for v in palette.T.ravel()]
         yield write(f"palette-{bits}.tif", [palette[index]], [page(index, bits, 3, t320=table)], told="palette")
     alpha = noise((9, 10, 4), np.uint8, 14)
     yield write("alpha.tif", [alpha[..., :3]], [page(alpha, 8, 2, t338=2)], told="alpha|left out")
+    clear = np.minimum(np.round(alpha[..., :3] * 255.0 / np.maximum(alpha[..., 3:], 1)), 255).astype(np.uint8)
+    yield write("alpha-multiplied.tif", [np.ma.array(clear, mask=np.repeat(alpha[..., 3:] == 0, 3, 2))], [page(alpha, 8, 2, t338=1)], near=1, told="alpha")
     yield write("extra.tif", [alpha[..., :3]], [page(alpha, 8, 2, t338=0)], told="left out|channels")
     cmyk = noise((9, 10, 4), np.uint8, 15).astype(np.float64)
     shown = np.round((255 - cmyk[..., :3]) * (255 - cmyk[..., 3:]) / 255).astype(np.uint8)
@@ -210,6 +237,23 @@ def tiffs(folder):
     yield write("strips-behind.tif", [noise((40, 30), np.uint8, 16)], [({**tags, 278: 10}, rows)])
     yield write("missing-strip.tif", None, [({**tags, 278: 10}, rows[:3] + [b""])], refused=True)
     yield write("short-strip.tif", None, [({**tags, 278: 10}, rows[:3] + [rows[3][:150]])], refused=True)
+    pages = [page(noise((9, 8), np.uint8, n), 8, 0 if n == 2 else 1, t254=int(n == 1)) for n in range(5)]
+    yield write("pages-differ.tif", [noise((9, 8), np.uint8, n) for n in (0, 3, 4)], pages, told="left out")
+    yield Made(folder / "pages-differ.tif@page=2", [noise((9, 8), np.uint8, 2)], lowIsWhite=True)
+    slices = noise((2, 14, 15), np.uint16, 17)
+    file = tiffBytes([page(slices[0], 16, 1, t270=b"ImageJ=1.53\nimages=2\n\0")])
+    for name, more, known in (("slices.tif", slices[1].tobytes(), {"frames": list(slices)}), ("slice-missing.tif", b"", {"refused": True})):
+        (folder / name).write_bytes(file + more)
+        yield Made(folder / name, **known)
+    damaged = bytearray((folder / "plain16-lzw.tif").read_bytes())
+    with tifffile.TiffFile(folder / "plain16-lzw.tif") as tiff:
+        at = tiff.pages[0].dataoffsets[0]
+    damaged[at:at + 60] = bytes(60)
+    (folder / "damaged-strip.tif").write_bytes(damaged)
+    yield Made(folder / "damaged-strip.tif", refused=True)
+    left = words.copy()
+    left[:7] = 0
+    yield Made(folder / "damaged-strip.tif", [left], options=("--partial",), whole=False)
     yield write("sizes-differ.tif", None, [page(noise((4 + n, 6), np.uint8), 8, 1) for n in range(2)])
     for source in ("uint16", "plain8-lzw", "tiles", "bits-g4", "jpeg", "uint8-deflate-big"):
         with tifffile.TiffFile(folder / f"{source}.tif") as tiff:
@@ -277,12 +321,40 @@ def pngs(folder):
     for orientation in (1, 3, 6):
         upright, exif[0x0112] = smooth(12, 20, 3), orientation
         file = folder / f"orientation-{orientation}.png"
-        Image.fromarray(stand(upright, orientation)).save(file, exif=exif)
-        yield Made(file, [upright])
-    frames = animation(4)
-    first, rest = Image.fromarray(frames[0]), [Image.fromarray(f) for f in frames[1:]]
-    first.save(folder / "animated.png", save_all=True, append_images=rest, duration=50)
-    yield Made(folder / "animated.png", frames, told="|frames|animat|left out")
+        Image.fromarray(stand(upright, orientation)).save(file, exif=exif, dpi=(72, 144))
+        yield Made(file, [upright], told="pixels are 1.99")
+        yield Made(file, [stand(upright, orientation)], options=("--as-stored",), told="pixels are 1.99", whole=False)
+    # Frames of any place and size, over those before them or instead of them; colours count by how much of them is seen.
+    pick, canvas, shown, parts, count = np.random.default_rng(4), np.zeros((13, 21, 4)), [], [], 0
+    for n in range(14):
+        (top, bottom), (left, right) = [sorted(pick.choice(side + 1, 2, False)) if n % 9 else (0, side) for side in (13, 21)]
+        values, disposal, blend = pick.integers(0, 256, (bottom - top, right - left, 4)), int(pick.integers(3)), int(pick.integers(2))
+        values[..., 3] = np.where(pick.random(values.shape[:2]) < 0.3, pick.choice([0, 255]), values[..., 3])
+        before, area = canvas.copy(), canvas[top:bottom, left:right]
+        front = values[..., 3:] / 255
+        back = area[..., 3:] / 255 * (1 - front) * blend
+        seen = np.round((values[..., :3] * front + area[..., :3] * back) / np.maximum(front + back, 1e-9))
+        seen = np.where(front + back > 0, seen, values[..., :3])
+        area[..., :3] = np.where((front == 0) & (blend == 1), area[..., :3], seen)
+        area[..., 3:] = np.round(255 * (front + back))
+        shown.append(canvas[..., :3].astype(np.uint8))
+        if disposal == 1 or disposal == 2 and n == 0:
+            area[:] = 0
+        elif disposal == 2:
+            canvas = before
+        head = struct.pack(">IIIIIHHBB", count, right - left, bottom - top, left, top, 1, 10, disposal, blend)
+        data = zlib.compress(b"".join(b"\0" + row.astype(np.uint8).tobytes() for row in values))
+        parts += [chunk(b"fcTL", head), chunk(b"fdAT", struct.pack(">I", count + 1) + data) if n else chunk(b"IDAT", data)]
+        count += 2 if n else 1
+    head = chunk(b"IHDR", struct.pack(">IIBBBBB", 21, 13, 8, 6, 0, 0, 0)) + chunk(b"acTL", struct.pack(">II", 14, 0))
+    (folder / "animated.png").write_bytes(b"\x89PNG\r\n\x1a\n" + head + b"".join(parts) + chunk(b"IEND", b""))
+    yield Made(folder / "animated.png", shown, near=1)
+    whole = (folder / "type2-8.png").read_bytes()
+    for n in range(9):
+        data, at = bytearray(whole), 8 + n * (len(whole) - 8) // 9
+        data[at] ^= 1 << n % 8
+        (folder / f"flipped-{n}.png").write_bytes(data)
+        yield Made(folder / f"flipped-{n}.png", refused=True)
     whole = (folder / "type2-16.png").read_bytes()
     (folder / "cut.png").write_bytes(whole[:len(whole) * 3 // 5])
     yield Made(folder / "cut.png", refused=True)
@@ -312,8 +384,15 @@ def jpegs(folder):
     yield save("cmyk.jpg", ink, 6, "CMYK", np.round(colour * (215 / 255)).astype(np.uint8), "cmyk|ink")
     exif = Image.Exif()
     for orientation in range(1, 9):
-        exif[0x0112] = orientation
-        yield save(f"orientation-{orientation}.jpg", stand(colour, orientation), truth=colour, exif=exif, subsampling=0)
+        exif[0x0112], stored = orientation, stand(colour, orientation)
+        yield save(f"orientation-{orientation}.jpg", stored, truth=colour, exif=exif, subsampling=0, dpi=(72, 144),
+                   told="pixels 2 times")
+        yield Made(folder / f"orientation-{orientation}.jpg", [stored], 6, ("--as-stored",), whole=False)
+    whole = (folder / "full-colour.jpg").read_bytes()
+    (folder / "part.jpg").write_bytes(whole[:len(whole) * 3 // 4])
+    left = np.ma.array(colour.copy(), mask=np.zeros(colour.shape, bool))
+    left.mask[8:39], left.data[39:] = True, 0
+    yield Made(folder / "part.jpg", [left], 6, ("--partial",), whole=False)
     whole = (folder / "colour.jpg").read_bytes()
     (folder / "cut.jpg").write_bytes(whole[:len(whole) * 3 // 5])
     yield Made(folder / "cut.jpg", refused=True)
@@ -325,26 +404,30 @@ def gifs(folder):
     for disposal in (0, 1, 2):
         frames[0].save(folder / f"animated-{disposal}.gif", save_all=True, append_images=frames[1:], duration=40,
                        disposal=disposal, optimize=False)
-    parts = []  # frames of other sizes and with holes, composed by hand
-    canvas = np.zeros((16, 20, 3), np.uint8)
-    out = bytearray(b"GIF89a" + struct.pack("<HHBBB", 20, 16, 0x81, 0, 0) + bytes([9, 9, 9, 255, 0, 0, 0, 255, 0, 0, 0, 255]))
-    colour = np.array([[9, 9, 9], [255, 0, 0], [0, 255, 0], [0, 0, 255]], np.uint8)
-    for n, (left, top, width, height) in enumerate([(0, 0, 20, 16), (3, 2, 9, 8), (10, 6, 10, 10), (0, 0, 5, 16)]):
-        index = noise((height, width), np.uint8, n, 3) if n else np.full((16, 20), 1, np.uint8)
-        hole = 0 if n else 255
-        shown = canvas[top:top + height, left:left + width]
-        before = shown.copy()
+    # Frames of any place, size and order of rows, with holes, that stay, are cleared or taken back.
+    pick, canvas, parts = np.random.default_rng(9), np.zeros((17, 23, 3), np.uint8), []
+    colour = pick.integers(0, 256, (4, 3), np.uint8)
+    out = bytearray(b"GIF89a" + struct.pack("<HHBBB", 23, 17, 0x81, 0, 0) + colour.tobytes())
+    for n in range(24):
+        (top, bottom), (left, right) = [sorted(pick.choice(side + 1, 2, False).tolist()) for side in (17, 23)]
+        height, width, disposal, hole, interlaced = bottom - top, right - left, int(pick.integers(4)), int(pick.integers(-1, 4)), n % 2
+        index = noise((height, width), np.uint8, n, 3)
+        before, shown = canvas.copy(), canvas[top:bottom, left:right]
         shown[index != hole] = colour[index[index != hole]]
         parts.append(canvas.copy())
-        if n == 2:
-            shown[:] = before
-        out += b"!\xf9\4" + bytes([(12 if n == 2 else 4) | int(n > 0), 5, 0, 0, 0])
+        if disposal == 2:
+            shown[:] = 0
+        elif disposal == 3:
+            canvas = before
+        out += b"!\xf9\4" + bytes([disposal << 2 | int(hole >= 0), 10, 0, max(hole, 0), 0])
+        if interlaced:
+            index = index[[*range(0, height, 8), *range(4, height, 8), *range(2, height, 4), *range(1, height, 2)]]
         # Codes of three bits, a fresh table after every second value: as simple as it can be written.
         codes = [c for pair in range(0, index.size, 2) for c in [4, *index.ravel()[pair:pair + 2].tolist()]] + [5]
         bits = "".join(f"{c:03b}" for c in reversed(codes))
         data = int(bits, 2).to_bytes((len(bits) + 7) // 8, "little")
         blocks = b"".join(bytes([len(data[i:i + 255])]) + data[i:i + 255] for i in range(0, len(data), 255))
-        out += struct.pack("<cHHHHB", b",", left, top, width, height, 0) + b"\2" + blocks + b"\0"
+        out += struct.pack("<cHHHHB", b",", left, top, width, height, 0x40 * interlaced) + b"\2" + blocks + b"\0"
     (folder / "parts.gif").write_bytes(bytes(out) + b";")
     yield Made(folder / "parts.gif", parts)
     for name in ("plain", *(f"animated-{d}" for d in range(3))):  # readers disagree about a first frame of disposal 3
@@ -368,12 +451,20 @@ def plains(folder):
             values = noise(shape, dtype, most, most)
             name, head = f"P{magic}-{most}.p{'gp'[magic - 5]}m", f"P{magic}\n14 11\n{most}\n"
             yield write(name, head, values.astype(values.dtype.newbyteorder(">")).tobytes(), values)
+            named = f"P7\nWIDTH 14\nHEIGHT 11\nDEPTH {1 + magic % 5 * 2}\nMAXVAL {most}\n# of bytes\nENDHDR\n"
+            yield write(name[:-2] + "am", named, values.astype(values.dtype.newbyteorder(">")).tobytes(), values, windows=[(0, most)] * (magic == 5))
             text = " ".join(map(str, values.ravel())).encode() + b"\n"
             yield write("text-" + name, head.replace(f"P{magic}", f"P{magic - 3}"), text, values)
     for magic, shape in (("Pf", (7, 9)), ("PF", (7, 9, 3))):
         for scale, order in ((-1, "<"), (1, ">")):
             values = noise(shape, np.float32, 4)
             yield write(f"{magic}{order == '<'}.pfm", f"{magic}\n9 7\n{scale}.0\n", values[::-1].astype(order + "f4").tobytes(), values)
+    first, last = noise((7, 13), np.uint8, 1), noise((7, 13), np.uint8, 2)
+    data = first.tobytes() + b"P6 1 1 255\nabcP5 13 7 255\n" + last.tobytes()
+    stack = write("stack.pgm", "P5 13 7 255\n", data, first, told="left out", whole=False)
+    yield replace(stack, frames=[first, last])
+    yield Made(folder / "stack.pgm@page=1", [np.frombuffer(b"abc", np.uint8).reshape(1, 1, 3)])
+    yield Made(folder / "stack.pgm@page=3", refused=True)
     yield write("cut.pgm", "P5 100 100 255\n", bytes(7000), None, refused=True)
 
 
@@ -420,6 +511,10 @@ def fitses(folder):
         yield write(f"{dtype}.fits", [fits.PrimaryHDU(noise((25, 31), dtype))], [noise((25, 31), dtype)])
     odd = np.array([[1e-17, np.nan, -3e-30], [np.inf, -np.inf, 1e30]], np.float32)
     yield write("odd-floats.fits", [fits.PrimaryHDU(odd)], [odd])
+    for name, values, shown in (("long-words", [[-5], [1999999999]], "i4"), ("longer-words", [[-5, 7], [2**60 + 1, -2**62]], "f4"),
+                                ("long-floats", [[1e300, -1e300], [0.1, -3]], "f4")):
+        values = np.array(values, "f8" if name == "long-floats" else "i8")
+        yield write(f"{name}.fits", [fits.PrimaryHDU(values)], [values.astype(shown)])
     scaled = fits.PrimaryHDU(noise((12, 13), np.int16, 2, 1000))
     scaled.header["BSCALE"], scaled.header["BZERO"] = 0.25, -3.5
     yield write("scaled.fits", [scaled], [(noise((12, 13), np.int16, 2, 1000) * 0.25 - 3.5).astype(np.float32)], told="times")
@@ -432,14 +527,15 @@ def fitses(folder):
     cube = noise((4, 11, 12), np.int16, 4)
     yield write("cube.fits", [fits.PrimaryHDU(cube)], list(cube))
     pictures = [fits.ImageHDU(f) for f in cube]
-    yield write("extensions.fits", [fits.PrimaryHDU(), *pictures], list(cube))
+    yield write("extensions.fits", [fits.PrimaryHDU(), *pictures], list(cube), whole=False)  # nothing tells how many there were
     table = fits.BinTableHDU.from_columns([fits.Column("n", "J", array=np.arange(5))])
-    yield write("table-between.fits", [fits.PrimaryHDU(cube[0]), table, fits.ImageHDU(cube[1])], list(cube[:2]))
+    yield write("table-between.fits", [fits.PrimaryHDU(cube[0]), table, fits.ImageHDU(cube[1])], list(cube[:2]), whole=False)
     for n, hdu in enumerate((fits.PrimaryHDU(cube[0]), fits.ImageHDU(noise((5, 6), np.float32)))):
         file = folder / "hdus-differ.fits"
         if n == 0:
             fits.HDUList([hdu, fits.ImageHDU(noise((5, 6), np.float32))]).writeto(file, overwrite=True)
         yield Made(Path(f"{file}@hdu={n}"), [hdu.data[::-1]])
+    yield Made(Path(f"{file}@hdu=2"), refused=True, told="0 to 1")
     for coding in ("RICE_1", "GZIP_1", "GZIP_2", "HCOMPRESS_1"):
         values = smooth(40, 44, top=4000)
         hdu = fits.CompImageHDU(values.astype(np.int16), compression_type=coding)
@@ -505,17 +601,20 @@ def dicoms(folder):
     big = dataSet(twelve.astype(">u2"), None, 12)
     yield save("big-endian", big, [twelve], "1.2.840.10008.1.2.2")
     yield grey("deflated", twelve, syntax="1.2.840.10008.1.2.1.99", stored=12)
-    yield grey("high-bits", (twelve << 4) | noise((16, 15), np.uint16, 3, 15), twelve, stored=12, HighBit=15)
-    yield grey("middle-bits", (twelve << 2) | (noise((16, 15), np.uint16, 3, 3) << 14), twelve, stored=12, HighBit=13)
-    yield grey("overlay-above", twelve | (noise((16, 15), np.uint16, 4, 15) << 12), twelve, stored=12)
-    signed = noise((16, 15), np.int16, 5) >> 4
-    yield grey("signed-12", (signed & 4095).astype(np.int16), signed, stored=12)
-    yield grey("seven-of-8", noise((8, 8), np.uint8, 5) , noise((8, 8), np.uint8, 5) & 127, stored=7)
+    for signed in (0, 1):
+        for bits, high in ((12, 15), (12, 13), (12, 11), (8, 11), (10, 9), (1, 0), (16, 15)):
+            cells = noise((16, 15), np.uint16, bits + high)
+            truth = (cells >> (high + 1 - bits)).astype(np.int32) & (2**bits - 1)
+            truth -= (truth >> (bits - 1) << bits) * signed
+            yield grey(f"{bits}-bits-to-{high}-{signed}", cells, truth, stored=bits, HighBit=high, PixelRepresentation=signed)
+    yield grey("seven-of-8", noise((8, 8), np.uint8, 5), noise((8, 8), np.uint8, 5) & 127, stored=7)
     yield grey("monochrome1", twelve, stored=12, PhotometricInterpretation="MONOCHROME1", made={"lowIsWhite": True})
     yield grey("rescaled", twelve, (twelve * 2.5 - 1000).astype(np.float32), stored=12, RescaleSlope="2.5",
                RescaleIntercept="-1000", made={"told": "times"})
     yield grey("padding", twelve, stored=12, PixelPaddingValue=0)
-    yield grey("window", twelve, stored=12, WindowCenter="600", WindowWidth="401", made={"windows": [(399.5, 799.5)]})
+    yield grey("spacing", twelve, stored=12, PixelSpacing=["2", "1"], made={"told": "pixels are 0.5 times"})
+    yield grey("window", twelve, stored=12, WindowCenter=["600", "7"], WindowWidth=["401", "1"], made={"windows": [(399.5, 799.5)]})
+    yield grey("window-empty", twelve, stored=12, WindowCenter="600", WindowWidth="0", made={"windows": [(0, 4095)]})
     yield grey("window-exact", twelve, stored=12, WindowCenter="600", WindowWidth="400", VOILUTFunction="LINEAR_EXACT",
                made={"windows": [(400, 800)]})
     yield grey("window-sigmoid", twelve, stored=12, WindowCenter="600", WindowWidth="400", VOILUTFunction="SIGMOID",
@@ -525,7 +624,7 @@ def dicoms(folder):
     yield grey("modality-table", index, squares[index], ModalityLUTSequence=table(0, squares), made={"told": "table"})
     shifted = squares[np.clip(index.astype(int) - 40, 0, 99)]
     yield grey("modality-table-short", index, shifted, ModalityLUTSequence=table(40, squares[:100]), made={"told": "table"})
-    yield grey("voi-table", index, VOILUTSequence=table(0, squares), made={"told": "table"})
+    yield grey("voi-table", index, VOILUTSequence=table(20, squares[:100]), made={"told": "table", "windows": [(20, 119)]})
     for name, key, dtype in (("float", "FloatPixelData", np.float32), ("double", "DoubleFloatPixelData", np.float64)):
         values = noise((9, 11), dtype, 7)
         set_ = dataSet(values, SOPClassUID="1.2.840.10008.5.1.4.1.1.30", **{key: values.tobytes()})
@@ -580,18 +679,18 @@ def dicoms(folder):
                                                                    RescaleType="US")]),
                    FrameVOILUTSequence=Sequence([item(WindowCenter=str(500 + 100 * n), WindowWidth="201")])) for n in range(3)]
     set_ = dataSet(stack, None, 12, NumberOfFrames=3, SOPClassUID="1.2.840.10008.5.1.4.1.1.4.1",
-                   SharedFunctionalGroupsSequence=Sequence([Dataset()]), PerFrameFunctionalGroupsSequence=Sequence(groups))
-    yield save("enhanced", set_, [(f * (n + 1.0) - 100 * n).astype(np.float32) for n, f in enumerate(stack)], told="times",
+                   SharedFunctionalGroupsSequence=Sequence([item(PixelMeasuresSequence=Sequence([item(PixelSpacing=["2", "1"])]))]), PerFrameFunctionalGroupsSequence=Sequence(groups))
+    yield save("enhanced", set_, [(f * (n + 1.0) - 100 * n).astype(np.float32) for n, f in enumerate(stack)], told="pixels are 0.5 times",
                windows=[(399.5 + 100 * n, 599.5 + 100 * n) for n in range(3)])
     # Compressed: each frame may have several fragments.
-    def packed(name, values, codes, syntax, near=0, truth=None, pieces=1, **elements):
+    def packed(name, values, codes, syntax, near=0, truth=None, pieces=1, offsets=True, count=None, made=None, **elements):
         frames = [values] if len(codes) == 1 else list(values)
         set_ = dataSet(values, None, elements.pop("stored", None), **elements)
         if len(codes) > 1:
-            set_.NumberOfFrames = len(codes)
-        set_.PixelData = encapsulate(codes, pieces)
+            set_.NumberOfFrames = count or len(codes)
+        set_.PixelData = encapsulate(codes, pieces, offsets)
         set_["PixelData"].is_undefined_length = True
-        return save(name, set_, frames if truth is None else truth, syntax, near=near)
+        return save(name, set_, frames if truth is None else truth, syntax, **{"near": near, **(made or {})})
 
     def coded(values, kind, **more):
         out = io.BytesIO()
@@ -612,6 +711,16 @@ def dicoms(folder):
     from pydicom.pixel_data_handlers.rle_handler import rle_encode_frame
     yield packed("rle", twelve, [rle_encode_frame(twelve)], "1.2.840.10008.1.2.5", stored=12)
     yield packed("rle-stack", films, [rle_encode_frame(f) for f in films], "1.2.840.10008.1.2.5", **rgb)
+    codes = [rle_encode_frame(f) for f in films]
+    yield packed("rle-stack-no-table", films, codes, "1.2.840.10008.1.2.5", offsets=False, **rgb)
+    yield packed("rle-frame-missing", films, codes[:2], "1.2.840.10008.1.2.5", made={"refused": True, "told": "holds 2 of 3 frames"},
+                 count=3, **rgb)
+    for name, told, elements in (("frame-missing", "holds 1 of 2 frames", {"NumberOfFrames": 2}), ("cut-short", "cut short", {"Rows": 32}),
+                                 ("hsv", "HSV", {"PhotometricInterpretation": "HSV"}), ("twelve", "12 bits are not", {"BitsAllocated": 12}),
+                                 ("no-palette", "table is not described", {"PhotometricInterpretation": "PALETTE COLOR"})):
+        yield grey(name, twelve, stored=12, made={"refused": True, "told": told}, **elements)
+    yield save("no-picture", dataSet(), None, refused=True, told="holds no picture")
+    yield packed("mpeg2", grey8, [b"1234"], "1.2.840.10008.1.2.4.100", made={"refused": True, "told": "MPEG2"})
     for name, tool in (("jpeg-ls", ["dcmcjpls"]), ("jpeg-lossless", ["dcmcjpeg", "+e1"])):
         for source, truth in (("stack", list(stack)), ("int16", [noise((17, 18), np.int16)]), ("colour", [colour])):
             run(*tool, folder / f"{source}.dcm", folder / f"{name}-{source}.dcm")
