@@ -180,7 +180,10 @@ void copyFrom(World& w, bool assigns) {
     list.assign(to->GetChildren(), to->GetChildren() + to->GetNumbChildren());
     for (std::size_t i = 0; i < list.size(); ++i) {
         HOLDS(list[i]->parent == to);
-        HOLDS((list[i] == from->GetChildren()[i]) == share);
+        Comp* const original = from->GetChildren()[i];
+        HOLDS((list[i] == original) == share);
+        const auto wanted = contents(w, *original, false);
+        HOLDS(!wanted || contents(w, *list[i], false) == wanted);
     }
 }
 
@@ -436,7 +439,7 @@ void addMovieRows(Table& table) {
         if (std::all_of(ranges.begin(), ranges.end(), [](const auto& r) { return r.first <= r.second; }))
             HOLDS(walked == selected(movie));
         CALL_ON(&f, Reset);
-        HOLDS(f.Done() == ranges.empty());
+        HOLDS(f.Done() == ranges.empty() && *f == (ranges.empty() ? 0 : walked.front()));
     });
 }
 

@@ -25,6 +25,15 @@ inline Comp* target(Movie* m) {
     return m->GetNumbChildren() == 1 ? m->GetChildren()[0] : nullptr;
 }
 
+/// What a copy of a component must have as well; nothing where it gets pixels that the original lacks.
+inline std::optional<u64> contents(World& w, Comp& comp, bool withBitmap) {
+    for (int i = 0; i < comp.imageFrames; ++i)
+        if (!comp.images[i].data) return {};
+    if (comp.flatImage && !comp.flatImage->data) return {};
+    if (comp.flatComp && !contents(w, *comp.flatComp, withBitmap)) return {};
+    return w.contentsDigest(comp, withBitmap);
+}
+
 template <class C>
 void references(World& w) {
     C* const c = anyOf<C>(w);

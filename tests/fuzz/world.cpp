@@ -38,6 +38,19 @@ void add(Digest& digest, const Attachment* attachment) {
     if (attachment) digest.add(attachment->buffer, attachment->size);
 }
 
+void addBitmap(Digest& digest, const Comp& comp) {
+    digest.add(comp.bmpWidth | u64(comp.bmpHeight) << 16 | u64(comp.bmpRowBytes) << 32 |
+               u64(comp.bmpLeft) << 48);
+    digest.add(comp.bmpTop | u64(comp.bmpBits) << 16);
+    const ShownBitmap shown = comp.GetShownBitmap();
+    const int rowBits = shown.width * shown.bits;
+    for (int y = 0; shown.pixels && y < shown.height * shown.bitRows; ++y) {
+        const u8* const row = shown.pixels + y * (shown.rowBytes / shown.bitRows);
+        digest.add(row, std::size_t(rowBits / 8));
+        if (rowBits % 8) digest.add(row[rowBits / 8] >> (8 - rowBits % 8));
+    }
+}
+
 /// Look-up tables: greys, greys turned round, and any.
 const u8* tableOf(int which) {
     static const auto tables = [] {
@@ -505,7 +518,8 @@ u64 World::imageDigest(const Image& image) const {
     Digest digest;
     digest.add(u64(image.width) | u64(image.height) << 16 | u64(image.rowBytes) << 32 |
                u64(image.dataType) << 48);
-    digest.add(u64(image.imageType) | u64(image.channels) << 16 | u64(image.state) << 24);
+    // How its pixels are released is the image's own.
+    digest.add(u64(image.imageType) | u64(image.channels) << 16 | u64(image.state & ~StateFreeData) << 24);
     digest.add(u64(u32(image.frameOffset)) | u64(u32(image.frameOffset2)) << 32);
     if (image.data) addElements(digest, image, image.data, GetImageTotalBytes(&image));
     add(digest, image.attachment);
@@ -518,17 +532,20 @@ u64 World::imageDigest(const Image& image) const {
 
 u64 World::compDigest(Comp& comp) const {
     Digest digest;
-    digest.add(comp.imageFrames | u64(comp.msType) << 16 | u64(u16(comp.x)) << 32 | u64(u16(comp.y)) << 48);
-    digest.add(comp.bmpWidth | u64(comp.bmpHeight) << 16 | u64(comp.bmpRowBytes) << 32 |
-               u64(comp.bmpLeft) << 48);
-    digest.add(comp.bmpTop | u64(comp.bmpBits) << 16 | u64(comp.overlayColour) << 24 |
-               u64(comp.flagsA) << 32 | u64(comp.flagsB) << 48);
-    digest.add(comp.transparency | u64(comp.startFrame) << 8 | u64(comp.nametagSet) << 40 |
-               u64(comp.filenameSet) << 41);
-    digest.add(comp.frameCount | u64(u32(comp.refCount)) << 32);
-    digest.add(idOf(comp.parent));
+    digest.add(contentsDigest(comp, true));
+    digest.add(u64(u32(comp.refCount)) << 32 | idOf(comp.parent));
     if (comp.observers)
         for (const Observer* one : *comp.observers) digest.add(u64(static_cast<const Ear*>(one)->id) + 1);
+    return digest.value();
+}
+
+u64 World::contentsDigest(Comp& comp, bool withBitmap) const {
+    Digest digest;
+    digest.add(comp.imageFrames | u64(comp.msType) << 16 | u64(u16(comp.x)) << 32 | u64(u16(comp.y)) << 48);
+    digest.add(u64(comp.overlayColour) << 24 | u64(comp.flagsA) << 32 | u64(comp.flagsB) << 48);
+    digest.add(comp.transparency | u64(comp.startFrame) << 8 | u64(comp.nametagSet) << 40 |
+               u64(comp.filenameSet) << 41);
+    digest.add(comp.frameCount);
     if (comp.scenes)
         for (const MovieScene& one : *comp.scenes) {
             digest.add(one.name, std::strlen(one.name));
@@ -537,13 +554,7 @@ u64 World::compDigest(Comp& comp) const {
     if (comp.info) digest.add(comp.info, sizeof *comp.info);
     for (int i = 0; i < comp.imageFrames && CompMType(comp.msType) != MajorNoBitmap; ++i)
         digest.add(imageDigest(comp.images[i]));
-    const ShownBitmap shown = comp.GetShownBitmap();
-    const int rowBits = shown.width * shown.bits;
-    for (int y = 0; shown.pixels && y < shown.height * shown.bitRows; ++y) {
-        const u8* const row = shown.pixels + y * (shown.rowBytes / shown.bitRows);
-        digest.add(row, std::size_t(rowBits / 8));
-        if (rowBits % 8) digest.add(row[rowBits / 8] >> (8 - rowBits % 8));
-    }
+    if (withBitmap) addBitmap(digest, comp);
     if (comp.dataArea) digest.add(comp.dataArea, sizeof *comp.dataArea);
     if (comp.remapper)
         digest.add(u64(static_cast<const Tone*>(comp.remapper)->id) * 2 + u64(comp.remapper->GetMode()));

@@ -104,9 +104,10 @@ class World {
     };
 
     static constexpr const char* kTexts[] = {
-        "",     "a",      "name.tif", "f1\\a long name of a file that fits nowhere.tiff",
-        "f2\\", "\\x",    ".dot",     "text: with, all_sorts",
-        "12",   "-1.5e9", "no ext",   "f1\\f3\\b.c.d"};
+        "",       "a",       "name.tif", "f1\\a long name of a file that fits nowhere.tiff",
+        "f2\\",   "\\x",     ".dot",     "text: with, all_sorts",
+        "12",     "-1.5e9",  "no ext",   "f1\\f3\\b.c.d",
+        ".h.txt", "f1\\end."};
 
     explicit World(const Setting& setting);
     ~World();
@@ -201,6 +202,8 @@ class World {
     bool refusalHappened = false;
     long keptBlocks = 0;  ///< that the library keeps for good
 
+    /// All that a copy of a component has as well.
+    u64 contentsDigest(Comp& comp, bool withBitmap) const;
     int slotOf(const Comp* comp) const;
     int slotOf(const Movie* movie) const;
     void hear(int ear, IComponent* source, int event, std::intptr_t param);
