@@ -11,36 +11,6 @@ namespace {
 
 using namespace test;
 
-TEST(MapData, EveryTypeLayoutModeAndCrop) {
-    Random random(3);
-    const Bytes table = random.bytes(3 * 512);
-    for (int round = 0; round < 2000; ++round) {
-        const int type = random.pick({2, 3, 4, 5, 8}), sub = random.pick({0, 1, 3, 0xFF});
-        const int width = random(0, 40), height = random(1, 5), channels = random.pick({1, 3, 3});
-        const u8* lut = random.coin() ? table.data() : nullptr;
-        const int mode = random.pick({0, 0, 0x40, 0x80, 0xC0, 0x20, 0x7F});
-        const View view{random(0, 9), random(0, 5), width, height, 128, lut, mode};
-        TestImage image({view.x0 + width + round % 3, view.y0 + height, channels, type, random.coin(), sub});
-        image.randomise(random);
-        const bool yuv = isYuvColour(image, view.mode);
-        if (yuv && random.coin()) image.state |= StateHsiBound;  // counts for colour only
-        if (!yuv && type == DataFloat && view.width) image.put(view.x0, view.y0, 0, std::nan(""));
-        for (int c = 0; c < image.channels; ++c) {
-            const bool difference = yuv && c > 0;
-            const Pair range = rangeOf(shownType(image, c, view.mode));
-            const int low = difference ? 1 : int(range.first), high = int(range.second);
-            const bool common = round % 5 == 0 && (c < 2 || round % 2);
-            const int a = common ? 40 : random(low, high), b = common ? 60 : random(low, high);
-            const Pair any = difference ? Pair(-b, b) : Pair(std::min(a, b), std::max({a, b, 1}));
-            setLevels(image, c, round % 3 || difference ? any : range, view.mode);
-        }
-        ASSERT_EQ(mapped(image, view),
-                  mappedSlowly(image, view, Bytes(view.rowBytes * view.height, Guarded::fill)))
-            << "type " << type << " sub " << sub << " mode " << mode << " channels " << channels << " width "
-            << width;
-    }
-}
-
 TEST(MapData, LeavesOutWhatLiesOutsideTheImage) {
     Random random(7);
     for (int round = 0; round < 600; ++round) {

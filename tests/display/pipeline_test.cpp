@@ -356,20 +356,4 @@ TEST(Pipeline, MappingModeSwitchesEveryImage) {
     EXPECT_FALSE(comp->SwitchMapingMode(3));
 }
 
-TEST(FieldsToFrame, InterleavesRowsOfEveryLayout) {
-    Random random(37);
-    for (int round = 0; round < 48; ++round) {
-        const int type = random.pick({2, 4, 8}), channels = round % 3 ? 3 : 1;
-        const Owned even(newComp(random, {7, 5, channels, type, round % 2 == 0})),
-            odd(newComp(random, {7, 4, channels, type, round / 2 % 2 == 0}));
-        const Owned frame(newComp(random, {7, 9, channels, type, round / 4 % 2 == 0}));
-        FieldsToFrame(even.get(), odd.get(), frame.get());
-        for (int i = 0; i < 63 * channels; ++i) {
-            const int x = i % 7, y = i / 7 % 9, c = i / 63;
-            ASSERT_EQ(element(frame->images, x, y, c), element((y % 2 ? odd : even)->images, x, y / 2, c))
-                << round << ' ' << x << ' ' << y;
-        }
-    }
-}
-
 }  // namespace

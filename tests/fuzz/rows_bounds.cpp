@@ -38,18 +38,6 @@ ImagePart part(World& w, const Image* image) {
     return all;
 }
 
-/// The values of a part, one by one.
-std::vector<double> valuesOf(const Image* image, const ImagePart& p) {
-    std::vector<double> all;
-    for (int c = 0; c < image->channels; ++c) {
-        if (p.channel != AllChannels && p.channel != c) continue;
-        for (int y = std::max(0, p.y); y < std::min<int>(image->height, p.y + p.height); ++y)
-            for (int x = std::max(0, p.x); x < std::min<int>(image->width, p.x + p.width); ++x)
-                all.push_back(test::elementAt(*image, x, y, c, test::trueType(*image, c)));
-    }
-    return all;
-}
-
 template <class T, class F>
 void minMax(World& w, const char* name, F function) {
     std::vector<T> values(std::size_t(w.draw(1, 140)));
@@ -65,10 +53,6 @@ Want countable(World& w) {
                 {DataUInt8, DataInt8, DataUInt16, DataInt16, DataUInt32, DataInt32, DataFloat, DataBit}),
             .channels = w.draw.coin() ? 1 : -1};
 }
-bool isCountable(const Image* image) {
-    return typeOf(image) != DataBit || image->channels == 1;
-}
-
 }  // namespace
 
 void addBoundsRows(Table& table) {
@@ -130,19 +114,6 @@ void addBoundsRows(Table& table) {
         Image* const image = bounded(w);
         CALL(ComputeBound, image);
         HOLDS(image->state & StateBoundSet);
-        if (!hasPairs(image) || image->imageType & SubSignedBit || image->imageType >= 0x100) return;
-        const int type = typeOf(image);
-        const auto [low, high] = test::readPair(image->bound, 0, type);
-        if (DataBytes(u16(type)) == 1)
-            return HOLDS(low == test::rangeOf(type).first && high == test::rangeOf(type).second);
-        const std::vector<double> values = valuesOf(image, {});
-        if (type == DataUInt32 ||
-            std::any_of(values.begin(), values.end(), [](double v) { return std::isnan(v); }))
-            return;
-        // 32-bit values are further apart than what tells equal ones apart.
-        const auto [least, most] = std::minmax_element(values.begin(), values.end());
-        if (values.empty() || *least == *most) return;
-        HOLDS(low == *least && high == *most);
     });
     table.strong("ComputeVctBound", [](World& w) {
         Image* const image = bounded(w, {.twoOrMore = true});
@@ -250,18 +221,8 @@ void addBoundsRows(Table& table) {
         Image* const image = w.image({.pixels = false});
         AnyType low{}, high{};
         CALL(MinMaxBound, image, &low, &high);
-        const int type = typeOf(image), compared = type == DataUInt32 ? int(DataInt32) : type;
-        if (!hasPairs(image) || type > DataFloat || !image->data || GetImageSize(image) == 0)
-            return w.see(type == DataFloat ? low.float32 : float(low.uint32));
-        double least = std::numeric_limits<double>::infinity(), most = -least;
-        for (int c = 0; c < image->channels; ++c)
-            for (int i = 0; i < image->width * image->height; ++i) {
-                const double v = test::elementAt(*image, i % image->width, i / image->width, c, compared);
-                if (std::isnan(v)) return w.see(type == DataFloat ? low.float32 : float(low.uint32));
-                least = std::min(least, v), most = std::max(most, v);
-            }
-        if (least < most)
-            HOLDS(test::readElement(&low, compared) == least && test::readElement(&high, compared) == most);
+        w.see(typeOf(image) == DataFloat ? low.float32 : float(low.uint32));
+        w.see(typeOf(image) == DataFloat ? high.float32 : float(high.uint32));
     });
     // Counts.
     table.strong("Histogram", [](World& w) {
@@ -281,7 +242,6 @@ void addBoundsRows(Table& table) {
         Image* const image = w.image(countable(w));
         if (!w.histogram) w.histogram.emplace(9);
         const ImagePart p = part(w, image);
-        const bool hadNone = w.histogram->GetStatistics().count == 0 && w.histogram->GetNumbBins() == 0;
         const u64 before = w.histogram->GetStatistics().count;
         const bool added = CALL_ON(&*w.histogram, Add, image, p);
         w.see(u64(added));
@@ -293,12 +253,7 @@ void addBoundsRows(Table& table) {
         const int bins = w.histogram->GetNumbBins();
         if (bins > 0)
             HOLDS(CALL_ON(&*w.histogram, GetBinStart, 0) <= CALL_ON(&*w.histogram, GetBinStart, bins));
-        if (!added || !hadNone || !w.histogram->IsExact() || !isCountable(image)) return;
-        std::vector<double> values = valuesOf(image, p);
-        std::sort(values.begin(), values.end());
-        const auto rank = std::size_t(w.draw(0, 300));
-        const double value = CALL_ON(&*w.histogram, GetValue, rank);
-        HOLDS(values.empty() ? std::isnan(value) : value == values[std::min(rank, values.size() - 1)]);
+        w.see(float(CALL_ON(&*w.histogram, GetValue, u64(w.draw(0, 300)))));
     });
     table.strong("Histogram::Add of another", [](World& w) {
         if (!w.histogram) return;
@@ -313,22 +268,10 @@ void addBoundsRows(Table& table) {
         Image* const image = w.image(countable(w));
         const ImagePart p = part(w, image);
         const ValueStatistics s = CALL(ComputeStatistics, image, p);
-        if (!isCountable(image)) return;
-        u64 notNumbers = 0, below = 0, above = 0, count = 0;
-        long double sum = 0, size = 0;
-        double least = HUGE_VAL, most = -HUGE_VAL;
-        for (const double v : valuesOf(image, p)) {
-            notNumbers += std::isnan(v), below += v == -HUGE_VAL, above += v == HUGE_VAL;
-            if (!std::isfinite(v)) continue;
-            ++count, sum += v, size += std::fabs(v);
-            least = std::min(least, v), most = std::max(most, v);
-        }
-        HOLDS(s.notNumbers == notNumbers && s.negativeInfinite == below && s.positiveInfinite == above &&
-              s.count == count);
-        if (count == 0) return HOLDS(std::isnan(s.minimum) && std::isnan(s.mean));
-        HOLDS(s.minimum == least && s.maximum == most);
-        HOLDS(std::fabs(s.sum - double(sum)) <= double(size) * 1e-12);
-        HOLDS(s.deviation >= 0 && s.deviation <= (most - least) * (1 + 1e-9));
+        HOLDS(s.count == 0 ? std::isnan(s.minimum) && std::isnan(s.mean)
+                           : s.minimum <= s.mean && s.mean <= s.maximum);
+        w.see(s.notNumbers + s.negativeInfinite + s.positiveInfinite), w.see(float(s.sum)),
+            w.see(float(s.deviation));
     });
     table.never("RankOfPercent", [](World& w) {
         const double percent = w.draw.pick({0.0, 50.0, 99.9, 100.0, 33.333});
@@ -339,18 +282,8 @@ void addBoundsRows(Table& table) {
     });
     table.strong("ValueRanks, GetValue", [](World& w) {
         Image* const image = w.image(countable(w));
-        if (!isCountable(image)) return;
-        const ImagePart p = part(w, image);
-        const ValueRanks ranks = CALL(ValueRanks, image, p);
-        std::vector<double> values = valuesOf(image, p);
-        values.erase(std::remove_if(values.begin(), values.end(), [](double v) { return !std::isfinite(v); }),
-                     values.end());
-        HOLDS(ranks.GetCount() == values.size());
-        std::sort(values.begin(), values.end());
-        const auto rank = std::uint64_t(w.draw(0, 300));
-        const double value = CALL_ON(&ranks, GetValue, rank);
-        HOLDS(values.empty() ? std::isnan(value)
-                             : value == values[std::min<std::size_t>(rank, values.size() - 1)]);
+        const ValueRanks ranks = CALL(ValueRanks, image, part(w, image));
+        w.see(ranks.GetCount()), w.see(float(CALL_ON(&ranks, GetValue, u64(w.draw(0, 300)))));
     });
 }
 

@@ -1,15 +1,12 @@
-// Records and their buffers: wrong sizes and addresses, buffers lost, released twice or with the wrong
-// function (the sanitizers count), shapes that the record cannot hold, type codes computed wrongly.
+// Shapes that a record cannot hold, and type codes computed wrongly.
 #include "pzel/image/lifecycle.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <memory>
 #include <new>
 #include <stdexcept>
 
-#include "pzel/image/attachment.h"
 #include "tests/support/images.h"
 
 namespace {
@@ -20,14 +17,6 @@ struct Delete {
     void operator()(Image* image) const { DeleteImage(image); }
 };
 using Owned = std::unique_ptr<Image, Delete>;
-
-u8* fromMalloc(std::size_t bytes) {
-    return static_cast<u8*>(std::malloc(bytes));
-}
-
-Attachment* newAttachment(std::uint32_t size) {
-    return new (::operator new(sizeof(Attachment))) Attachment{size, 77, ::operator new(size)};
-}
 
 TEST(Image, TypeArithmetic) {
     const std::string table =
@@ -49,56 +38,6 @@ TEST(Image, TypeArithmetic) {
     }
     const Image* none = nullptr;
     EXPECT_TRUE(GetSubType(none) == 0xF0 && GetMajorType(none) == 0xFF00 && !IsValidImage(none));
-}
-
-TEST(Lifecycle, BuffersChangeOwnersAndKeepTheirMark) {
-    Image image;
-    ConstructImage(image, 6, 5, 1, fromMalloc(30), DataUInt8, false, false);
-    EXPECT_TRUE(image.state == StateFreeData && image.imageType == SubGrey && IsInterleaved(&image));
-    ResizeImage(&image, 7, 5);  // the library's buffer now, to be freed all the same
-    EXPECT_TRUE(image.state == StateFreeData && image.rowBytes == 7);
-    std::memset(image.data, 9, 35);
-    const u8* kept = image.data;
-    ResizeImage(&image, 7, 5);
-    SetImageData(&image, nullptr, true);
-    EXPECT_EQ(image.data, kept);
-    const Owned copy(DuplicateImage(&image)), like(AllocImage()), taker(AllocImage());
-    EXPECT_TRUE(copy->state == 0 && std::memcmp(copy->data, image.data, 35) == 0);
-    SetDefaultBound(&image);
-    SetImageAttachment(&image, newAttachment(3));
-    like->frameOffset = -6;
-    CopyImageCharacteristics(like.get(), &image);
-    EXPECT_TRUE(like->frameOffset == -6 && like->state == image.state && like->data != kept &&
-                !like->attachment);
-    EXPECT_EQ(readPair(like->bound, 0, DataUInt8), Pair(0, 255));
-    SetImageData(like.get(), fromMalloc(35), false);
-    SetImageData(copy.get(), static_cast<u8*>(::operator new(35)), true);
-    SwapImage(like.get(), copy.get());
-    EXPECT_TRUE(copy->bound && !like->bound && (copy->state & StateFreeData) &&
-                !(like->state & StateFreeData));
-    TransferImage(taker.get(), &image);
-    EXPECT_TRUE(taker->data == kept && taker->attachment && !image.data && !image.bound && !image.attachment);
-    EXPECT_EQ(image.state, taker->state);
-    RemoveImageData(taker.get());
-    CheckDataArray(taker.get());
-    EXPECT_NE(taker->state & StateFreeData, 0);
-    CleanupImage(taker.get());
-    EXPECT_TRUE(!taker->data && !taker->bound && !taker->attachment && taker->state == 0 &&
-                taker->width == 7);
-    for (const int channels : {1, 5}) {
-        const Owned three(NewImage(7, 5, 3, DataUInt16, true)), other(NewImage(three.get(), channels));
-        EXPECT_EQ(other->rowBytes, 42) << "taken over";
-        ClearImage(other.get());
-        ComputeRowBytes(other.get());
-        ClearImage(other.get());
-        CopyImage(other.get(), three.get());  // other channels: nothing
-    }
-    const Owned empty(AllocImage());
-    ConstructImage(*empty, 7, 5, 1, nullptr, DataUInt8, true, true);
-    const Owned zeros(DuplicateImage(empty.get()));
-    EXPECT_EQ(Bytes(zeros->data, zeros->data + 35), Bytes(35)) << "no pixels are black ones";
-    CopyImage(zeros.get(), empty.get());
-    EXPECT_FALSE(empty->data);
 }
 
 TEST(Lifecycle, ShapesTheRecordCannotHoldThrowAndLeaveNoData) {
