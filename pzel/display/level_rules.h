@@ -58,8 +58,8 @@ struct Linear {
     Linear(Pair<T> levels, const unsigned char*) : scaled(levels, 255.0f) {}
     explicit Linear(const Scaled<T>& values) : scaled(values) {}
     std::uint8_t operator()(T v) const { return std::uint8_t(int(scaled(v) + kStart)); }
-    float black() const requires std::is_floating_point_v<T> { return scaled.black; }
-    float scale() const requires std::is_floating_point_v<T> { return scaled.scale; }
+    T black() const requires(sizeof(T) > 1) { return scaled.black; }
+    float scale() const { return scaled.scale; }
     static constexpr float kStart = 0.5f;
     Scaled<T> scaled;
 };

@@ -1,8 +1,10 @@
-// Floats scaled into bytes or 16 bits where narrowing saturates: that clamps for nothing. Saturation takes
-// the lowest word for what it is, but a float too large for a word becomes the lowest word, too: where one
-// turns up, the plain rule runs again. Not a number and values far below black look alike: slower, and right.
+// Floats scaled into bytes or 16 bits, and 16 bits into bytes, where narrowing saturates: that clamps for
+// nothing. Saturation takes the lowest word for what it is, but a float too large for a word becomes the
+// lowest word, too: where one turns up, the plain rule runs again. Not a number and values far below black
+// look alike: slower, and right.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -13,13 +15,13 @@
 
 namespace pzel {
 
-/// A rule from floats to all values of an unsigned integer: without its clamp, its result is
-/// (v - black()) · scale() + kStart, truncated.
-template <class Rule>
-concept ScalesFloats = requires(const Rule& rule) {
-    rule.black();
+/// A rule from rows of elements (floats or 16 bits) to all values of an unsigned integer: without its clamp,
+/// its result is (v - black()) · scale() + kStart, truncated. Of 16 bits the scale is at most 255.
+template <class Rule, class In>
+concept ScalesRows = requires(const Rule& rule, In in) {
     rule.scale();
     Rule::kStart;
+    requires std::is_same_v<In, const decltype(rule.black())*>;
 };
 
 #if PZEL_X86_SETS
@@ -28,18 +30,18 @@ Vector lowestOf(Vector a, Vector b) {
     return a < b ? a : b;
 }
 
-/// Words as bytes or 16 bits, saturated and in order. `lowest` collects what tells whether a word was the
-/// lowest one: words, or the 16 bits on the way to bytes.
+/// Words as bytes or 16 bits, saturated; those of two vectors of words in turns of 16 bytes. `lowest`
+/// collects what tells whether a word was the lowest one: words, or the 16 bits on the way to bytes.
 template <class Words, class Shorts>
 auto narrowed(const Words (&words)[4], Shorts& lowest) {
     const auto a = toShorts(words[0], words[1]), b = toShorts(words[2], words[3]);
     lowest = lowestOf(lowest, lowestOf(a, b));
-    return inOrderOfFour(toBytes(a, b));
+    return toBytes(a, b);
 }
 template <class Words>
 auto narrowed(const Words (&words)[2], Words& lowest) {
     lowest = lowestOf(lowest, lowestOf(words[0], words[1]));
-    return inOrderOfTwo(toUnsigned(words[0], words[1]));
+    return toUnsigned(words[0], words[1]);
 }
 
 /// Whether an element is the lowest of its type.
@@ -54,27 +56,62 @@ bool holdsLowest(const Vector& vector) {
     return lowest == std::numeric_limits<Element>::min();
 }
 
-/// Runs a rule that scales floats over a row.
-template <InstructionSet set, class Out, class Rule>
-void scaleLine(SetConstant<set>, const Rule& rule, const float* in, Out* out, int count) {
-    using Floats = typename VectorsOf<set>::Floats;
-    using Words = typename VectorsOf<set>::Words;
-    using Lowest = std::conditional_t<sizeof(Out) == 1, typename VectorsOf<set>::Shorts, Words>;
+/// Vectors of words from a row: the rule's results, not clamped and not narrowed.
+template <class V, int vectors, class Rule>
+void scaleInto(typename V::Words (&words)[vectors], const Rule& rule, const float* in) {
+    constexpr int lanes = sizeof(words[0]) / 4;
+    for (int k = 0; k < vectors; ++k) {
+        auto v = (loadVector<typename V::Floats>(in + k * lanes) - rule.black()) * rule.scale();
+        if constexpr (Rule::kStart != 0) v += Rule::kStart;
+        words[k] = __builtin_convertvector(v, typename V::Words);
+    }
+}
+
+/// The same from 16 bits, 0 below black. A distance becomes a float by the upper half of 2^23 above it, and
+/// the fused product takes away what that adds: it is the distance times the scale, rounded once.
+template <class V, int vectors, class T, class Rule>
+requires(sizeof(T) == 2) void scaleInto(typename V::Words (&words)[vectors], const Rule& rule, const T* in) {
+    using Shorts = typename V::Shorts;
+    using Floats = typename V::Floats;
+    constexpr float whole = 0x1p23f;
+    constexpr int lanes = sizeof(Shorts) / 2;
+    constexpr short upper = std::bit_cast<std::uint32_t>(whole) >> 16,
+                    sign = std::is_signed_v<T> ? -0x8000 : 0;
+    const Shorts black = Shorts{} + short(rule.black() ^ sign);
+    const Floats scale = Floats{} + rule.scale(), added = -whole * scale;
+    const auto word = [&](Shorts pairs) {
+        return __builtin_convertvector(fused(Floats(pairs), scale, added) + Rule::kStart, typename V::Words);
+    };
+    for (int k = 0; 2 * k < vectors; ++k) {
+        const Shorts distance = above(loadVector<Shorts>(in + k * lanes) ^ sign, black);
+        words[2 * k] = word(lowPairs(distance, Shorts{} + upper));
+        words[2 * k + 1] = word(highPairs(distance, Shorts{} + upper));
+    }
+}
+
+/// Runs a rule that scales over a row.
+template <InstructionSet set, class T, class Out, class Rule>
+void scaleLine(SetConstant<set>, const Rule& rule, const T* in, Out* out, int count) {
+    using V = VectorsOf<set>;
+    using Words = typename V::Words;
+    using Lowest = std::conditional_t<sizeof(Out) == 1, typename V::Shorts, Words>;
     constexpr int lanes = sizeof(Words) / 4, vectors = 4 / sizeof(Out), block = 2048;
     for (int x = 0; x < count; x += block) {
         const int end = count - x < block ? count : x + block;
         Lowest lowest = {};
         int i = x;
         for (; i + vectors * lanes <= end; i += vectors * lanes) {
+            askAhead<vectors * lanes * sizeof(T)>(in + i);
             Words words[vectors];
-            for (int k = 0; k < vectors; ++k) {
-                Floats v = (loadVector<Floats>(in + i + k * lanes) - rule.black()) * rule.scale();
-                if constexpr (Rule::kStart != 0) v += Rule::kStart;
-                words[k] = __builtin_convertvector(v, Words);
-            }
-            storeVector(narrowed(words, lowest), out + i);
+            scaleInto<V>(words, rule, in + i);
+            const auto result = narrowed(words, lowest);
+            if constexpr (sizeof(T) == 2 || sizeof(Out) == 2)
+                storeVector(inOrderOfTwo(typename V::Bytes(result)), out + i);
+            else
+                storeVector(inOrderOfFour(result), out + i);
         }
-        if (holdsLowest(lowest)) i = x;
+        if constexpr (std::is_floating_point_v<T>)
+            if (holdsLowest(lowest)) i = x;
         for (; i < end; ++i) out[i] = rule(in[i]);
     }
 }

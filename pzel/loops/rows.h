@@ -100,8 +100,7 @@ void mapLine(SetConstant<set> on, const Rule& rule, In in, Out out, int count) {
             }
         }
 #if PZEL_X86_SETS
-    } else if constexpr (ScalesFloats<Rule> && hasVectors<set> && std::is_same_v<In, const float*> &&
-                         std::is_pointer_v<Out>) {
+    } else if constexpr (ScalesRows<Rule, In> && hasVectors<set> && std::is_pointer_v<Out>) {
         scaleLine(on, rule, in, out, count);
 #endif
     } else {

@@ -34,6 +34,7 @@ struct Vectors<32> {
     using Words = std::int32_t __attribute__((vector_size(32)));
     using Longs = long long __attribute__((vector_size(32)));
     using Floats = float __attribute__((vector_size(32)));
+    using Doubles = double __attribute__((vector_size(32)));
 };
 template <>
 struct Vectors<64> {
@@ -61,6 +62,20 @@ void storeVector(Vector vector, void* to) {
     std::memcpy(to, &vector, sizeof vector);
 }
 
+/// Bytes of a table of 16, which both halves of `table` hold, where the places are 0 … 127, of which the
+/// lower four bits count; 0 where they are negative.
+[[gnu::target("arch=x86-64-v3")]] inline V32::Bytes bytesAt(V32::Bytes table, V32::Signed place) {
+    return V32::Bytes(_mm256_shuffle_epi8(__m256i(table), __m256i(place)));
+}
+
+/// Asks for bytes that a loop reads 2 KB further on, wherever that is: processors look ahead less far.
+template <int bytes>
+void askAhead(const void* from) {
+    constexpr int ahead = 2048, line = 64;
+    for (int k = 0; k < bytes; k += line)
+        __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(from) + ahead + k));
+}
+
 // Bytes and 16 bits are widened and narrowed within every 16 bytes of a vector: low and high halves of those.
 
 /// Bytes of a and b in turn.
@@ -75,6 +90,44 @@ void storeVector(Vector vector, void* to) {
 }
 [[gnu::target("arch=x86-64-v4")]] inline V64::Bytes highPairs(V64::Bytes a, V64::Bytes b) {
     return V64::Bytes(_mm512_unpackhi_epi8(__m512i(a), __m512i(b)));
+}
+
+/// 16 bits of a and b in turn.
+[[gnu::target("arch=x86-64-v3")]] inline V32::Shorts lowPairs(V32::Shorts a, V32::Shorts b) {
+    return V32::Shorts(_mm256_unpacklo_epi16(__m256i(a), __m256i(b)));
+}
+[[gnu::target("arch=x86-64-v4")]] inline V64::Shorts lowPairs(V64::Shorts a, V64::Shorts b) {
+    return V64::Shorts(_mm512_unpacklo_epi16(__m512i(a), __m512i(b)));
+}
+[[gnu::target("arch=x86-64-v3")]] inline V32::Shorts highPairs(V32::Shorts a, V32::Shorts b) {
+    return V32::Shorts(_mm256_unpackhi_epi16(__m256i(a), __m256i(b)));
+}
+[[gnu::target("arch=x86-64-v4")]] inline V64::Shorts highPairs(V64::Shorts a, V64::Shorts b) {
+    return V64::Shorts(_mm512_unpackhi_epi16(__m512i(a), __m512i(b)));
+}
+
+/// How far a is above b, both without a sign; 0 where it is not.
+[[gnu::target("arch=x86-64-v3")]] inline V32::Shorts above(V32::Shorts a, V32::Shorts b) {
+    return V32::Shorts(_mm256_subs_epu16(__m256i(a), __m256i(b)));
+}
+[[gnu::target("arch=x86-64-v4")]] inline V64::Shorts above(V64::Shorts a, V64::Shorts b) {
+    return V64::Shorts(_mm512_subs_epu16(__m512i(a), __m512i(b)));
+}
+
+/// The larger ones.
+[[gnu::target("arch=x86-64-v3")]] inline V32::Signed larger(V32::Signed a, V32::Signed b) {
+    return V32::Signed(_mm256_max_epi8(__m256i(a), __m256i(b)));
+}
+[[gnu::target("arch=x86-64-v4")]] inline V64::Signed larger(V64::Signed a, V64::Signed b) {
+    return V64::Signed(_mm512_max_epi8(__m512i(a), __m512i(b)));
+}
+
+/// a · b + c, rounded once.
+[[gnu::target("arch=x86-64-v3")]] inline V32::Floats fused(V32::Floats a, V32::Floats b, V32::Floats c) {
+    return V32::Floats(_mm256_fmadd_ps(__m256(a), __m256(b), __m256(c)));
+}
+[[gnu::target("arch=x86-64-v4")]] inline V64::Floats fused(V64::Floats a, V64::Floats b, V64::Floats c) {
+    return V64::Floats(_mm512_fmadd_ps(__m512(a), __m512(b), __m512(c)));
 }
 
 /// Sums of the products of pairs, saturated: unsigned bytes times signed ones.
@@ -118,10 +171,10 @@ void storeVector(Vector vector, void* to) {
 }
 
 /// The results of narrowing in the order of what was narrowed: once, two vectors, or twice, four.
-inline V32::Bytes inOrderOfTwo(V32::Shorts v) {
+inline V32::Bytes inOrderOfTwo(V32::Bytes v) {
     return V32::Bytes(__builtin_shufflevector(V32::Longs(v), V32::Longs(v), 0, 2, 1, 3));
 }
-inline V64::Bytes inOrderOfTwo(V64::Shorts v) {
+inline V64::Bytes inOrderOfTwo(V64::Bytes v) {
     return V64::Bytes(__builtin_shufflevector(V64::Longs(v), V64::Longs(v), 0, 2, 4, 6, 1, 3, 5, 7));
 }
 inline V32::Bytes inOrderOfFour(V32::Bytes v) {
