@@ -23,6 +23,7 @@ inline void applyTable(const unsigned char* table, float unit, float* values, in
     if (!table) return;
     const float there = 1 / unit, back = unit / 255;
     onBestSet([=](auto set) {
+        if (count <= 0) return;
         std::uint16_t index[kPixelBlock];
         std::uint8_t found[kPixelBlock];
         for (int i = 0; i < count; ++i)

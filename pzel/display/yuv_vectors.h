@@ -18,8 +18,7 @@ class YuvProducts {
     Three<Bytes> operator()(Bytes y, Bytes u, Bytes v) const {
         using Signed = typename Vectors<sizeof(Bytes)>::Signed;
         const auto within = [](Bytes difference) {
-            const Signed d = Signed(difference), least = Signed{} - 127;
-            return Bytes(d > least ? d : least);
+            return Bytes(larger(Signed(difference), Signed{} - 127));
         };
         const Bytes zero = {}, d = within(u), e = within(v);
         const auto low = shorts(lowPairs(y, zero), lowPairs(zero, d), lowPairs(zero, e), lowPairs(d, e));

@@ -49,16 +49,48 @@ inline Three<V64::Bytes> split(V64::Bytes a, V64::Bytes b, V64::Bytes c) {
     return {pick<splitPlace<0>>(a, b, c), pick<splitPlace<1>>(a, b, c), pick<splitPlace<2>>(a, b, c)};
 }
 
-/// The same where bytes do not cross the halves of a vector: each half holds 16 pixels of its own.
+/// Lane i of a, b or c, whichever which(i) says: 0 to 2.
+template <auto which, class Vector>
+Vector choose(Vector a, Vector b, Vector c) {
+    return [&]<int... lanes>(std::integer_sequence<int, lanes...>) {
+        constexpr int size = sizeof(Vector);
+        const Vector ab = __builtin_shufflevector(a, b, (which(lanes) == 1 ? size + lanes : lanes)...);
+        return __builtin_shufflevector(ab, c, (which(lanes) == 2 ? size + lanes : lanes)...);
+    }
+    (std::make_integer_sequence<int, sizeof(Vector)>());
+}
+
+/// Lane i takes byte place(i).
+template <auto place, class Vector>
+Vector arranged(Vector v) {
+    return [&]<int... lanes>(std::integer_sequence<int, lanes...>) {
+        return __builtin_shufflevector(v, v, place(lanes)...);
+    }
+    (std::make_integer_sequence<int, sizeof(Vector)>());
+}
+
+// Where bytes do not cross the halves of a vector, each half holds 16 pixels of its own, and all bytes of a
+// channel have different lanes within the three parts of the pixels: a channel is arranged once, and lanes
+// are chosen.
+
+/// Which channel a lane of a part holds.
 template <int part>
-constexpr int mergedPlaceInHalf(int lane) {
-    const int i = 16 * part + lane % 16;
-    return i % 3 * 32 + i / 3 + lane / 16 * 16;
+constexpr int channelInPart(int lane) {
+    return (16 * part + lane % 16) % 3;
+}
+/// Which part holds a channel's byte in a lane.
+template <int channel>
+constexpr int partOfChannel(int lane) {
+    return (lane % 16 + 3 - channel) % 3 * 2 % 3;
+}
+/// The lane of a pixel's channel in its part, and which pixel's channel a lane holds: 3 · 11 is 1 again.
+template <int channel>
+constexpr int laneOfPixel(int pixel) {
+    return (3 * (pixel % 16) + channel) % 16 + pixel / 16 * 16;
 }
 template <int channel>
-constexpr int splitPlaceInHalf(int lane) {
-    const int i = 3 * (lane % 16) + channel;
-    return i / 16 * 32 + i % 16 + lane / 16 * 16;
+constexpr int pixelOfLane(int lane) {
+    return 11 * (lane % 16 + 16 - channel) % 16 + lane / 16 * 16;
 }
 
 /// The 16-byte halves `low` and `high` of a and b together, counted 0 to 3.
@@ -69,15 +101,17 @@ V32::Bytes pickHalves(V32::Bytes a, V32::Bytes b) {
 }
 
 inline Three<V32::Bytes> merged(V32::Bytes a, V32::Bytes b, V32::Bytes c) {
-    const V32::Bytes part0 = pick<mergedPlaceInHalf<0>>(a, b, c), part1 = pick<mergedPlaceInHalf<1>>(a, b, c),
-                     part2 = pick<mergedPlaceInHalf<2>>(a, b, c);
+    a = arranged<pixelOfLane<0>>(a), b = arranged<pixelOfLane<1>>(b), c = arranged<pixelOfLane<2>>(c);
+    const V32::Bytes part0 = choose<channelInPart<0>>(a, b, c), part1 = choose<channelInPart<1>>(a, b, c),
+                     part2 = choose<channelInPart<2>>(a, b, c);
     return {pickHalves<0, 2>(part0, part1), pickHalves<0, 3>(part2, part0), pickHalves<1, 3>(part1, part2)};
 }
 inline Three<V32::Bytes> split(V32::Bytes a, V32::Bytes b, V32::Bytes c) {
     const V32::Bytes part0 = pickHalves<0, 3>(a, b), part1 = pickHalves<1, 2>(a, c),
                      part2 = pickHalves<0, 3>(b, c);
-    return {pick<splitPlaceInHalf<0>>(part0, part1, part2), pick<splitPlaceInHalf<1>>(part0, part1, part2),
-            pick<splitPlaceInHalf<2>>(part0, part1, part2)};
+    return {arranged<laneOfPixel<0>>(choose<partOfChannel<0>>(part0, part1, part2)),
+            arranged<laneOfPixel<1>>(choose<partOfChannel<1>>(part0, part1, part2)),
+            arranged<laneOfPixel<2>>(choose<partOfChannel<2>>(part0, part1, part2))};
 }
 #endif
 
@@ -147,6 +181,52 @@ inline V64::Floats lookUp64(const V64::Floats* table, V64::Words index) {
 }
 #endif
 
+#if PZEL_X86_SETS
+/// A table of 256 bytes for vectors that look up 16 bytes at a time: what changes from the 16 entries before,
+/// in each half of the table. The changes up to an entry make the entry.
+struct TableOfChanges {
+    explicit TableOfChanges(const std::uint8_t* table) {
+        using Entries = std::uint8_t __attribute__((vector_size(16)));
+        for (int k = 0; k < 16; ++k) {
+            auto entries = loadVector<Entries>(table + 16 * k);
+            if (k % 8 != 0) entries ^= loadVector<Entries>(table + 16 * k - 16);
+            for (const int half : {0, 16}) storeVector(entries, part[k] + half);
+        }
+    }
+    alignas(32) std::uint8_t part[16][32];
+};
+
+inline V32::Bytes lookUp256(const TableOfChanges& table, V32::Bytes index) {
+    V32::Signed place = V32::Signed(index & 127);
+    V32::Bytes low = {}, high = {};
+    for (int k = 0; k < 8; ++k) {
+        low ^= bytesAt(loadVector<V32::Bytes>(table.part[k]), place);
+        high ^= bytesAt(loadVector<V32::Bytes>(table.part[k + 8]), place);
+        place -= 16;
+    }
+    return V32::Signed(index) < 0 ? high : low;
+}
+#endif
+
+/// One by one: put into vectors, these look-ups take three times as long. Eight results in a word are one
+/// store, and nothing that an alias could make the next look-up wait for.
+template <class Index>
+#if PZEL_X86_SETS
+[[gnu::noinline, gnu::optimize("no-tree-vectorize")]]
+#endif
+void lookUpOneByOne(const std::uint8_t* table, const Index* index, std::uint8_t* out, int count) {
+    int i = 0;
+    for (; i + 8 <= count; i += 8) {
+        std::uint64_t word = 0;
+        for (int k = 0; k < 8; ++k) {
+            const int place = std::endian::native == std::endian::little ? k : 7 - k;
+            word |= std::uint64_t(table[index[i + k]]) << 8 * place;
+        }
+        std::memcpy(out + i, &word, 8);
+    }
+    for (; i < count; ++i) out[i] = table[index[i]];
+}
+
 /// out[i] = table[index[i]] for tables of 256 entries (bytes as indices) or 512 (two bytes each).
 template <InstructionSet set, class Index>
 void lookUp(SetConstant<set>, const std::uint8_t* table, const Index* index, std::uint8_t* out, int count) {
@@ -170,18 +250,16 @@ void lookUp(SetConstant<set>, const std::uint8_t* table, const Index* index, std
             }
             storeVector(found, out + i);
         }
+    } else if constexpr (hasVectors<set> && sizeof(Index) == 1) {
+        constexpr int step = sizeof(V32::Bytes), enoughToPay = 4 * step;
+        if (count >= enoughToPay) {
+            const TableOfChanges changes(table);
+            for (; i + step <= count; i += step)
+                storeVector(lookUp256(changes, loadVector<V32::Bytes>(index + i)), out + i);
+        }
     }
 #endif
-    // Eight results in a word: one store, and nothing that an alias could make the next look-up wait for.
-    for (; i + 8 <= count; i += 8) {
-        std::uint64_t word = 0;
-        for (int k = 0; k < 8; ++k) {
-            const int place = std::endian::native == std::endian::little ? k : 7 - k;
-            word |= std::uint64_t(table[index[i + k]]) << 8 * place;
-        }
-        std::memcpy(out + i, &word, 8);
-    }
-    for (; i < count; ++i) out[i] = table[index[i]];
+    lookUpOneByOne(table, index + i, out + i, count - i);
 }
 
 /// A line through its value at 0.
@@ -223,6 +301,18 @@ void followLines(SetConstant<set>, const Line* lines, [[maybe_unused]] int size,
                 const auto value = loadVector<V64::Floats>(values + i);
                 storeVector(lookUp64(start, place) + lookUp64(slope, place) * value, values + i);
             }
+        }
+    }
+    if constexpr (hasVectors<set>) {
+        const auto line = [&](int k) { return std::bit_cast<double>(lines[index[i + k]]); };
+        for (; i + 8 <= count; i += 8) {
+            const V32::Doubles a = {line(0), line(1), line(4), line(5)},
+                               b = {line(2), line(3), line(6), line(7)};
+            const auto start =
+                           __builtin_shufflevector(V32::Floats(a), V32::Floats(b), 0, 2, 8, 10, 4, 6, 12, 14),
+                       slope =
+                           __builtin_shufflevector(V32::Floats(a), V32::Floats(b), 1, 3, 9, 11, 5, 7, 13, 15);
+            storeVector(start + slope * loadVector<V32::Floats>(values + i), values + i);
         }
     }
 #endif
