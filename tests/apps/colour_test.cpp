@@ -1,10 +1,6 @@
 // Colour models, baking, frame ranges and pixel text: pictures that must look alike, and plain computations.
 #include <algorithm>
-#include <bit>
 #include <cmath>
-#include <limits>
-#include <numbers>
-#include <sstream>
 
 #include "program.h"
 
@@ -135,48 +131,6 @@ TEST_F(ColourTest, VisitsRangesInOrderAndTellsPixels) {
     WritePicture<std::uint8_t>(Path("bits.tif"), {bits}, 1);
     for (int x = 0; x < 11; ++x)
         EXPECT_EQ(text({Path("bits.tif"), "--pixel", std::to_string(x) + ",0"}), x == 9 ? "1\n" : "0\n") << x;
-}
-
-TEST_F(ColourTest, TellsValuesAsTheFileStoresThem) {
-    const auto told = [&](const std::string& file, const std::string& pixels, const char* layout) {
-        const Outcome run = Render({Path(file), "--pixel", pixels, "--layout", layout});
-        EXPECT_EQ(run.err, "");
-        return run.out.substr(std::min(run.out.size(), Path(file).size()));
-    };
-    const float inf = std::numeric_limits<float>::infinity();
-    Pixels<float> floats(4, 3, 3);
-    std::uniform_int_distribution<std::uint32_t> bits;
-    for (float& v : floats.values) v = std::bit_cast<float>(bits(random));
-    floats.At(0, 0, 0) = 1e-17f, floats.At(0, 0, 1) = inf, floats.At(0, 0, 2) = -inf;
-    floats.At(1, 0, 0) = -std::nanf(""), floats.At(1, 0, 1) = 0.1f, floats.At(1, 0, 2) = 3e38f;
-    WritePicture<float>(Path("floats.tif"), {floats});
-    for (const char* layout : {"interleaved", "planar"}) {
-        EXPECT_EQ(told("floats.tif", "0,0", layout), ": pixel 0,0: 1e-17 inf -inf\n");
-        EXPECT_EQ(told("floats.tif", "0-1,0", layout), ": pixels 0-1,0:\n1e-17,inf,-inf nan,0.1,3e+38\n");
-        std::string text = told("floats.tif", "1-3,1-2", layout);
-        ASSERT_TRUE(text.starts_with(": pixels 1-3,1-2:\n")) << text;
-        std::replace(text.begin(), text.end(), ',', ' ');
-        std::istringstream values(text.substr(text.find('\n') + 1));
-        for (int i = 0; i < 2 * 3 * 3; ++i) {
-            std::string value;
-            values >> value;
-            const float v = floats.At(1 + i / 3 % 3, 1 + i / 9, i % 3);
-            EXPECT_TRUE(std::isnan(v) ? value == "nan" : std::strtof(value.c_str(), nullptr) == v) << value;
-        }
-    }
-    // 32-bit integers are shown as floats, bytes with a sign as 16 bits, and levels may ask for floats.
-    Pixels<std::uint32_t> longs(2, 2, 1);
-    longs.values = {16777217, 4294967295, 7, 4294967294};
-    WritePicture<std::uint32_t>(Path("longs.tif"), {longs});
-    EXPECT_EQ(told("longs.tif", "0-1,0-1", "planar"),
-              ": pixels 0-1,0-1:\n16777217 4294967295\n7 4294967294\n");
-    EXPECT_EQ(told("longs.tif", "1,0-1", "planar"), ": pixels 1,0-1:\n4294967295\n4294967294\n");
-    Pixels<std::int8_t> bytes(2, 1, 1);
-    bytes.values = {-128, 127};
-    WritePicture<std::int8_t>(Path("bytes.tif"), {bytes});
-    EXPECT_EQ(told("bytes.tif", "0-1,0", "planar"), ": pixels 0-1,0:\n-128 127\n");
-    const Outcome run = Render({Path("bytes.tif"), "--pixel", "0-1,0", "--levels", "-300:900"});
-    EXPECT_NE(run.out.find(":\n-128 127\n"), std::string::npos) << run.out;
 }
 
 }  // namespace

@@ -178,6 +178,7 @@ def tiffs(folder):
                tile=(16, 16), compression="zlib")
     small = np.array([[1e-17, 3e-5, -1e-12], [np.inf, -np.inf, np.nan]], np.float32)
     yield save("tiny-numbers.tif", small)
+    yield save("far.tif", 4000000000 + noise((9, 31), np.uint32, 3, 200))
     yield save("above-2-24.tif", np.array([[2**24 + 1, 2**32 - 1], [7, 2**31 + 1]], np.uint32))
     words, bytes8 = noise((24, 35), np.uint16, 7), smooth(48, 48, 3)
     tifffile.imwrite(folder / "plain16.tif", words)
