@@ -231,8 +231,9 @@ void addComponentRows(Table& table) {
     table.basic("MovieScene", [](World& w) {
         w.touch(World::Small);
         const MovieScene::Range ranges[] = {{1, 2}, {9, 3}};
-        MovieScene made =
-            CALL(MovieScene, w.text(), w.draw.coin() ? w.text() : nullptr, u32(w.draw(0, 2)), ranges);
+        const char* const text = w.draw.coin() ? w.text() : nullptr;
+        MovieScene made = CALL(MovieScene, w.text(), text, u32(w.draw(0, 2)), ranges);
+        HOLDS(!std::strcmp(made.description, text ? text : ""));
         const MovieScene copy = CALL(MovieScene, made);
         HOLDS(copy.numbRanges == made.numbRanges && !std::strcmp(copy.name, made.name) &&
               copy.name != made.name);
