@@ -233,6 +233,7 @@ void addMovieRows(Table& table) {
             Movie* const made = CALL(new Movie);
             CALL_ON(made, Clear);
             HOLDS(made->GetNumbChildren() == 0 && made->GetMovieLength() == 0 && !made->GetActiveComp());
+            HOLDS(made->GetStatus() == 0 && made->GetCurrentFrame() == 0 && !made->IsNametagSet());
             w.movies[slot] = made, w.movieHeld[slot] = 1;
         }
     });
@@ -330,20 +331,20 @@ void addMovieRows(Table& table) {
     });
     table.strong("NewMovieName",
                  [](World& w) { HOLDS(CALL(Movie::NewMovieName).rfind("New movie ", 0) == 0); });
-    table.never("Movie::Hold, Release", references<Movie>);
-    table.strong("Movie::AttachObserver, DetachObserver, GetObservers", observe<Movie>);
-    table.never("Movie::SetObservers", replaceObservers<Movie>);
-    table.never("Movie::NotifyObserver", notify<Movie>);
-    table.strong("Movie::AddScene, RemoveScene, GetSceneList", scenes<Movie>);
-    table.never("Movie::SetSceneList", sceneList<Movie>);
-    table.never("Movie::GetCompType and its kin", answers<Movie>);
-    table.never("Movie::SetVisible", visible<Movie>);
-    table.never("Movie::SetOpacity", opacity<Movie>);
-    table.basic("Movie::SetRemapper", remapper<Movie>);
-    table.strong("Movie::SetBlackWhite, GetBlackWhite", levels<Movie>);
-    table.never("Movie::SetLocation, GetLocation", location<Movie>);
-    table.never("Movie::SetStartFrame, GetStartFrame", startFrame<Movie>);
-    table.basic("Movie::SetNametag, SetFilename, GetName", names<Movie>);
+    table.never("Movie::Hold, Release", onAny<references<Movie>>);
+    table.strong("Movie::AttachObserver, DetachObserver, GetObservers", onAny<observe<Movie>>);
+    table.never("Movie::SetObservers", onAny<replaceObservers<Movie>>);
+    table.never("Movie::NotifyObserver", onAny<notify<Movie>>);
+    table.strong("Movie::AddScene, RemoveScene, GetSceneList", onAny<scenes<Movie>>);
+    table.never("Movie::SetSceneList", onAny<sceneList<Movie>>);
+    table.never("Movie::GetCompType and its kin", onAny<answers<Movie>>);
+    table.never("Movie::SetVisible", onAny<visible<Movie>>);
+    table.never("Movie::SetOpacity", onAny<opacity<Movie>>);
+    table.basic("Movie::SetRemapper", onAny<remapper<Movie>>);
+    table.strong("Movie::SetBlackWhite, GetBlackWhite", onAny<levels<Movie>>);
+    table.never("Movie::SetLocation, GetLocation", onAny<location<Movie>>);
+    table.never("Movie::SetStartFrame, GetStartFrame", onAny<startFrame<Movie>>);
+    table.basic("Movie::SetNametag, SetFilename, GetName", onAny<names<Movie>>);
     table.basic("AttachObserver_All, DetachObserver_All", [](World& w) {
         Movie* const movie = w.out(w.movie());
         touchParts(w, childrenOf(w, movie));

@@ -25,6 +25,16 @@ inline Comp* target(Movie* m) {
     return m->GetNumbChildren() == 1 ? m->GetChildren()[0] : nullptr;
 }
 
+/// Rows are given what is asked, and the component that this concerns.
+template <class C>
+void ask(World& w, void (*row)(World&, C*, Comp*)) {
+    if (C* const c = anyOf<C>(w)) row(w, c, target(c));
+}
+template <auto row>
+void onAny(World& w) {
+    ask(w, row);
+}
+
 /// What a copy of a component must have as well; nothing where it gets pixels that the original lacks.
 inline std::optional<u64> contents(World& w, Comp& comp, bool withBitmap) {
     for (int i = 0; i < comp.imageFrames; ++i)
@@ -35,9 +45,7 @@ inline std::optional<u64> contents(World& w, Comp& comp, bool withBitmap) {
 }
 
 template <class C>
-void references(World& w) {
-    C* const c = anyOf<C>(w);
-    if (!c) return;
+void references(World& w, C* c, Comp*) {
     w.out(c);
     const int more = CALL_ON(c, Hold);
     const int back = CALL_ON(c, Release);
@@ -45,9 +53,7 @@ void references(World& w) {
 }
 
 template <class C>
-void observe(World& w) {
-    C* const c = anyOf<C>(w);
-    if (!c) return;
+void observe(World& w, C* c, Comp*) {
     Ear* const ear = w.ear();
     w.out(c);
     const auto* const before = CALL_ON(c, GetObservers);
@@ -66,9 +72,7 @@ void observe(World& w) {
 }
 
 template <class C>
-void replaceObservers(World& w) {
-    C* const c = anyOf<C>(w);
-    if (!c) return;
+void replaceObservers(World& w, C* c, Comp*) {
     w.out(c);
     auto* const fresh = w.draw.oneIn(4) ? nullptr : new std::vector<Observer*>{w.ear()};
     std::vector<Observer*>* const old = c->GetObservers();
@@ -78,19 +82,14 @@ void replaceObservers(World& w) {
 }
 
 template <class C>
-void notify(World& w) {
-    C* const c = anyOf<C>(w);
-    if (!c) return;
+void notify(World& w, C* c, Comp*) {
     const int event = w.draw(19, 99);
     w.expect(c, event, 5);
     CALL_ON(c, NotifyObserver, event, std::intptr_t(5));
 }
 
 template <class C>
-void scenes(World& w) {
-    C* const c = anyOf<C>(w);
-    if (!c) return;
-    Comp* const to = target(c);
+void scenes(World& w, C* c, Comp* to) {
     w.out(to);
     unsigned long ranges[] = {1, 2, 7, 4};
     const auto before = to && to->scenes ? to->scenes->size() : 0;
@@ -108,9 +107,7 @@ void scenes(World& w) {
 }
 
 template <class C>
-void sceneList(World& w) {
-    C* const c = anyOf<C>(w);
-    if (!c) return;
+void sceneList(World& w, C* c, Comp*) {
     w.out(c);
     auto* const list =
         w.draw.oneIn(4) ? nullptr : new std::vector<MovieScene>(1, MovieScene(w.text(), nullptr, 0, nullptr));
@@ -120,11 +117,8 @@ void sceneList(World& w) {
 
 /// Answers that follow from what is shown.
 template <class C>
-void answers(World& w) {
-    C* const c = anyOf<C>(w);
-    if (!c) return;
+void answers(World& w, C* c, Comp* of) {
     constexpr bool isMovie = std::is_same_v<C, Movie>;
-    Comp* const of = target(c);
     const int children = CALL_ON(c, GetNumbChildren);
     HOLDS(CALL_ON(c, IsMovieObj) == isMovie && CALL_ON(c, IsComposite) == (isMovie && children > 1));
     HOLDS(CALL_ON(c, GetInternalComp) == (of ? of : c->GetChildAt(0)));
@@ -147,10 +141,7 @@ void answers(World& w) {
 }
 
 template <class C>
-void visible(World& w) {
-    C* const c = anyOf<C>(w);
-    if (!c) return;
-    Comp* const to = target(c);
+void visible(World& w, C* c, Comp* to) {
     w.out(to);
     const bool wanted = w.draw.coin();
     if (to && wanted != to->IsVisible()) w.expect(to, EventVisible);
@@ -159,10 +150,7 @@ void visible(World& w) {
 }
 
 template <class C>
-void opacity(World& w) {
-    C* const c = anyOf<C>(w);
-    if (!c) return;
-    Comp* const to = target(c);
+void opacity(World& w, C* c, Comp* to) {
     w.out(to);
     const float wanted = w.draw.coin() ? float(w.draw(0, 128)) / 128 : w.real();
     const float before = c->GetOpacity();
@@ -176,10 +164,7 @@ void opacity(World& w) {
 }
 
 template <class C>
-void remapper(World& w) {
-    C* const c = anyOf<C>(w);
-    if (!c) return;
-    Comp* const to = target(c);
+void remapper(World& w, C* c, Comp* to) {
     w.out(to);
     Tone* const tone = w.draw.oneIn(4) ? nullptr : new Tone(&w, w.draw(0, 5));
     if (to && tone && (!to->remapper || !tone->IsEqual(*to->remapper))) w.expect(to, EventRemapper);
@@ -192,10 +177,7 @@ void remapper(World& w) {
 }
 
 template <class C>
-void levels(World& w) {
-    C* const c = anyOf<C>(w);
-    if (!c) return;
-    Comp* const to = target(c);
+void levels(World& w, C* c, Comp* to) {
     w.out(to);
     const int channel = w.draw(0, 6);
     const CompBlackWhite wanted(w.real(), w.real()), before = CALL_ON(c, GetBlackWhite, channel);
@@ -210,10 +192,7 @@ void levels(World& w) {
 }
 
 template <class C>
-void location(World& w) {
-    C* const c = anyOf<C>(w);
-    if (!c) return;
-    Comp* const to = target(c);
+void location(World& w, C* c, Comp* to) {
     w.out(to);
     const int x = w.draw.oneIn(9) ? int(w.draw.word()) : w.draw(-20, 40), y = w.draw(-9, 9);
     int left = 0, top = 0;
@@ -237,10 +216,7 @@ void location(World& w) {
 }
 
 template <class C>
-void startFrame(World& w) {
-    C* const c = anyOf<C>(w);
-    if (!c) return;
-    Comp* const to = target(c);
+void startFrame(World& w, C* c, Comp* to) {
     w.out(to);
     const u32 frame = w.draw.oneIn(9) ? u32(w.draw.word()) : u32(w.draw(0, 9));
     if (to && frame != to->startFrame) {
@@ -260,10 +236,8 @@ void startFrame(World& w) {
 }
 
 template <class C>
-void names(World& w) {
-    C* const c = anyOf<C>(w);
-    if (!c) return;
-    w.out(c), w.out(target(c));
+void names(World& w, C* c, Comp* to) {
+    w.out(c), w.out(to);
     const std::string wanted = w.text();
     const bool tag = w.draw.coin();
     if (tag) {
