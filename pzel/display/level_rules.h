@@ -72,6 +72,11 @@ struct Table {
     Index index(T v) const { return Index(v >= scaled.white ? kLastEntry : int(scaled(v))); }
     const unsigned char* entries() const { return table; }
     std::uint8_t operator()(T v) const { return table[index(v)]; }
+    T black() const requires(sizeof(T) > 1) { return scaled.black; }
+    T white() const { return scaled.white; }
+    float scale() const { return scaled.scale; }
+    static constexpr float kStart = 0;
+    static constexpr int kLast = kLastEntry;
     Scaled<T> scaled;
     const unsigned char* table;
 };

@@ -16,12 +16,20 @@
 namespace pzel {
 
 /// A rule from rows of elements (floats or 16 bits) to all values of an unsigned integer: without its clamp,
-/// its result is (v - black()) · scale() + kStart, truncated. Of 16 bits the scale is at most 255.
+/// its result is (v - black()) · scale() + kStart, truncated. Of 16 bits the scale is at most 511.
 template <class Rule, class In>
 concept ScalesRows = requires(const Rule& rule, In in) {
     rule.scale();
     Rule::kStart;
     requires std::is_same_v<In, const decltype(rule.black())*>;
+};
+
+/// A rule that looks up: its result so far is a place in a table, and kLast, a power of two less one, from
+/// white() on.
+template <class Rule, class In>
+concept PlacesRows = ScalesRows<Rule, In> && requires(const Rule& rule) {
+    rule.white();
+    Rule::kLast;
 };
 
 #if PZEL_X86_SETS
@@ -114,6 +122,40 @@ void scaleLine(SetConstant<set>, const Rule& rule, const T* in, Out* out, int co
             if (holdsLowest(lowest)) i = x;
         for (; i < end; ++i) out[i] = rule(in[i]);
     }
+}
+
+/// Which elements reach an end, as 16 bits in the order of narrowed words.
+template <class V>
+auto reached(const float* in, float end) {
+    using Floats = typename V::Floats;
+    constexpr int lanes = sizeof(Floats) / 4;
+    return toShorts(loadVector<Floats>(in) >= end, loadVector<Floats>(in + lanes) >= end);
+}
+template <class V, class T>
+auto reached(const T* in, T end) {
+    using Shorts = typename V::Shorts;
+    constexpr short sign = std::is_signed_v<T> ? -0x8000 : 0;
+    return above(Shorts{} + short(end ^ sign), loadVector<Shorts>(in) ^ sign) == 0;
+}
+
+/// Finds the places of a row. Where the end is reached the words do not matter: all bits are set.
+template <InstructionSet set, class T, class Rule>
+void placeLine(SetConstant<set>, const Rule& rule, const T* in, std::uint16_t* out, int count) {
+    using V = VectorsOf<set>;
+    constexpr int lanes = sizeof(typename V::Shorts) / 2;
+    int i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        askAhead<lanes * sizeof(T)>(in + i);
+        typename V::Words words[2];
+        scaleInto<V>(words, rule, in + i);
+        const auto places =
+            (toUnsigned(words[0], words[1]) | reached<V>(in + i, rule.white())) & short(Rule::kLast);
+        if constexpr (std::is_floating_point_v<T>)
+            storeVector(inOrderOfTwo(typename V::Bytes(places)), out + i);
+        else
+            storeVector(places, out + i);
+    }
+    for (; i < count; ++i) out[i] = rule.index(in[i]);
 }
 #endif
 

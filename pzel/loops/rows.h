@@ -95,7 +95,10 @@ void mapLine(SetConstant<set> on, const Rule& rule, In in, Out out, int count) {
             typename Rule::Index index[block];
             for (int x = 0; x < count; x += block) {
                 const int n = count - x < block ? count - x : block;
-                for (int i = 0; i < n; ++i) index[i] = rule.index(in[x + i]);
+                if constexpr (PlacesRows<Rule, In> && hasVectors<set>)
+                    placeLine(on, rule, in + x, index, n);
+                else
+                    for (int i = 0; i < n; ++i) index[i] = rule.index(in[x + i]);
                 lookUp(on, rule.entries(), index, out + x, n);
             }
         }
