@@ -80,23 +80,33 @@ class JointColour {
     ShownHue hue;
 };
 
+/// 0 … 1 as a byte, rounded.
+struct UnitToByte {
+    std::uint8_t operator()(float v) const { return std::uint8_t(int(clampUnit(v) * scale() + kStart)); }
+    static float black() { return 0; }
+    static float scale() { return 255; }
+    static constexpr float kStart = 0.5f;
+};
+
 /// Shows a block of pixels by the levels of its colours; blue is channel 0.
 template <class T>
 struct JointRule {
     HsiLevels<T> levels;
     const JointColour& colour;
     template <class Set>
-    void operator()(Set, const T* b, const T* g, const T* r, int count, BgrBlock& out) const {
+    void operator()(Set set, const T* b, const T* g, const T* r, int count, BgrBlock& out) const {
         const HsiLevels<T> local = levels;
-        const auto byte = [](float v) { return std::uint8_t(int(clampUnit(v) * 255.0f + 0.5f)); };
         ColourBlock c;
         for (int i = 0; i < count; ++i) c.blue[i] = local.normalised(0, b[i]);
         for (int i = 0; i < count; ++i) c.green[i] = local.normalised(1, g[i]);
         for (int i = 0; i < count; ++i) c.red[i] = local.normalised(2, r[i]);
         colour.show(c, count);
-        for (int i = 0; i < count; ++i) out.blue[i] = byte(c.blue[i]);
-        for (int i = 0; i < count; ++i) out.green[i] = byte(c.green[i]);
-        for (int i = 0; i < count; ++i) out.red[i] = byte(c.red[i]);
+        const auto toBytes = [&](const BlockValues& values, std::uint8_t* bytes) {
+            mapLine(set, UnitToByte(), +values.values, bytes, count);
+        };
+        toBytes(c.blue, out.blue);
+        toBytes(c.green, out.green);
+        toBytes(c.red, out.red);
     }
 };
 

@@ -23,9 +23,8 @@ class YuvProducts {
         const Bytes zero = {}, d = within(u), e = within(v);
         const auto low = shorts(lowPairs(y, zero), lowPairs(zero, d), lowPairs(zero, e), lowPairs(d, e));
         const auto high = shorts(highPairs(y, zero), highPairs(zero, d), highPairs(zero, e), highPairs(d, e));
-        const Bytes green = toBytes(low.b, high.b), stepDown = isSteppedDown(y, u, v) & 1;
-        return {toBytes(low.a, high.a), (green > stepDown ? green : stepDown) - stepDown,
-                toBytes(low.c, high.c)};
+        const Bytes green = above(toBytes(low.b, high.b), isSteppedDown(y, u, v) & 1);
+        return {toBytes(low.a, high.a), green, toBytes(low.c, high.c)};
     }
 
   private:

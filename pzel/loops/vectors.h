@@ -114,6 +114,13 @@ void askAhead(const void* from) {
     return V64::Shorts(_mm512_subs_epu16(__m512i(a), __m512i(b)));
 }
 
+[[gnu::target("arch=x86-64-v3")]] inline V32::Bytes above(V32::Bytes a, V32::Bytes b) {
+    return V32::Bytes(_mm256_subs_epu8(__m256i(a), __m256i(b)));
+}
+[[gnu::target("arch=x86-64-v4")]] inline V64::Bytes above(V64::Bytes a, V64::Bytes b) {
+    return V64::Bytes(_mm512_subs_epu8(__m512i(a), __m512i(b)));
+}
+
 /// The larger ones.
 [[gnu::target("arch=x86-64-v3")]] inline V32::Signed larger(V32::Signed a, V32::Signed b) {
     return V32::Signed(_mm256_max_epi8(__m256i(a), __m256i(b)));
