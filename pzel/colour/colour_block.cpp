@@ -69,7 +69,8 @@ void changeColours(ColourBlock& colours, int count, const Tone& intensity, const
     onBestSet([count, greys, in = &parts, out = &colours, spread = spreads.values](auto) {
         const float least = greys == Greys::Stay ? 0.0f : -1.0f;
         for (int k = 0; k < count; ++k) {
-            const float s = spread[k] > least ? in->saturation[k] : 0.0f;
+            const float given = in->saturation[k];  // read in any case: no branch
+            const float s = spread[k] > least ? given : 0.0f;
             put(*out, k, ofTurn(in->turn[k], s, in->intensity[k]));
         }
     });

@@ -77,12 +77,14 @@ inline float saturationOf(float spread, float intensity) {
 }
 
 /// Hue in a form that needs no trigonometry: 0 at red, 1 at green, 2 at blue, up to 3 at red again. Between
-/// them it is the part that the second colour has in what both have more than the third. 0 for greys.
+/// them it is the part that the second colour has in what both have more than the third. 0 for greys. Chosen
+/// step by step: compilers make branches of one choice inside another.
 inline float turnOf(Rgb c) {
     const float low = smallestOf(c);
     const bool first = c.blue == low, second = c.red == low;
-    const float start = first ? 0.0f : second ? 1.0f : 2.0f;
-    const float more = first ? c.green : second ? c.blue : c.red;
+    float start = second ? 1.0f : 2.0f, more = second ? c.blue : c.red;
+    start = first ? 0.0f : start;
+    more = first ? c.green : more;
     const float all = 3 * spreadOf(c);
     return all > 0 ? start + (more - low) / all : 0.0f;
 }
