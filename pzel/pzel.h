@@ -4,8 +4,8 @@
 // and loses nothing; destructors, Release and releases of records never throw.
 //
 // Distinct objects may be used by distinct threads at a time. What the library shares behind them (open
-// movies, default names, folders, the message box) is guarded; one object, a movie with its components, or
-// copies that share something must be used by one thread at a time.
+// movies, default names, folders, the message box, the runner) is guarded; one object, a movie with its
+// components, or copies that share something must be used by one thread at a time.
 #pragma once
 
 #include "pzel/bounds/black_white.h"
@@ -36,6 +36,7 @@
 #include "pzel/image/bound_array.h"
 #include "pzel/image/image.h"
 #include "pzel/image/lifecycle.h"
+#include "pzel/loops/runner.h"
 #include "pzel/names/name.h"
 #include "pzel/pixels/arithmetic.h"
 #include "pzel/pixels/bits.h"

@@ -5,7 +5,7 @@ BUILD_PACKAGES="g++ cmake ninja-build"
 APP_PACKAGES="libcli11-dev nlohmann-json3-dev libfreetype-dev fonts-dejavu-core"
 APP_PACKAGES="$APP_PACKAGES libopenimageio-dev libcfitsio-dev libavformat-dev libavcodec-dev libswscale-dev"
 APP_PACKAGES="$APP_PACKAGES libdcmtk-dev libopenjp2-7-dev libcharls-dev"
-APP_PACKAGES="$APP_PACKAGES libtiff-dev libjpeg62-turbo-dev libisal-dev libdeflate-dev zlib1g-dev libpng-dev libgif-dev"
+APP_PACKAGES="$APP_PACKAGES libtiff-dev libjpeg62-turbo-dev libisal-dev libdeflate-dev zlib1g-dev libpng-dev libgif-dev libtbb-dev"
 # What the host with a window is built on.
 VIEW_PACKAGES="qt6-base-dev"
 TEST_PACKAGES="libgtest-dev python3"

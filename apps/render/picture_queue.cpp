@@ -7,6 +7,7 @@
 #include <system_error>
 #include <utility>
 
+#include "apps/io/all_processors.h"
 #include "apps/io/parallel.h"
 
 namespace {
@@ -34,7 +35,11 @@ PictureQueue::PictureQueue(const WriteSettings& common, std::uint64_t expected, 
     : settings(common), tell(std::move(teller)) {
     const int processors = pzel_io::Processors();
     settings.encode.threads = expected > 1 ? 1 : processors;
-    if (expected < 2) return;
+    // Of several pictures each has a processor for its file, and the next one is composed beside them.
+    if (expected < 2) {
+        pzel_io::UseAllProcessors();
+        return;
+    }
     const auto count = std::min(expected, static_cast<std::uint64_t>(processors));
     try {
         while (workers.size() < count) workers.emplace_back([this] { Work(); });

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "appearance.h"
+#include "apps/io/all_processors.h"
 #include "main_window.h"
 #include "manual.h"
 
@@ -26,6 +27,7 @@ int main(int argc, char** argv) {
         if (const char* const text = Told(argv[i]))
             return std::fputs(text, stdout) < 0 || std::fflush(stdout) != 0;
     }
+    pzel_io::UseAllProcessors();
     QApplication application(argc, argv);
     QApplication::setApplicationName("pzel-view");
     QApplication::setOrganizationName("pzel");

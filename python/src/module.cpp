@@ -1,4 +1,7 @@
 // The extension module: classes first, so that signatures tell their names, then what they do.
+#ifdef PZEL_PYTHON_FILES
+#include "apps/io/all_processors.h"
+#endif
 #include "bindings.h"
 #include "enums.h"
 #include "pzel/display/vector.h"
@@ -41,6 +44,7 @@ PYBIND11_MODULE(_pzel, module) {
     BindDrawing(image, comp, movie);
 #ifdef PZEL_PYTHON_FILES
     BindFiles(module);
+    pzel_io::UseAllProcessors();
 #endif
     module.attr("__name__") = name;
 }

@@ -124,7 +124,7 @@ class BinRule {
     int bins;
 };
 
-/// Counts in bins for blocks of a plane.
+/// Counts in bins for blocks of a plane, in one copy or several.
 class BinTable {
   public:
     BinTable(const BinRule& binOf, int count)
@@ -133,24 +133,30 @@ class BinTable {
           tables(count <= fewBins ? 4 : 1),
           counts(size * tables) {}
 
+    int mostCopies() const { return size <= fewBins + 2 ? 8 : 1; }
+    void makeCopies(int copies) {
+        counts.resize(std::max(counts.size(), std::size_t(copies) * size * tables));
+    }
+
     template <class T>
-    void add(const T* values, int count) {
+    void add(int copy, const T* values, int count) {
         int bins[pzel::kValueBlock];
         pzel::onBestSet([=, binOf = rule, out = +bins](auto) {
             for (int i = 0; i < count; ++i) out[i] = binOf(values[i]);
         });
         // Neighbours in tables of their own do not wait for each other.
         const std::size_t step = tables == 1 ? 0 : size;
+        std::uint64_t* table = counts.data() + std::size_t(copy) * size * tables;
         int i = 0;
         for (; i + 4 <= count; i += 4)
-            for (std::size_t k = 0; k < 4; ++k) ++counts[k * step + std::size_t(bins[i + int(k)])];
-        for (; i < count; ++i) ++counts[std::size_t(bins[i])];
+            for (std::size_t k = 0; k < 4; ++k) ++table[k * step + std::size_t(bins[i + int(k)])];
+        for (; i < count; ++i) ++table[std::size_t(bins[i])];
     }
 
     /// Of a bin, the two behind the last one included.
     std::uint64_t operator[](std::size_t bin) const {
         std::uint64_t sum = 0;
-        for (std::size_t k = 0; k < tables; ++k) sum += counts[k * size + bin];
+        for (std::size_t start = 0; start < counts.size(); start += size) sum += counts[start + bin];
         return sum;
     }
 
@@ -277,32 +283,41 @@ void Histogram::AddSmall(const Image& image, const ImagePart& part) {
     });
 }
 
-/// Bins over the range of the data need that first: the values are read twice.
+/// Bins over the range of the data need that first: the values are read twice. Blocks are read in any order
+/// and by several threads, each range of them with bins of its own; their sums are put together in one order.
 void Histogram::AddLarge(const Image& image, const ImagePart& part) {
-    const auto read = [&](auto&& use) {
-        pzel::NonFinite others;
-        pzel::withPlanes(image, part, [&](const auto& rows, int width, int height) {
-            if constexpr (!pzel::isSmall<pzel::ElementOf<std::remove_cvref_t<decltype(rows)>>>)
-                pzel::withBlocks(rows, width, height, others, use);
+    pzel::NonFinite others;
+    const auto read = [&](bool sumUp, BinTable* bins) {
+        others = {};
+        pzel::withPlanes(image, part, [&]<class Rows>(const Rows& rows, int width, int height) {
+            if constexpr (!pzel::isSmall<pzel::ElementOf<Rows>>) {
+                const pzel::ValueBlocks blocks(rows, width, height);
+                const pzel::Ranges ranges(blocks.count(), blocks.values(), pzel::Effort::Computing,
+                                          bins ? bins->mostCopies() : pzel::kMostRanges);
+                std::vector<Moments> moments(sumUp ? std::size_t(blocks.count()) : 0);
+                std::vector<pzel::NonFinite> found(std::size_t(ranges.size()));
+                if (bins) bins->makeCopies(ranges.size());
+                ranges.run([&](int range, int first, int end) {
+                    for (int block = first; block < end; ++block) {
+                        blocks.visit(block, found[std::size_t(range)], [&](const auto* data, int count) {
+                            if (sumUp) moments[std::size_t(block)] = momentsOf(data, count);
+                            if (bins) bins->add(range, data, count);
+                        });
+                    }
+                });
+                for (const Moments& one : moments) AddValues(one.values(), one.squares);
+                for (const pzel::NonFinite& one : found) others += one;
+            }
         });
-        return others;
-    };
-    const auto sumUp = [&](const auto* data, int count) {
-        const Moments moments = momentsOf(data, count);
-        AddValues(moments.values(), moments.squares);
     };
     const bool undecided = kind == Undecided;
-    pzel::NonFinite others;
     if (undecided) {
-        others = read(sumUp);
+        read(true, nullptr);
         if (values.count > 0) SetRange(values.minimum, values.maximum);
     }
     if (kind == Ranged) {
         BinTable table(BinRule(low, high, GetNumbBins()), GetNumbBins());
-        others = read([&](const auto* data, int count) {
-            if (!undecided) sumUp(data, count);
-            table.add(data, count);
-        });
+        read(!undecided, &table);
         for (std::size_t i = 0; i < counts.size(); ++i) counts[i] += table[i];
         below += table[counts.size()];
         above += table[counts.size() + 1];

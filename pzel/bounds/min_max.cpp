@@ -8,40 +8,80 @@
 #include "pzel/image/element.h"
 #include "pzel/image/lifecycle.h"
 #include "pzel/loops/instruction_set.h"
+#include "pzel/loops/ranges.h"
 
 using pzel::Pair;
 
 namespace {
 
 /// Every lane starts from the first element and keeps its own minimum and maximum, so that the loop
-/// vectorises for floats too; NaN compares false and never enters, but a first one stays.
+/// vectorises for floats too; NaN compares false and never enters, but a first one stays. Which of two equal
+/// zeros is found depends on lanes and on the order in each: ranges keep both.
+template <class T>
+struct Lanes {
+    // Fewer lanes of floats would be unrolled into scalars before the vectoriser sees them.
+    static constexpr std::size_t kCount = 256 / sizeof(T);
+
+    Lanes() = default;
+    explicit Lanes(T first) {
+        std::fill_n(low, kCount, first);
+        std::fill_n(high, kCount, first);
+    }
+    /// Elements from a multiple of the lanes on.
+    void add(const T* data, std::size_t count) {
+        pzel::onBestSet([=, lanes = this](auto) {
+            Lanes local = *lanes;
+            std::size_t i = 0;
+            for (; i + kCount <= count; i += kCount) local.addSome(data + i, kCount);
+            local.addSome(data + i, count - i);
+            *lanes = local;
+        });
+    }
+    /// What a range found that stands behind.
+    void add(const Lanes& behind) {
+        for (std::size_t k = 0; k < kCount; ++k) {
+            low[k] = behind.low[k] < low[k] ? behind.low[k] : low[k];
+            high[k] = behind.high[k] > high[k] ? behind.high[k] : high[k];
+        }
+    }
+    Pair<T> range(T first) const {
+        Pair<T> result{first, first};
+        for (std::size_t k = 0; k < kCount; ++k) {
+            result.low = low[k] < result.low ? low[k] : result.low;
+            result.high = high[k] > result.high ? high[k] : result.high;
+        }
+        return result;
+    }
+
+  private:
+    void addSome(const T* data, std::size_t count) {
+        for (std::size_t k = 0; k < count; ++k) {
+            const T v = data[k];
+            low[k] = v < low[k] ? v : low[k];
+            high[k] = v > high[k] ? v : high[k];
+        }
+    }
+    T low[kCount], high[kCount];
+};
+
+/// Ranges at most, of which each has lanes of its own.
+constexpr int kMostFound = 32;
+
 template <class T>
 Pair<T> MinMax(const T* data, std::size_t count) {
-    Pair<T> result{data[0], data[0]};
-    pzel::onBestSet([=, out = &result](auto) {
-        // Fewer lanes of floats would be unrolled into scalars before the vectoriser sees them.
-        constexpr std::size_t lanes = 256 / sizeof(T);
-        T low[lanes], high[lanes];
-        std::fill_n(low, lanes, data[0]);
-        std::fill_n(high, lanes, data[0]);
-        std::size_t i = 0;
-        for (; i + lanes <= count; i += lanes) {
-            for (std::size_t k = 0; k < lanes; ++k) {
-                const T v = data[i + k];
-                low[k] = v < low[k] ? v : low[k];
-                high[k] = v > high[k] ? v : high[k];
-            }
-        }
-        for (std::size_t k = 0; i < count; ++i, ++k) {
-            low[k] = data[i] < low[k] ? data[i] : low[k];
-            high[k] = data[i] > high[k] ? data[i] : high[k];
-        }
-        for (std::size_t k = 0; k < lanes; ++k) {
-            out->low = low[k] < out->low ? low[k] : out->low;
-            out->high = high[k] > out->high ? high[k] : out->high;
-        }
+    constexpr std::size_t step = 64 * Lanes<T>::kCount;
+    const int steps = int((count + step - 1) / step);
+    const pzel::Ranges ranges(steps, std::int64_t(count), pzel::Effort::Moving, kMostFound);
+    Lanes<T> found[kMostFound];
+    ranges.run([&](int range, int first, int end) {
+        const std::size_t start = step * std::size_t(first),
+                          behind = std::min(step * std::size_t(end), count);
+        Lanes<T> lanes(data[0]);
+        lanes.add(data + start, behind - start);
+        found[range] = lanes;
     });
-    return result;
+    for (int range = 1; range < ranges.size(); ++range) found[0].add(found[range]);
+    return found[0].range(data[0]);
 }
 
 template <class T>

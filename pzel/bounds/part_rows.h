@@ -88,6 +88,11 @@ void withPlanes(const Image& image, const ImagePart& part, F&& f) {
 /// Values that are no finite numbers.
 struct NonFinite {
     std::uint64_t notNumbers = 0, negative = 0, positive = 0;
+    void operator+=(const NonFinite& others) {
+        notNumbers += others.notNumbers;
+        negative += others.negative;
+        positive += others.positive;
+    }
 };
 
 constexpr int kValueBlock = 1024;
@@ -104,46 +109,58 @@ inline bool areFinite(const float* values, int count) {
     return finite;
 }
 
-/// Calls f(values, count) with a plane's finite values, a block of at most kValueBlock at a time, and counts
-/// the others.
-template <class Rows, class F>
-void withBlocks(const Rows& rows, int width, int height, NonFinite& others, F&& f) {
+/// A plane as blocks of at most kValueBlock values that stand behind one another: the same ones whatever
+/// threads read them.
+template <class Rows>
+class ValueBlocks {
+  public:
     using T = ElementOf<Rows>;
-    if constexpr (isContiguous<Rows>) {
-        if (areOneRow(rows, width, height)) {
-            width *= height;
-            height = 1;
-        }
-    }
-    for (int y = 0; y < height; ++y) {
-        const auto row = rows.row(y);
-        for (int x = 0; x < width; x += kValueBlock) {
-            const int count = std::min(kValueBlock, width - x);
-            T block[kValueBlock];
-            const T* values;
-            if constexpr (isContiguous<Rows>) {
-                values = row + x;
-            } else {
-                for (int i = 0; i < count; ++i) block[i] = row[x + i];
-                values = block;
+    ValueBlocks(const Rows& plane, int planeWidth, int planeHeight)
+        : rows(plane), width(planeWidth), height(planeHeight) {
+        if constexpr (isContiguous<Rows>) {
+            if (areOneRow(rows, width, height)) {
+                width *= height;
+                height = 1;
             }
-            if constexpr (std::is_floating_point_v<T>) {
-                if (!areFinite(values, count)) {
-                    int finite = 0;
-                    for (int i = 0; i < count; ++i) {
-                        const T v = values[i];
-                        if (std::isfinite(v))
-                            block[finite++] = v;
-                        else
-                            ++(std::isnan(v) ? others.notNumbers : v < 0 ? others.negative : others.positive);
-                    }
-                    if (finite > 0) f(static_cast<const T*>(block), finite);
-                    continue;
+        }
+        inRow = (width + kValueBlock - 1) / kValueBlock;
+    }
+    int count() const { return height * inRow; }
+    std::int64_t values() const { return std::int64_t(width) * height; }
+
+    /// Calls f(values, count) with the finite values of a block, if there are any, and counts the others.
+    template <class F>
+    void visit(int block, NonFinite& others, F&& f) const {
+        const int x = block % inRow * kValueBlock, size = std::min(kValueBlock, width - x);
+        const auto row = rows.row(block / inRow);
+        T copy[kValueBlock];
+        const T* values;
+        if constexpr (isContiguous<Rows>) {
+            values = row + x;
+        } else {
+            for (int i = 0; i < size; ++i) copy[i] = row[x + i];
+            values = copy;
+        }
+        if constexpr (std::is_floating_point_v<T>) {
+            if (!areFinite(values, size)) {
+                int finite = 0;
+                for (int i = 0; i < size; ++i) {
+                    const T v = values[i];
+                    if (std::isfinite(v))
+                        copy[finite++] = v;
+                    else
+                        ++(std::isnan(v) ? others.notNumbers : v < 0 ? others.negative : others.positive);
                 }
+                if (finite > 0) f(static_cast<const T*>(copy), finite);
+                return;
             }
-            f(values, count);
         }
+        f(values, size);
     }
-}
+
+  private:
+    Rows rows;
+    int width, height, inRow;
+};
 
 }  // namespace pzel

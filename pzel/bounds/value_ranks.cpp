@@ -39,9 +39,11 @@ void withKeys(const Image& image, const ImagePart& part, F&& use) {
     pzel::withPlanes(image, part, [&](const auto& rows, int width, int height) {
         using T = pzel::ElementOf<std::remove_cvref_t<decltype(rows)>>;
         if constexpr (!pzel::isSmall<T>) {
-            pzel::withBlocks(rows, width, height, ignored, [&](const T* values, int count) {
-                for (int i = 0; i < count; ++i) use(keyOf(values[i]));
-            });
+            const pzel::ValueBlocks blocks(rows, width, height);
+            for (int block = 0; block < blocks.count(); ++block)
+                blocks.visit(block, ignored, [&](const T* values, int count) {
+                    for (int i = 0; i < count; ++i) use(keyOf(values[i]));
+                });
         }
     });
 }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "pzel/bounds/part_rows.h"
+#include "pzel/loops/ranges.h"
 
 namespace pzel {
 
@@ -23,10 +24,18 @@ class ValueTable {
         if constexpr (!std::is_same_v<T, bool>) {
             using Index = std::make_unsigned_t<T>;
             constexpr unsigned size = 1U << (8 * sizeof(T));
-            counts.assign(std::size_t(size) * tables<Index>, 0);
-            for (int y = 0; y < height; ++y) countRow<Index>(rows.row(y), width, counts.data());
-            for (unsigned table = 1; table < tables<Index>; ++table)
-                for (unsigned i = 0; i < size; ++i) counts[i] += counts[table * size + i];
+            constexpr std::size_t room = std::size_t(size) * tables<Index>;
+            // Tables of their own pay for ranges with many more values than entries.
+            const std::int64_t values = std::int64_t(width) * height;
+            const Ranges ranges(height, values, Effort::Computing,
+                                int(std::min<std::int64_t>(values / (16 * room), 8)));
+            counts.assign(room * std::size_t(ranges.size()), 0);
+            ranges.run([&](int range, int first, int end) {
+                std::uint32_t* own = counts.data() + room * std::size_t(range);
+                for (int y = first; y < end; ++y) countRow<Index>(rows.row(y), width, own);
+            });
+            for (std::size_t start = size; start < counts.size(); start += size)
+                for (unsigned i = 0; i < size; ++i) counts[i] += counts[start + i];
             // Negative values stand behind the others.
             if constexpr (std::is_signed_v<T>)
                 for (unsigned i = 0; i < size / 2; ++i) std::swap(counts[i], counts[size / 2 + i]);

@@ -21,6 +21,23 @@ struct Parts {
     BlockValues intensity, saturation, turn;
 };
 
+/// Puts values through a tone; those that only the host can tell are marked instead.
+void apply(const Tone& tone, BlockValues& values, int count, Unasked* unasked) {
+    if (!unasked) return tone.apply(values.values, count);
+    tone.applyUnasked(values.values, count);
+    onBestSet([count, in = values.values, out = unasked](auto) {
+        int any = 0;
+        for (int i = 0; i < count; ++i) any |= in[i] != in[i];
+        if (!any) return;
+        out->any = true;
+        for (int i = 0; i < count; ++i) out->at[i] |= in[i] != in[i];
+    });
+}
+
+void clear(Unasked* unasked) {
+    if (unasked) *unasked = {};
+}
+
 }  // namespace
 
 void HueTone::apply(float* turns, int count) const {
@@ -33,8 +50,10 @@ void HueTone::apply(float* turns, int count) const {
     });
 }
 
-void changeColours(ColourBlock& colours, int count, const Tone& intensity, const Tone& saturation) {
+void changeColours(ColourBlock& colours, int count, const Tone& intensity, const Tone& saturation,
+                   Unasked* unasked) {
     Parts parts;
+    clear(unasked);
     onBestSet([count, in = &colours, out = &parts](auto) {
         for (int k = 0; k < count; ++k) {
             const Rgb c = at(*in, k);
@@ -42,8 +61,8 @@ void changeColours(ColourBlock& colours, int count, const Tone& intensity, const
             out->saturation[k] = saturationOf(spreadOf(c), intensityOf(c));
         }
     });
-    intensity.apply(parts.intensity.values, count);
-    saturation.apply(parts.saturation.values, count);
+    apply(intensity, parts.intensity, count, unasked);
+    apply(saturation, parts.saturation, count, unasked);
     onBestSet([count, in = &parts, out = &colours](auto) {
         for (int k = 0; k < count; ++k)
             put(*out, k, withHueKept(at(*out, k), in->intensity[k], in->saturation[k]));
@@ -51,8 +70,9 @@ void changeColours(ColourBlock& colours, int count, const Tone& intensity, const
 }
 
 void changeColours(ColourBlock& colours, int count, const Tone& intensity, const Tone& saturation,
-                   const Tone& hue, Greys greys) {
+                   const Tone& hue, Greys greys, Unasked* unasked) {
     Parts parts;
+    clear(unasked);
     BlockValues spreads;
     onBestSet([count, in = &colours, out = &parts, spread = spreads.values](auto) {
         for (int k = 0; k < count; ++k) {
@@ -63,9 +83,9 @@ void changeColours(ColourBlock& colours, int count, const Tone& intensity, const
             out->turn[k] = turnOf(c);
         }
     });
-    intensity.apply(parts.intensity.values, count);
-    saturation.apply(parts.saturation.values, count);
-    hue.apply(parts.turn.values, count);
+    apply(intensity, parts.intensity, count, unasked);
+    apply(saturation, parts.saturation, count, unasked);
+    apply(hue, parts.turn, count, unasked);
     onBestSet([count, greys, in = &parts, out = &colours, spread = spreads.values](auto) {
         const float least = greys == Greys::Stay ? 0.0f : -1.0f;
         for (int k = 0; k < count; ++k) {

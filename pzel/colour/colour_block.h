@@ -26,6 +26,11 @@ class Tone {
     virtual ~Tone() = default;
     /// Changes `count` values, at most kPixelBlock, in place.
     virtual void apply(float* values, int count) const = 0;
+    /// The same without asking the host, which is not called on other threads than its own: values that only
+    /// it can tell become no numbers.
+    virtual void applyUnasked(float* values, int count) const { apply(values, count); }
+    /// Whether there are more such values than others.
+    virtual bool asksHost() const { return false; }
 };
 
 /// A change of hues that knows them as angles.
@@ -41,12 +46,20 @@ class HueTone : public Tone {
 /// Whether a tone that gives grey some saturation makes it red.
 enum class Greys { Stay, Follow };
 
-/// Changes intensity and saturation; hue stays, and so does grey.
-void changeColours(ColourBlock& colours, int count, const Tone& intensity, const Tone& saturation);
+/// Which colours of a block only the host can change.
+struct Unasked {
+    bool any = false;
+    bool at[kPixelBlock];
+};
+
+/// Changes intensity and saturation; hue stays, and so does grey. With `unasked` the host is not asked: it
+/// tells the colours that are not what they should be therefore.
+void changeColours(ColourBlock& colours, int count, const Tone& intensity, const Tone& saturation,
+                   Unasked* unasked = nullptr);
 
 /// Changes all three.
 void changeColours(ColourBlock& colours, int count, const Tone& intensity, const Tone& saturation,
-                   const Tone& hue, Greys greys);
+                   const Tone& hue, Greys greys, Unasked* unasked = nullptr);
 
 /// Puts values through a window in place; one that is not on leaves them alone.
 template <class Window>

@@ -27,6 +27,7 @@ struct BakedValue {
     const Zel::Remapper* remapper;  // null: identity
     int channel;
 
+    bool staysOnThread() const { return remapper; }
     T operator()(T v) const {
         const double range = double(from.high) - double(from.low), target = double(to.high) - double(to.low);
         if (!remapper) {
@@ -84,13 +85,16 @@ void BakeChannel(Image* image, int channel, const Zel::Remapper* remapper, unsig
 
 /// A remapper's curve for one channel, asked value by value; `unit` is what it takes for 1.
 struct Curve {
+    Curve(const Zel::Remapper* asked, int ofChannel, float one)
+        : remapper(asked), channel(ofChannel), unit(one), on(!asked->IsIdentity(ofChannel)) {}
     void apply(float* values, int count) const {
         for (int i = 0; i < count; ++i) values[i] = remapper->Remap(values[i] / unit, channel) * unit;
     }
-    bool isOn() const { return !remapper->IsIdentity(channel); }
+    bool isOn() const { return on; }
     const Zel::Remapper* remapper;
     int channel;
     float unit;
+    bool on;
 };
 
 /// Of intensity or saturation.
@@ -99,6 +103,7 @@ struct AskedTone final : Tone {
     void apply(float* values, int count) const override {
         if (curve.isOn()) curve.apply(values, count);
     }
+    bool asksHost() const override { return curve.isOn(); }
     Curve curve;
 };
 
@@ -110,6 +115,7 @@ struct AskedHue final : HueTone {
         if (curve.isOn()) curve.apply(angles, count);
         applyWindow(window, angles, count);
     }
+    bool asksHost() const override { return curve.isOn(); }
     HueWindow window;
     Curve curve;
 };
@@ -121,6 +127,11 @@ struct BakedTone final : Tone {
         applyWindow(window, values, count);
         curve.apply(values, count);
     }
+    void applyUnasked(float* values, int count) const override {
+        applyWindow(window, values, count);
+        curve.applyUnasked(values, count);
+    }
+    bool asksHost() const override { return curve.asksHost(); }
     UnitWindow window;
     const Tone& curve;
 };
@@ -140,28 +151,114 @@ class QuickTone {
     std::optional<SampledTone> sampled;
 };
 
-/// Three channels through a change of their normalised colours, in place; channel 0 is red here.
-template <class T, class Change>
-void BakeColours(Image* image, const HsiLevels<T>& levels, const Change& change) {
-    const auto bake = [&](const auto& reds, const auto& greens, const auto& blues) {
-        onBestSet([=, &change, width = image->width, height = image->height](auto set) {
-            const HsiLevels<T> local = levels;
+/// Pixels that wait for the host, a bit for each; rows share no byte.
+class Waiting {
+  public:
+    Waiting(int width, int height)
+        : rowBytes(std::size_t(width + 7) / 8), bits(rowBytes * std::size_t(height)) {}
+    void add(int x, int y) {
+        std::uint8_t& eight = bits[rowBytes * std::size_t(y) + std::size_t(x) / 8];
+        eight = std::uint8_t(eight | 1 << x % 8);
+    }
+    /// Calls f(x, y) with each of them.
+    template <class F>
+    void visit(const F& f) const {
+        for (std::size_t i = 0; i < bits.size(); ++i)
+            for (int bit = 0; bits[i] >> bit; ++bit)
+                if (bits[i] >> bit & 1) f(int(i % rowBytes) * 8 + bit, int(i / rowBytes));
+    }
+
+  private:
+    std::size_t rowBytes;
+    std::vector<std::uint8_t> bits;
+};
+
+/// Three channels through a change of their normalised colours, in place; channel 0 is red here. The change
+/// is change(colours, count, unasked) as changeColours has it. Where it need not ask the host for most
+/// colours, several threads change the others, and the calling one changes what is left.
+template <class T>
+class ColourBaking {
+  public:
+    ColourBaking(Image* of, const HsiLevels<T>& how) : image(of), levels(how) {}
+
+    template <class Change>
+    void run(bool asksHost, const Change& change) const {
+        const std::int64_t elements = 3 * std::int64_t(GetImageSize(image));
+        const Ranges ranges(image->height, elements, Effort::Computing,
+                            asksHost || !rowsStandApart(*image) ? 1 : kMostRanges);
+        Waiting waiting(ranges.size() > 1 ? image->width : 0, image->height);
+        withThreePlanes<T, T>(*image, 0, 0, [&](const auto&... channels) {
+            if (ranges.size() == 1) return changeRows(0, image->height, nullptr, change, channels...);
+            ranges.run(
+                [&](int, int first, int end) { changeRows(first, end, &waiting, change, channels...); });
+            changeWaiting(waiting, change, channels...);
+        });
+    }
+
+  private:
+    template <class Change, class Rows>
+    void changeRows(int first, int end, Waiting* waiting, const Change& change, const Rows& reds,
+                    const Rows& greens, const Rows& blues) const {
+        onBestSet([=, &change, all = levels, width = int(image->width)](auto set) {
+            const HsiLevels<T> local = all;
             ColourBlock c;
-            const auto bakeBlock = [&](auto& block, int x, int y, int count) {
+            Unasked unasked;
+            const auto changeBlock = [&](auto& block, int x, int y, int count) {
                 for (int i = 0; i < count; ++i) c.red[i] = local.normalised(0, block.first[i]);
                 for (int i = 0; i < count; ++i) c.green[i] = local.normalised(1, block.second[i]);
                 for (int i = 0; i < count; ++i) c.blue[i] = local.normalised(2, block.third[i]);
-                change(c, count);
-                for (int i = 0; i < count; ++i) block.first[i] = local.value(0, c.red[i]);
-                for (int i = 0; i < count; ++i) block.second[i] = local.value(1, c.green[i]);
-                for (int i = 0; i < count; ++i) block.third[i] = local.value(2, c.blue[i]);
+                change(c, count, waiting ? &unasked : nullptr);
+                if (!unasked.any) {
+                    for (int i = 0; i < count; ++i) block.first[i] = local.value(0, c.red[i]);
+                    for (int i = 0; i < count; ++i) block.second[i] = local.value(1, c.green[i]);
+                    for (int i = 0; i < count; ++i) block.third[i] = local.value(2, c.blue[i]);
+                } else {
+                    const auto keep = [&](int k, auto* values, const BlockValues& changed) {
+                        for (int i = 0; i < count; ++i) {
+                            const T value = local.value(k, changed[i]);
+                            values[i] = unasked.at[i] ? values[i] : value;
+                        }
+                    };
+                    keep(0, +block.first, c.red);
+                    keep(1, +block.second, c.green);
+                    keep(2, +block.third, c.blue);
+                    for (int i = 0; i < count; ++i)
+                        if (unasked.at[i]) waiting->add(x + i, y);
+                }
                 block.store(set, x, y, count);
             };
-            forEachBlock(set, reds, greens, blues, 0, width, height, bakeBlock);
+            forEachBlock(set, reds, greens, blues, {0, width, first, end}, changeBlock);
         });
-    };
-    withThreePlanes<T, T>(*image, 0, 0, bake);
-}
+    }
+
+    template <class Change, class Rows>
+    void changeWaiting(const Waiting& waiting, const Change& change, const Rows& reds, const Rows& greens,
+                       const Rows& blues) const {
+        ColourBlock c;
+        int xs[kPixelBlock], ys[kPixelBlock], count = 0;
+        const auto changeThese = [&] {
+            change(c, count, nullptr);
+            for (int i = 0; i < count; ++i) {
+                reds.row(ys[i])[xs[i]] = levels.value(0, c.red[i]);
+                greens.row(ys[i])[xs[i]] = levels.value(1, c.green[i]);
+                blues.row(ys[i])[xs[i]] = levels.value(2, c.blue[i]);
+            }
+            count = 0;
+        };
+        waiting.visit([&](int x, int y) {
+            c.red[count] = levels.normalised(0, reds.row(y)[x]);
+            c.green[count] = levels.normalised(1, greens.row(y)[x]);
+            c.blue[count] = levels.normalised(2, blues.row(y)[x]);
+            xs[count] = x;
+            ys[count++] = y;
+            if (count == kPixelBlock) changeThese();
+        });
+        if (count > 0) changeThese();
+    }
+
+    Image* image;
+    const HsiLevels<T>& levels;
+};
 
 /// A fifth of an 8-bit level, for intensity and saturation: together they change a channel by up to five
 /// times as much. A turn of hue changes it by up to three times as much.
@@ -181,14 +278,16 @@ void BakeJointly(Image* image, const Zel::Remapper* remapper) {
         saturation(levels.saturation(), *quickSaturation);
     const bool windowed = levels.hueLow() != levels.hueHigh();
     const HueWindow window(levels.hueLow(), levels.hueHigh(), windowed && !remapper->IsIdentity(5));
+    const ColourBaking<T> baking(image, levels);
+    const bool asks = intensity.asksHost() || saturation.asksHost();
     if (!window.isOn())
-        return BakeColours(image, levels, [&](ColourBlock& c, int count) {
-            changeColours(c, count, intensity, saturation);
+        return baking.run(asks, [&](ColourBlock& c, int count, Unasked* unasked) {
+            changeColours(c, count, intensity, saturation, unasked);
         });
     const AskedHue askedHue(window, remapper);
     const QuickTone hue(askedHue, sampled, circle);
-    BakeColours(image, levels, [&](ColourBlock& c, int count) {
-        changeColours(c, count, intensity, saturation, *hue, Greys::Follow);
+    baking.run(asks || (*hue).asksHost(), [&](ColourBlock& c, int count, Unasked* unasked) {
+        changeColours(c, count, intensity, saturation, *hue, Greys::Follow, unasked);
     });
 }
 

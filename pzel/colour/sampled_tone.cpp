@@ -75,8 +75,14 @@ SampledTone::SampledTone(const Tone& exact, const Domain& values) : tone(exact),
 }
 
 void SampledTone::apply(float* values, int count) const {
+    if (!isCrooked) return applyUnasked(values, count);
     float given[kPixelBlock];
-    if (isCrooked) std::memcpy(given, values, sizeof(float) * std::size_t(count));
+    std::memcpy(given, values, sizeof(float) * std::size_t(count));
+    applyUnasked(values, count);
+    askCrooked(given, values, count);
+}
+
+void SampledTone::applyUnasked(float* values, int count) const {
     onBestSet([=, line = lines.data(), cells = int(lines.size()), circular = domain.isCircular,
                top = domain.top](auto set) {
         if (count <= 0) return;
@@ -90,7 +96,6 @@ void SampledTone::apply(float* values, int count) const {
             values[i] = v >= top ? v - top : v;
         }
     });
-    if (isCrooked) askCrooked(given, values, count);
 }
 
 void SampledTone::askCrooked(const float* given, float* values, int count) const {

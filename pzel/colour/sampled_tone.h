@@ -20,6 +20,7 @@ class SampledTone final : public Tone {
     /// `exact` stays the caller's. It is asked again for values near which it is too crooked.
     SampledTone(const Tone& exact, const Domain& values);
     void apply(float* values, int count) const override;
+    void applyUnasked(float* values, int count) const override;
 
   private:
     void askCrooked(const float* given, float* values, int count) const;

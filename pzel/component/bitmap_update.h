@@ -27,13 +27,25 @@ class Comp::BitmapUpdate {
           held(changed.BitmapBytes()),
           isOwn(changed.OwnsBitmap()) {}
 
+    /// Rows of bytes that will be written over whatever they hold.
+    struct Overwritten {
+        std::size_t start = 0, length = 0, step = 0, rows = 0;
+    };
+
     /// Memory for so many bytes: the bitmap itself where it holds them, else a new block that begins with the
-    /// bitmap's bytes and goes on with zeros.
-    unsigned char* Prepare(std::size_t bytes) {
+    /// bitmap's bytes and goes on with zeros, but where it will be overwritten.
+    unsigned char* Prepare(std::size_t bytes) { return Prepare(bytes, Overwritten()); }
+    unsigned char* Prepare(std::size_t bytes, const Overwritten& later) {
         if (comp.bitmap != nullptr && bytes <= held) return comp.bitmap;
         fresh.reset(static_cast<unsigned char*>(::operator new(bytes)));
         if (held > 0) std::memcpy(fresh.get(), comp.bitmap, held);
-        std::memset(fresh.get() + held, 0, bytes - held);
+        std::size_t clear = held;  // from here on
+        for (std::size_t row = 0; row < later.rows; ++row) {
+            const std::size_t begin = later.start + row * later.step;
+            if (begin > clear) std::memset(fresh.get() + clear, 0, begin - clear);
+            clear = std::max(clear, begin + later.length);
+        }
+        if (bytes > clear) std::memset(fresh.get() + clear, 0, bytes - clear);
         held = bytes;
         return fresh.get();
     }

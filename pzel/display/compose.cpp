@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <span>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "pzel/display/bitmap.h"
 #include "pzel/display/closing_edges.h"
 #include "pzel/display/draw.h"
+#include "pzel/loops/ranges.h"
 
 namespace pzel {
 
@@ -194,7 +196,16 @@ Corner CornerOf(Comp& comp) {
     return {comp.x + comp.bmpLeft + inFrontX, comp.y + comp.bmpTop + inFrontY};
 }
 
-void DrawComponent(Comp& comp, const Canvas& canvas, const SRect& area, signed char zoom, int bitsPerPixel) {
+/// A component's picture with its place in the area.
+struct Layer {
+    Comp* comp;
+    BitmapSource source;
+    int bits;
+    Extent extent;
+};
+
+/// Adds a component whose bitmap can be shown, computed where it is not.
+void AddLayer(std::vector<Layer>& layers, Comp& comp, const SRect& area, signed char zoom, int bitsPerPixel) {
     if (!comp.bitmap || (comp.flagsA & CompBitmapOutOfDate)) comp.ComputeBitmap(-1);
     const ShownBitmap shown = comp.GetShownBitmap();
     const bool fits = shown.bits == 1 || shown.bits == 8 || shown.bits == bitsPerPixel;
@@ -203,10 +214,18 @@ void DrawComponent(Comp& comp, const Canvas& canvas, const SRect& area, signed c
     if (KindOf(comp, shown.bits) == Kind::Boundary && shown.bitRows != 2) return;
     const Corner corner = CornerOf(comp);
     const Start x(corner.x - area.left, zoom), y(corner.y - area.top, zoom);
-    canvas.Draw(
-        comp,
-        {shown.pixels, shown.rowBytes, shown.width, shown.height, x.place, y.place, x.skipped, y.skipped},
-        shown.bits, ExtentOf(comp, shown));
+    const BitmapSource source{shown.pixels, shown.rowBytes, shown.width, shown.height,
+                              x.place,      y.place,        x.skipped,   y.skipped};
+    layers.push_back({&comp, source, shown.bits, ExtentOf(comp, shown)});
+}
+
+/// Rows of the destination that stay in a cache while all layers are drawn over them. Outlines are looked at
+/// whole.
+int RowsOfBand(const BitmapDestination& to, std::span<const Layer> layers) {
+    constexpr int bytes = 1 << 17;
+    const auto isBoundary = [](const Layer& one) { return KindOf(*one.comp, one.bits) == Kind::Boundary; };
+    if (layers.size() < 2 || std::any_of(layers.begin(), layers.end(), isBoundary)) return to.height;
+    return std::clamp(bytes / std::max(std::abs(to.rowBytes), 1), 1, to.height);
 }
 
 }  // namespace
@@ -227,6 +246,25 @@ void ComposeMovie(Movie* movie, const BitmapDestination& destination, const SRec
     const auto hiding =
         std::find_if(shown.rbegin(), shown.rend(), [&](Comp* comp) { return pzel::HidesAll(*comp, area); });
     if (hiding != shown.rend()) shown.erase(shown.begin(), hiding.base() - 1);
-    const pzel::Canvas canvas(part, bitsPerPixel, zoom, overlayColours);
-    for (Comp* comp : shown) pzel::DrawComponent(*comp, canvas, area, zoom, bitsPerPixel);
+    std::vector<pzel::Layer> layers;
+    for (Comp* comp : shown) pzel::AddLayer(layers, *comp, area, zoom, bitsPerPixel);
+    const int rows = pzel::RowsOfBand(part, layers), bands = (part.height + rows - 1) / rows;
+    const auto drawBands = [&](int first, int end) {
+        for (int top = first * rows; top < std::min(end * rows, part.height); top += rows) {
+            BitmapDestination band = part;
+            band.pixels += std::ptrdiff_t(top) * part.rowBytes;
+            band.height = std::min(rows, part.height - top);
+            const pzel::Canvas canvas(band, bitsPerPixel, zoom, overlayColours);
+            for (pzel::Layer layer : layers) {
+                layer.source.y -= top;
+                canvas.Draw(*layer.comp, layer.source, layer.bits, layer.extent);
+            }
+        }
+    };
+    const std::int64_t rowBits = std::int64_t(bitsPerPixel) * part.width;
+    if (bands > 1 && 8 * std::abs(std::int64_t(part.rowBytes)) >= rowBits)
+        pzel::forRanges(bands, rowBits / 8 * part.height * std::int64_t(layers.size()), pzel::Effort::Moving,
+                        drawBands);
+    else
+        drawBands(0, bands);
 }

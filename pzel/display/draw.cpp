@@ -3,16 +3,20 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "pzel/display/pixel_ops.h"
 #include "pzel/display/zoomed_rows.h"
+#include "pzel/loops/ranges.h"
 
 namespace pzel {
 
 namespace {
+
+constexpr int kMostCopies = 32;  // of the lines that a source is unpacked into
 
 constexpr auto kGreys = [] {
     std::array<BgrColour, 256> greys{};
@@ -20,14 +24,25 @@ constexpr auto kGreys = [] {
     return greys;
 }();
 
+/// Each range of rows has rows of its own, as they keep the one that they have loaded.
 template <class Rows, class Operation>
 void DrawRows(const Placement& place, Rows rows, const Operation& operation) {
-    std::int64_t loaded = -1;
-    for (int i = 0; i < place.y.count; ++i) {
-        const std::int64_t y = place.y.source(i);
-        if (y != loaded) rows.load(loaded = y);
-        operation(place.destinationRow(i), place.x.begin, rows.line(place.y.phase(i)), place.x.count);
-    }
+    const auto drawRange = [&](Rows& own, int first, int end) {
+        std::int64_t loaded = -1;
+        for (int i = first; i < end; ++i) {
+            const std::int64_t y = place.y.source(i);
+            if (y != loaded) own.load(loaded = y);
+            operation(place.destinationRow(i), place.x.begin, own.line(place.y.phase(i)), place.x.count);
+        }
+    };
+    const std::int64_t pixels = std::int64_t(place.x.count) * place.y.count;
+    const std::int64_t rowBits = std::int64_t(Operation::kPixelBits) * (place.x.begin + place.x.count);
+    const bool apart = 8 * std::abs(std::int64_t(place.destination.rowBytes)) >= rowBits;
+    const Ranges ranges(place.y.count, pixels * std::int64_t(sizeof(typename Rows::Pixel)), Rows::kEffort,
+                        apart ? kMostCopies : 1);
+    if (ranges.size() == 1) return drawRange(rows, 0, place.y.count);
+    std::vector<Rows> copies(std::size_t(ranges.size()), rows);
+    ranges.run([&](int range, int first, int end) { drawRange(copies[std::size_t(range)], first, end); });
 }
 
 /// Opaque pixels are written, others blended.

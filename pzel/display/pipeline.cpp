@@ -30,6 +30,15 @@ std::size_t RowBytes(int width, int rowBytes, int bits) {
     return std::max<std::size_t>(std::size_t(rowBytes), (std::size_t(bits) * std::size_t(width) + 7) / 8);
 }
 
+/// Whether MapData writes every pixel of a rectangle.
+bool IsMappedWhole(const Image& image, int x, int y, int width, int height) {
+    const int type = GetDataType(&image);
+    const bool isShown =
+        type == DataUInt8 || type == DataInt8 || type == DataUInt16 || type == DataInt16 || type == DataFloat;
+    return image.data && isShown && (image.channels == 1 || image.channels == 3) && x >= 0 && y >= 0 &&
+           x + width <= image.width && y + height <= image.height;
+}
+
 const unsigned char* TableOf(const Comp& comp) {
     return comp.remapper ? comp.remapper->GetLookupTable() : nullptr;
 }
@@ -211,10 +220,14 @@ void Comp::ComputeImageBmp(int) {
     const std::size_t start = StartOffset(update.rowBytes, update.bits, update.left, update.top);
     const std::size_t row = RowBytes(update.width, update.rowBytes, update.bits);
     const std::size_t declared = std::size_t{update.rowBytes} * update.height + row - update.rowBytes;
-    unsigned char* dst = update.Prepare(start + declared) + start;
     const std::size_t pixelBytes = image->channels == 3 && channelMode == 0 ? 3 : 1;
-    MapData(dst, update.rowBytes, static_cast<unsigned short>(std::min<std::size_t>(w, row / pixelBytes)),
-            std::min(h, update.height), image, x0, y0, TableOf(*this), channelMode);
+    const auto shownWidth = static_cast<unsigned short>(std::min<std::size_t>(w, row / pixelBytes));
+    const auto shownHeight = std::min(h, update.height);
+    BitmapUpdate::Overwritten written;
+    if (IsMappedWhole(*image, x0, y0, shownWidth, shownHeight))
+        written = {start, shownWidth * pixelBytes, update.rowBytes, shownHeight};
+    unsigned char* dst = update.Prepare(start + declared, written) + start;
+    MapData(dst, update.rowBytes, shownWidth, shownHeight, image, x0, y0, TableOf(*this), channelMode);
     update.Commit();
     flagsA &= static_cast<std::uint16_t>(~CompBitmapOutOfDate);
 }

@@ -20,6 +20,7 @@ static_assert(sizeof(BgrColour) == 3, "a colour is a pixel of a 24-bit row");
 /// Copies pixels.
 template <class Pixel>
 struct WritePixels {
+    static constexpr int kPixelBits = 8 * sizeof(Pixel);
     void operator()(std::uint8_t* row, int x, const Pixel* line, int count) const {
         std::memcpy(row + std::ptrdiff_t(x) * sizeof(Pixel), line, count * sizeof(Pixel));
     }
@@ -28,6 +29,7 @@ struct WritePixels {
 /// Blends pixels, which are runs of bytes to it.
 template <class Pixel>
 struct BlendPixels {
+    static constexpr int kPixelBits = 8 * sizeof(Pixel);
     Blend blend;
     void operator()(std::uint8_t* row, int x, const Pixel* line, int count) const {
         std::uint8_t* to = row + std::ptrdiff_t(x) * sizeof(Pixel);
@@ -42,6 +44,7 @@ struct BlendPixels {
 /// to nothing. `line` holds as many pixels as the longest run.
 template <class Pixel, class Operation>
 struct WhereCovered {
+    static constexpr int kPixelBits = Operation::kPixelBits;
     const Pixel* line;
     Operation operation;
     void operator()(std::uint8_t* row, int x, const Cover* cover, int count) const {
@@ -70,6 +73,7 @@ inline std::uint8_t packByte(const Cover* cover) {
 /// Packs cover into a row of bits; Add keeps the bits that are set.
 template <BitRule rule>
 struct PackBits {
+    static constexpr int kPixelBits = 1;
     void operator()(std::uint8_t* row, int x, const Cover* cover, int count) const {
         row += x / 8;
         for (int bit = x % 8; count > 0; bit = 0) {

@@ -6,6 +6,7 @@
 #include "pzel/image/plane.h"
 #include "pzel/loops/instruction_set.h"
 #include "pzel/loops/pixel_blocks.h"
+#include "pzel/loops/ranges.h"
 #include "pzel/loops/shuffle.h"
 
 namespace pzel {
@@ -49,14 +50,14 @@ Three<Vector> loadPixels(const StridedRows<A, 3>& a, const StridedRows<B, 3>&, c
                  loadVector<Vector>(pixels + 2 * sizeof(Vector)));
 }
 
-/// Runs a rule over as many pixels of each row as fill vectors, and tells how many.
+/// Runs a rule over as many pixels of each row from `top` to `bottom` as fill vectors, and tells how many.
 template <InstructionSet set, class RowsA, class RowsB, class Rule>
 int mapVectors(SetConstant<set>, const RowsA& a, const RowsB& b, const RowsB& c,
-               const ContiguousRows<std::uint8_t>& out, int width, int height, const Rule& rule) {
+               const ContiguousRows<std::uint8_t>& out, int width, int top, int bottom, const Rule& rule) {
     using Vector = typename VectorsOf<set>::Bytes;
     constexpr int step = sizeof(Vector);
     const auto onVectors = rule.onVectors();
-    for (int y = 0; y < height; ++y) {
+    for (int y = top; y < bottom; ++y) {
         for (int x = 0; x + step <= width; x += step) {
             const auto in = loadPixels<Vector>(a, b, c, x, y);
             const auto shown = onVectors(in.a, in.b, in.c);
@@ -74,23 +75,30 @@ int mapVectors(SetConstant<set>, const RowsA& a, const RowsB& b, const RowsB& c,
 template <class RowsA, class RowsB, class Rule>
 void mapPixelRows(const RowsA& a, const RowsB& b, const RowsB& c, const ContiguousRows<std::uint8_t>& out,
                   int width, int height, const Rule& rule) {
-    const auto loop = [=](auto set) {
-        const Rule local = rule;
-        int done = 0;
+    const auto mapRange = [&](int first, int end) {
+        const auto loop = [=](auto set) {
+            const Rule local = rule;
+            int done = 0;
 #if PZEL_X86_SETS
-        if constexpr (MapsVectors<Rule> && hasVectors<set>)
-            done = mapVectors(set, a, b, c, out, width, height, local);
+            if constexpr (MapsVectors<Rule> && hasVectors<set>)
+                done = mapVectors(set, a, b, c, out, width, first, end, local);
 #endif
-        BgrBlock block;
-        forEachBlock(set, a, b, c, done, width, height, [&](const auto& in, int x, int y, int count) {
-            local(set, +in.first, +in.second, +in.third, count, block);
-            interleave(set, block.blue, block.green, block.red, out.row(y) + 3 * x, count);
-        });
+            BgrBlock block;
+            const BlockArea area{done, width, first, end};
+            forEachBlock(set, a, b, c, area, [&](const auto& in, int x, int y, int count) {
+                local(set, +in.first, +in.second, +in.third, count, block);
+                interleave(set, block.blue, block.green, block.red, out.row(y) + 3 * x, count);
+            });
+        };
+        if constexpr (isRare<Rule>)
+            loop(SetConstant<InstructionSet::Baseline>());
+        else
+            onBestSet(loop);
     };
-    if constexpr (isRare<Rule>)
-        loop(SetConstant<InstructionSet::Baseline>());
+    if (standApart(out, 3 * std::ptrdiff_t(width)))
+        forRanges(height, 3 * std::int64_t(width) * height, Effort::Computing, mapRange);
     else
-        onBestSet(loop);
+        mapRange(0, height);
 }
 
 }  // namespace pzel

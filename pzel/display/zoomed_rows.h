@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "pzel/display/placement.h"
+#include "pzel/loops/ranges.h"
 
 namespace pzel {
 
@@ -66,6 +67,7 @@ template <class PixelType>
 class PixelRows {
   public:
     using Pixel = PixelType;
+    static constexpr Effort kEffort = Effort::Moving;
     explicit PixelRows(const Placement& place)
         : place_(place), zoomed_(place.x.oneToOne() ? 0 : place.x.count) {}
     void load(std::int64_t y) {
@@ -85,6 +87,7 @@ class PixelRows {
 class MaskRows {
   public:
     using Pixel = Cover;
+    static constexpr Effort kEffort = Effort::Computing;
     explicit MaskRows(const Placement& place)
         : place_(place),
           bits_(std::size_t(place.x.sourceCount())),
@@ -105,6 +108,7 @@ class MaskRows {
 class BoundaryRows {
   public:
     using Pixel = Cover;
+    static constexpr Effort kEffort = Effort::Computing;
     explicit BoundaryRows(const Placement& place)
         : place_(place),
           blocks_(std::size_t(place.x.sourceCount())),
@@ -162,6 +166,7 @@ template <class PixelType, class Rows, class Rule>
 class ColouredRows {
   public:
     using Pixel = PixelType;
+    static constexpr Effort kEffort = Effort::Computing;
     ColouredRows(const Placement& place, const Rule& rule)
         : rows_(place), rule_(rule), line_(place.x.count) {}
     void load(std::int64_t y) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <type_traits>
 
 #include "pzel/image/image.h"
@@ -17,6 +18,15 @@ struct PlaneSteps {
 
 inline PlaneSteps planeSteps(const Image& image) {
     return {IsInterleaved(&image) ? image.channels : 1, image.rowBytes};
+}
+
+/// Whether the rows of an image, as its shape has them, share no byte: their length may be a host's, or cut
+/// to 16 bits.
+inline bool rowsStandApart(const Image& image) {
+    const std::int64_t element = DataBytes(image.dataType);
+    const std::int64_t channels = IsInterleaved(&image) ? image.channels : 1;
+    const std::int64_t bytes = element ? element * image.width : (image.width + 7) / 8;
+    return image.rowBytes >= channels * bytes;
 }
 
 /// Calls f with the rows of a channel from pixel (x, y) on, read or written as T; `bool` stands for bits. An

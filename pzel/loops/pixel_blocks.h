@@ -57,15 +57,19 @@ class PixelBlocks<StridedRows<A, 3>, StridedRows<B, 3>> {
     StridedRows<A, 3> rows;
 };
 
-/// Calls use(blocks, x, y, count) for every block of a rectangle from column `first` on, loaded: `count`
-/// pixels from (x, y) on.
+/// From `left` to `right` and from `top` to `bottom`, the ends left out.
+struct BlockArea {
+    int left, right, top, bottom;
+};
+
+/// Calls use(blocks, x, y, count) for every block of an area, loaded: `count` pixels from (x, y) on.
 template <class Set, class RowsA, class RowsB, class Use>
-void forEachBlock(Set set, const RowsA& a, const RowsB& b, const RowsB& c, int first, int width, int height,
+void forEachBlock(Set set, const RowsA& a, const RowsB& b, const RowsB& c, const BlockArea& area,
                   const Use& use) {
     PixelBlocks<RowsA, RowsB> blocks(a, b, c);
-    for (int y = 0; y < height; ++y) {
-        for (int x = first; x < width; x += kPixelBlock) {
-            const int count = width - x < kPixelBlock ? width - x : kPixelBlock;
+    for (int y = area.top; y < area.bottom; ++y) {
+        for (int x = area.left; x < area.right; x += kPixelBlock) {
+            const int count = area.right - x < kPixelBlock ? area.right - x : kPixelBlock;
             blocks.load(set, x, y, count);
             use(blocks, x, y, count);
         }

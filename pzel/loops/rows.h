@@ -5,10 +5,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <type_traits>
 
 #include "pzel/loops/instruction_set.h"
 #include "pzel/loops/narrow.h"
+#include "pzel/loops/ranges.h"
 #include "pzel/loops/shuffle.h"
 
 namespace pzel {
@@ -123,23 +125,59 @@ bool areOneRow(const ContiguousRows<T>& rows, int width, int height) {
     return rows.rowStep == std::ptrdiff_t(sizeof(T)) * width && std::int64_t(width) * height < 1 << 30;
 }
 
+/// Whether no two rows of `width` elements share a byte, so that they may be written at the same time.
+template <class T>
+bool standApart(const ContiguousRows<T>& rows, std::ptrdiff_t width) {
+    return std::abs(rows.rowStep) >= std::ptrdiff_t(sizeof(T)) * width;
+}
+template <class T, int Step>
+bool standApart(const StridedRows<T, Step>& rows, std::ptrdiff_t width) {
+    return standApart(rows.rows, width * std::abs(rows.pixelStep));
+}
+template <class Byte>
+bool standApart(const BitRows<Byte>& rows, std::ptrdiff_t width) {
+    return 8 * std::abs(rows.rowStep) >= rows.firstBit + width;
+}
+
+/// A rule that may not leave the calling thread: rule.staysOnThread() tells whether it asks the host.
+template <class Rule>
+concept AsksHost = requires(const Rule& rule) {
+    rule.staysOnThread();
+};
+
+template <class Rule>
+bool mayLeaveThread(const Rule& rule) {
+    if constexpr (AsksHost<Rule>) return !rule.staysOnThread();
+    return true;
+}
+
 /// Runs a rule over a rectangle: out[x] = rule(in[x]).
 template <class In, class Out, class Rule>
 void mapRows(const In& in, const Out& out, int width, int height, const Rule& rule) {
-    if constexpr (isContiguous<In> && isContiguous<Out>) {
-        if (areOneRow(in, width, height) && areOneRow(out, width, height) && height > 0) {
-            width *= height;
-            height = 1;
+    constexpr bool sideBySide = isContiguous<In> && isContiguous<Out>;
+    const auto mapRange = [&](int first, int end) {
+        int length = width;
+        if constexpr (sideBySide) {
+            if (areOneRow(in, width, end - first) && areOneRow(out, width, end - first) && first < end) {
+                length = width * (end - first);
+                end = first + 1;
+            }
         }
-    }
-    const auto loop = [=](auto set) {
-        const Rule local = rule;  // out of reach of the bytes that are written
-        for (int y = 0; y < height; ++y) mapLine(set, local, in.row(y), out.row(y), width);
+        const auto loop = [=](auto set) {
+            const Rule local = rule;  // out of reach of the bytes that are written
+            for (int y = first; y < end; ++y) mapLine(set, local, in.row(y), out.row(y), length);
+        };
+        if constexpr (sideBySide && !isRare<Rule>)
+            onBestSet(loop);
+        else
+            loop(SetConstant<InstructionSet::Baseline>());
     };
-    if constexpr (isContiguous<In> && isContiguous<Out> && !isRare<Rule>)
-        onBestSet(loop);
+    constexpr Effort effort =
+        sideBySide && !isRare<Rule> && !LooksUp<Rule> ? Effort::Moving : Effort::Computing;
+    if (standApart(out, width) && mayLeaveThread(rule))
+        forRanges(height, std::int64_t(width) * height, effort, mapRange);
     else
-        loop(SetConstant<InstructionSet::Baseline>());
+        mapRange(0, height);
 }
 
 }  // namespace pzel

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "pzel/image/bound_array.h"
 #include "pzel/image/bound_entries.h"
 #include "pzel/image/plane.h"
 #include "pzel/loops/saturate.h"
@@ -177,15 +178,22 @@ void ConvertBlock(Block& block, Model from, Model to) {
 void convertColourModel(const Image& src, Image& dst, const CopyArea& area) {
     const bool byBounds = GetDataType(&src) != GetDataType(&dst);
     const Side from{src, ModelOf(src), byBounds}, to{dst, ModelOf(dst), byBounds};
-    Block block;
-    for (int y = 0; y < area.height; ++y) {
-        for (int x = 0; x < area.width; x += kBlock) {
-            block.count = std::min(kBlock, area.width - x);
-            from.load(block, area.srcX + x, area.srcY + y);
-            ConvertBlock(block, from.model, to.model);
-            to.store(block, area.dstX + x, area.dstY + y);
+    const auto convertRange = [&](int first, int end) {
+        Block block;
+        for (int y = first; y < end; ++y) {
+            for (int x = 0; x < area.width; x += kBlock) {
+                block.count = std::min(kBlock, area.width - x);
+                from.load(block, area.srcX + x, area.srcY + y);
+                ConvertBlock(block, from.model, to.model);
+                to.store(block, area.dstX + x, area.dstY + y);
+            }
         }
-    }
+    };
+    // Pairs are read for each block: their arrays are there before several threads ask for them.
+    if (byBounds)
+        for (Image* image : {const_cast<Image*>(&src), &dst}) CheckBoundArray(image);
+    if (!rowsStandApart(dst)) return convertRange(0, area.height);
+    forRanges(area.height, 3 * std::int64_t(area.width) * area.height, Effort::Computing, convertRange);
 }
 
 }  // namespace pzel

@@ -292,14 +292,20 @@ void ChangeLayout(const Image& src, const Image& dst, const CopyArea& area) {
     const int width = area.width, height = area.height;
     withThreePlanes<const U, const U>(src, area.srcX, area.srcY, [&]<class In>(In a, In b, In c) {
         withThreePlanes<U, U>(dst, area.dstX, area.dstY, [&]<class Out>(Out x, Out y, Out z) {
-            onBestSet([=](auto set) {
-                for (int row = 0; row < height; ++row) {
-                    if constexpr (isContiguous<In> && !isContiguous<Out>)
-                        interleave(set, a.row(row), b.row(row), c.row(row), &x.row(row)[0], width);
-                    else if constexpr (isContiguous<Out> && !isContiguous<In>)
-                        deinterleave(set, &a.row(row)[0], x.row(row), y.row(row), z.row(row), width);
-                }
-            });
+            const auto changeRange = [&](int first, int end) {
+                onBestSet([=](auto set) {
+                    for (int row = first; row < end; ++row) {
+                        if constexpr (isContiguous<In> && !isContiguous<Out>)
+                            interleave(set, a.row(row), b.row(row), c.row(row), &x.row(row)[0], width);
+                        else if constexpr (isContiguous<Out> && !isContiguous<In>)
+                            deinterleave(set, &a.row(row)[0], x.row(row), y.row(row), z.row(row), width);
+                    }
+                });
+            };
+            if (rowsStandApart(dst))
+                forRanges(height, 3 * std::int64_t(width) * height, Effort::Moving, changeRange);
+            else
+                changeRange(0, height);
         });
     });
 }

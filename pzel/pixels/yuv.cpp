@@ -2,9 +2,11 @@
 #include "pzel/pixels/yuv.h"
 
 #include <cassert>
+#include <cstdint>
 
 #include "pzel/image/lifecycle.h"
 #include "pzel/image/plane.h"
+#include "pzel/loops/ranges.h"
 #include "pzel/platform/show_message.h"
 
 namespace {
@@ -35,6 +37,25 @@ void ConvertRow(const Row& in0, const Row& in1, const Row& in2, float* const (&o
     }
 }
 
+/// Whether the channels of a float image and its pixels share no byte.
+bool ChannelsStandApart(const Image* image) {
+    if (image->channels != 3) return false;
+    return IsInterleaved(image) || GetImageBytes(image) >= sizeof(float) * std::size_t(GetImageSize(image));
+}
+
+/// All pixels of an image, by rows: convert(first, count). One range where results depend on the order.
+template <class F>
+void ForPixels(const Image* image, bool standApart, F&& convert) {
+    const std::size_t width = image->width;
+    const auto range = [&](int first, int end) {
+        convert(width * std::size_t(first), width * std::size_t(end - first));
+    };
+    if (standApart)
+        pzel::forRanges(image->height, 3 * std::int64_t(GetImageSize(image)), pzel::Effort::Computing, range);
+    else
+        range(0, image->height);
+}
+
 /// Calls f with the transform of a direction; not at all for unknown ones.
 template <class F>
 void WithTransform(int direction, F&& f) {
@@ -56,8 +77,13 @@ int ConvertElements(Image* dst, Image* src, int direction) {
         in[c] = {reinterpret_cast<const T*>(GetImageData(src, c)), step};
         out[c] = reinterpret_cast<float*>(GetImageData(dst, c));
     }
+    const bool standApart = IsInterleaved(src) == IsInterleaved(dst) && ChannelsStandApart(dst);
     WithTransform(direction, [&](auto transform) {
-        ConvertRow(in[0], in[1], in[2], out, step, GetImageSize(src), transform);
+        ForPixels(src, standApart, [&](std::size_t first, std::size_t count) {
+            const auto at = std::ptrdiff_t(first);
+            float* const start[] = {out[0] + at * step, out[1] + at * step, out[2] + at * step};
+            ConvertRow(in[0] + at, in[1] + at, in[2] + at, start, step, count, transform);
+        });
     });
     return 0;
 }
@@ -113,8 +139,13 @@ int Conversion(Image* image, int direction) {
     if (!image->data || DataBytes(image->dataType) != room) return 0;
     float* planes[3];
     for (int c = 0; c < 3; ++c) planes[c] = reinterpret_cast<float*>(GetImageData(image, c));
+    // Interleaved channels are walked like planes, each over the next one.
+    const bool standApart = !IsInterleaved(image) && ChannelsStandApart(image);
     WithTransform(direction, [&](auto transform) {
-        ConvertRow(planes[0], planes[1], planes[2], planes, 1, GetImageSize(image), transform);
+        ForPixels(image, standApart, [&](std::size_t first, std::size_t count) {
+            float* const start[] = {planes[0] + first, planes[1] + first, planes[2] + first};
+            ConvertRow(start[0], start[1], start[2], start, 1, count, transform);
+        });
     });
     return 0;
 }

@@ -290,6 +290,13 @@ void addPluginRows(Table& table) {
         const Zel::MessageBoxHandler before = CALL(Zel::SetMessageBox, mine);
         HOLDS(CALL(Zel::SetMessageBox, before) == mine);
     });
+    table.never("SetRunner", [](World& w) {
+        const Zel::Runner mine = [](int count, Zel::Task task, void* work) {
+            while (count > 0) task(work, --count);
+        };
+        const Zel::Runner before = CALL(Zel::SetRunner, mine);
+        HOLDS(CALL(Zel::SetRunner, before) == mine);
+    });
 }
 
 }  // namespace fuzz

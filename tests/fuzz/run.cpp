@@ -4,18 +4,36 @@
 #include <algorithm>
 #include <cstdio>
 #include <new>
+#include <numeric>
 
 #include "pzel/loops/instruction_set.h"
+#include "pzel/loops/ranges.h"
 #include "tests/fuzz/rows.h"
 
 namespace {
 pzel::InstructionSet chosen = pzel::InstructionSet::Reference;
+std::uint64_t order = 0;  // of tasks
+
+/// Tasks in any order.
+void runShuffled(int count, Zel::Task task, void* work) {
+    std::array<int, pzel::kMostRanges> tasks;
+    std::iota(tasks.begin(), tasks.begin() + count, 0);
+    for (int i = count - 1; i > 0; --i) {
+        order = order * 6364136223846793005u + 1442695040888963407u;
+        std::swap(tasks[std::size_t(i)], tasks[(order >> 33) % std::uint64_t(i + 1)]);
+    }
+    for (int i = 0; i < count; ++i) task(work, tasks[std::size_t(i)]);
 }
+}  // namespace
 
 namespace pzel {
 // Stands for the library's own choice, which is made once for a process.
 InstructionSet instructionSet() {
     return chosen;
+}
+// So does this: the smallest calls are divided as well.
+int rangesThatPay(std::int64_t elements, Effort) {
+    return int(1 + (std::uint64_t(elements) + order) % 7);
 }
 }  // namespace pzel
 
@@ -38,6 +56,13 @@ Set bestSet() {
     return Set::Baseline;
 #endif
 }
+
+/// What two plays of a sequence differ in.
+struct Manner {
+    Set set;
+    u8 filling;      // of fresh memory
+    bool hasRunner;  // whether tasks run in any order
+};
 
 struct Play {
     std::string fault;
@@ -79,14 +104,16 @@ void playRecord(World& world, const Record& record, int index) {
     runRow(world, row);
 }
 
-Play playOnce(const Sequence& sequence, const Setting& setting, Set set, u8 filling, Counts* counts) {
-    chosen = set;
+Play playOnce(const Sequence& sequence, const Setting& setting, const Manner& manner, Counts* counts) {
+    chosen = manner.set;
+    order = sequence.size();
+    Zel::SetRunner(manner.hasRunner ? runShuffled : nullptr);
     Play result;
     const long blocks = test::liveBlocks(), objects = test::liveObjects(), tones = Tone::alive;
     long keptBlocks = 0;
     {
         result.digests.reserve(sequence.size());
-        const test::Filling fill(filling);
+        const test::Filling fill(manner.filling);
         World world(setting);
         for (std::size_t i = 0; i < sequence.size() && result.fault.empty(); ++i) {
             playRecord(world, sequence[i], int(i));
@@ -114,9 +141,9 @@ Play playOnce(const Sequence& sequence, const Setting& setting, Set set, u8 fill
 }
 
 /// What a process makes once and keeps is not lost: it is not made again.
-Play play(const Sequence& sequence, const Setting& setting, Set set, u8 filling, Counts* counts) {
-    Play result = playOnce(sequence, setting, set, filling, counts);
-    return result.left == 0 ? result : playOnce(sequence, setting, set, filling, nullptr);
+Play play(const Sequence& sequence, const Setting& setting, const Manner& manner, Counts* counts) {
+    Play result = playOnce(sequence, setting, manner, counts);
+    return result.left == 0 ? result : playOnce(sequence, setting, manner, nullptr);
 }
 
 std::string nameOf(const Sequence& sequence, std::size_t i) {
@@ -184,18 +211,22 @@ std::string judge(const Sequence& sequence, Counts& counts) {
     ++counts.sequences;
     Setting setting;
     setting.shortCuts = takesShortCutsTwice(sequence);
-    const Play one =
-        play(sequence, setting, setting.shortCuts ? Set::Baseline : Set::Reference, 0x55, &counts);
+    const Set plain = setting.shortCuts ? Set::Baseline : Set::Reference;
+    const Play one = play(sequence, setting, {plain, 0x55, false}, &counts);
     if (!one.fault.empty()) return nameOf(sequence, one.failed) + one.fault;
-    const Play other = play(sequence, setting, bestSet(), 0xAA, &counts);
+    const Play other = play(sequence, setting, {bestSet(), 0xAA, true}, &counts);
     if (!other.fault.empty()) return nameOf(sequence, other.failed) + other.fault;
     const auto [a, b] = std::mismatch(one.digests.begin(), one.digests.end(), other.digests.begin());
     if (a == one.digests.end()) return "";
     const auto at = std::size_t(a - one.digests.begin());
-    const Play set =
-        play(sequence, setting, setting.shortCuts ? Set::Baseline : Set::Reference, 0xAA, nullptr);
+    const auto isSame = [&](const Manner& manner) {
+        const Play again = play(sequence, setting, manner, nullptr);
+        return at < again.digests.size() && again.digests[at] == *a;
+    };
     return nameOf(sequence, at) + "differs by " +
-           (set.digests[at] == *a ? "instruction set" : "the contents of fresh memory");
+           (!isSame({plain, 0x55, true})    ? "the order of tasks"
+            : !isSame({plain, 0xAA, false}) ? "the contents of fresh memory"
+                                            : "instruction set");
 }
 
 std::string judgeRefusals(const Sequence& sequence, Counts& counts) {
@@ -204,7 +235,7 @@ std::string judgeRefusals(const Sequence& sequence, Counts& counts) {
         setting.refused = what;
         setting.refusedRecord = int(sequence.size()) - 1;
         for (setting.refusedRequest = 1;; ++setting.refusedRequest) {
-            const Play one = play(sequence, setting, bestSet(), 0x55, &counts);
+            const Play one = play(sequence, setting, {bestSet(), 0x55, true}, &counts);
             ++counts.refusals;
             if (!one.fault.empty())
                 return nameOf(sequence, one.failed) + one.fault + ", request " +
@@ -265,7 +296,7 @@ void print(std::ostream& out, const Sequence& sequence, bool refusals) {
     Setting setting;
     setting.shortCuts = takesShortCutsTwice(sequence);
     setting.story = &out;
-    playOnce(sequence, setting, bestSet(), 0x55, nullptr);
+    playOnce(sequence, setting, {bestSet(), 0x55, true}, nullptr);
     out << "}\n" << std::flush;
 }
 

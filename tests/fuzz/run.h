@@ -1,5 +1,6 @@
-// Sequences against their judges: each is played twice, with new blocks filled differently and on two
-// instruction sets, and gives the same; refusals of memory; shortening.
+// Sequences against their judges: each is played twice, with new blocks filled differently, on two
+// instruction sets, and with and without a runner that shuffles its tasks, and gives the same; refusals of
+// memory; shortening.
 #pragma once
 
 #include <functional>

@@ -1,8 +1,10 @@
 // Eight threads, each with movies of its own: what the library shares behind them must be guarded, and what
-// each of them shows must be what one thread alone shows. Meant to run under ThreadSanitizer; hunts tables
-// that are made twice, numbers that two names get, and a registry that loses movies.
+// each of them shows must be what one thread alone shows, also where each call is divided among further
+// threads. Meant to run under ThreadSanitizer; hunts tables that are made twice, numbers that two names get,
+// a registry that loses movies, and tasks that meet.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstring>
 #include <set>
 #include <string>
@@ -108,6 +110,73 @@ void run(Seen& seen) {
 }
 
 void silent(const char*) {}
+
+/// A runner with threads of its own for each call.
+void onThreads(int count, Zel::Task task, void* work) {
+    std::atomic<int> next = 0;
+    const auto take = [&] {
+        for (int i; (i = next++) < count;) task(work, i);
+    };
+    std::thread other(take);
+    take();
+    other.join();
+}
+
+/// What large calls make: maps, conversions, remapping, counts, a composition, events.
+Bytes large() {
+    constexpr int width = 700, height = 500;
+    Image ramp{};
+    ConstructImage(ramp, width, height, 3, nullptr, DataUInt8, true, true);
+    CheckDataArray(&ramp);
+    for (unsigned i = 0; i < GetImageTotalBytes(&ramp); ++i)
+        ramp.data[i] = static_cast<unsigned char>(i * 7 ^ i / 999);
+    Movie* const movie = new Movie;
+    Counting counting;
+    movie->AttachObserver(&counting);
+    Bent bent;
+    for (const int type : {DataUInt8, DataUInt16, DataFloat}) {
+        Comp* const comp = AllocComp(1);
+        Image* const image = comp->GetCurrentImage();
+        ConstructImage(*image, width, height, 3, nullptr, static_cast<unsigned short>(type),
+                       type != DataUInt16, true);
+        CheckDataArray(image);
+        CopyImage(&ramp, image, 0, 0, 0, 0, width, height, static_cast<unsigned short>(CopyBorderNone));
+        if (type == DataUInt8) ConvertAllDataToRGB(image, &bent);
+        if (type == DataUInt16) ConvertImage(image, &bent);
+        ComputeBound(image);
+        movie->AddChild(comp);
+        comp->SwitchMapingMode(type == DataFloat ? 3 : 0);
+        comp->SetOpacity(0.6f);
+        comp->Release();
+    }
+    Bytes shown(static_cast<std::size_t>(width) * height * 3);
+    ComposeMovie(movie, {shown.data(), width * 3, width, height}, {0, width - 1, 0, height - 1}, 1, nullptr,
+                 24);
+    Histogram counted(100);
+    counted.Add(movie->GetChildAt(2)->GetInternalComp()->GetCurrentImage());
+    counted.Add(&ramp);
+    const double sums[] = {counted.GetStatistics().sum, counted.GetStatistics().deviation};
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(sums);
+    shown.insert(shown.end(), bytes, bytes + sizeof sums);
+    shown.push_back(static_cast<unsigned char>(counting.updates));
+    movie->DetachObserver(&counting);
+    movie->Release();
+    CleanupImage(&ramp);
+    return shown;
+}
+
+TEST(Threads, LargeCallsInTasks) {
+    const Bytes alone = large();
+    for (const Zel::Runner runner : {Zel::Runner(nullptr), Zel::Runner(onThreads)}) {
+        Zel::SetRunner(runner);
+        std::vector<Bytes> made(kThreads);
+        std::vector<std::thread> threads;
+        for (Bytes& one : made) threads.emplace_back([&one] { one = large(); });
+        for (std::thread& thread : threads) thread.join();
+        Zel::SetRunner(nullptr);
+        for (const Bytes& one : made) EXPECT_TRUE(one == alone);
+    }
+}
 
 TEST(Threads, MoviesOfTheirOwn) {
     const Zel::MessageBoxHandler before = Zel::SetMessageBox(silent);
