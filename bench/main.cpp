@@ -1,5 +1,6 @@
 // The benchmark: every row of the catalogue checked, timed and printed as a table in Markdown.
-//   pzel_bench [--quick] [--filter REGEX]
+//   pzel_bench [--quick] [--filter REGEX] [--processors]
+// --processors: not beside peers, but on all processors beside one, at 4096².
 #include <benchmark/benchmark.h>
 
 #include <exception>
@@ -19,6 +20,7 @@ constexpr bench::Effort kThorough{3, 5, 0.02}, kQuick{1, 3, 0.002};
 struct Options {
     bench::Effort effort = kThorough;
     std::regex filter{""};
+    bool onAll = false;
 };
 
 Options optionsOf(int argc, char** argv) {
@@ -27,10 +29,12 @@ Options optionsOf(int argc, char** argv) {
         const std::string argument = argv[i];
         if (argument == "--quick") {
             options.effort = kQuick;
+        } else if (argument == "--processors") {
+            options.onAll = true;
         } else if (argument == "--filter" && i + 1 < argc) {
             options.filter.assign(argv[++i]);
         } else {
-            throw std::runtime_error("usage: pzel_bench [--quick] [--filter REGEX]");
+            throw std::runtime_error("usage: pzel_bench [--quick] [--filter REGEX] [--processors]");
         }
     }
     return options;
@@ -44,7 +48,18 @@ bench::Catalogue catalogue() {
     bench::addColourRows(rows);
     bench::addOverlayRows(rows);
     bench::addScalingRows(rows);
+    bench::addWaitingRows(rows);
     return rows;
+}
+
+void runOnAll(const Options& options) {
+    std::vector<bench::OnAll> outcomes;
+    for (const bench::Entry& entry : catalogue()) {
+        if (!std::regex_search(entry.name, options.filter) || entry.sizes.back() != bench::kLarge) continue;
+        outcomes.push_back({entry.name, measureOnAll(entry, bench::kLarge, options.effort)});
+        std::cerr << entry.name << ' ' << outcomes.back().ratio << std::endl;
+    }
+    bench::printOnAll(std::cout, outcomes);
 }
 
 void run(const Options& options) {
@@ -72,7 +87,8 @@ void run(const Options& options) {
 
 int main(int argc, char** argv) {
     try {
-        run(optionsOf(argc, argv));
+        const Options options = optionsOf(argc, argv);
+        options.onAll ? runOnAll(options) : run(options);
         return 0;
     } catch (const std::exception& e) {
         std::cerr << e.what() << '\n';

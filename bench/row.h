@@ -89,5 +89,6 @@ void addCopyRows(Catalogue&);        // rectangles, layouts and element types
 void addArithmeticRows(Catalogue&);  // floats; minimum and maximum, histograms
 void addOverlayRows(Catalogue&);     // bitmaps over bitmaps, movies
 void addScalingRows(Catalogue&);     // what must not depend on sizes and counts
+void addWaitingRows(Catalogue&);     // from a change to the painted bitmap
 
 }  // namespace bench

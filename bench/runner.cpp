@@ -3,13 +3,17 @@
 #include "bench/runner.h"
 
 #include <benchmark/benchmark.h>
+#include <oneapi/tbb/parallel_for.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <functional>
 #include <map>
 #include <memory>
 #include <stdexcept>
+
+#include "pzel/loops/runner.h"
 
 namespace bench {
 
@@ -105,7 +109,40 @@ void timeRow(const Row& row, const Effort& effort, Shortest& shortest) {
     benchmark::ClearRegisteredBenchmarks();
 }
 
+/// Lends the library all processors.
+void runOnAll(int count, Zel::Task task, void* work) {
+    oneapi::tbb::parallel_for(0, count, [=](int i) { task(work, i); });
+}
+
+/// Elapsed seconds of one run, of so many that they last long enough.
+double secondsOf(const Row& row, double atLeast) {
+    using Clock = std::chrono::steady_clock;
+    double seconds = 0;
+    int runs = 0;
+    while (seconds < atLeast) {
+        if (row.when == Restore::EveryRun) row.restore();
+        const auto start = Clock::now();
+        row.ours();
+        seconds += std::chrono::duration<double>(Clock::now() - start).count();
+        ++runs;
+    }
+    return seconds / runs;
+}
+
 }  // namespace
+
+double measureOnAll(const Entry& entry, int size, const Effort& effort) {
+    const Row row = entry.build(size);
+    if (row.restore) row.restore();
+    double alone = std::numeric_limits<double>::infinity(), together = alone;
+    for (int i = 0; i < 2 * effort.repetitions; ++i) {
+        alone = std::min(alone, secondsOf(row, effort.seconds));
+        const Zel::Runner before = Zel::SetRunner(runOnAll);
+        together = std::min(together, secondsOf(row, effort.seconds));
+        Zel::SetRunner(before);
+    }
+    return together / alone;
+}
 
 Times measure(const Entry& entry, int size, const Effort& effort) {
     Shortest shortest;

@@ -33,4 +33,7 @@ struct Times {
 /// tolerance
 Times measure(const Entry& entry, int size, const Effort& effort);
 
+/// Elapsed time of an entry's row on all processors / on one, of the shortest of repetitions in turns.
+double measureOnAll(const Entry& entry, int size, const Effort& effort);
+
 }  // namespace bench

@@ -12,6 +12,7 @@
 #include <opencv2/core/version.hpp>
 #include <ostream>
 #include <sstream>
+#include <thread>
 
 namespace bench {
 
@@ -37,21 +38,21 @@ std::string ratio(const Times& times, const Times::Beside& other) {
                                                                   : number(value);
 }
 
-/// The first two columns hold text, the others numbers.
-void print(std::ostream& out, const std::vector<Cells>& lines) {
+/// The first columns hold text, the others numbers.
+void print(std::ostream& out, const std::vector<Cells>& lines, std::size_t ofText = 2) {
     std::vector<std::size_t> widths(lines[0].size());
     for (const Cells& line : lines)
         for (std::size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], widthOf(line[i]));
     const auto printLine = [&](const Cells& line) {
         for (std::size_t i = 0; i < line.size(); ++i) {
             const std::string space(widths[i] - widthOf(line[i]), ' ');
-            out << "| " << (i < 2 ? line[i] + space : space + line[i]) << ' ';
+            out << "| " << (i < ofText ? line[i] + space : space + line[i]) << ' ';
         }
         out << "|\n";
     };
     printLine(lines[0]);
     for (std::size_t i = 0; i < widths.size(); ++i)
-        out << '|' << std::string(widths[i] + 1, '-') << (i < 2 ? '-' : ':');
+        out << '|' << std::string(widths[i] + 1, '-') << (i < ofText ? '-' : ':');
     out << "|\n";
     for (std::size_t i = 1; i < lines.size(); ++i) printLine(lines[i]);
     out << '\n';
@@ -126,6 +127,13 @@ void printTables(std::ostream& out, const std::vector<Outcome>& outcomes) {
     }
     for (const auto& lines : {pairs, singles})
         if (lines.size() > 1) print(out, lines);
+}
+
+void printOnAll(std::ostream& out, const std::vector<OnAll>& outcomes) {
+    std::vector<Cells> lines = {
+        {"row", std::to_string(std::thread::hardware_concurrency()) + " processors / one"}};
+    for (const OnAll& one : outcomes) lines.push_back({one.name, number(one.ratio)});
+    print(out, lines, 1);
 }
 
 }  // namespace bench

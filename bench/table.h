@@ -22,4 +22,12 @@ void printTimes(std::ostream& out, const Times& times);
 /// Two tables: entries of two sizes, then those of one.
 void printTables(std::ostream& out, const std::vector<Outcome>& outcomes);
 
+/// An entry with its time on all processors / on one.
+struct OnAll {
+    std::string name;
+    double ratio;
+};
+/// A table of these.
+void printOnAll(std::ostream& out, const std::vector<OnAll>& outcomes);
+
 }  // namespace bench
