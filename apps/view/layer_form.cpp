@@ -75,6 +75,7 @@ LayerForm::LayerForm(Document& shown, QWidget* parent)
     connect(&document, &Document::opened, this, &LayerForm::Show);
     connect(&document, &Document::layersChanged, this, &LayerForm::Show);
     connect(&document, &Document::activeChanged, this, &LayerForm::Show);
+    connect(&document, &Document::frameShown, this, &LayerForm::Show);
     connect(&document, &Document::layerChanged, this, [this](Comp* comp) {
         if (comp == document.Active()) Show();
     });
@@ -101,6 +102,7 @@ void LayerForm::MakeOpacity(QFormLayout& form) {
     opacityNumber->setDecimals(0);
     opacityNumber->setSuffix(tr(" %"));
     opacityNumber->setKeyboardTracking(false);
+    opacityNumber->setToolTip(opacity->toolTip());
     const auto take = [this](double percent) {
         Change(tr("Opacity"), [percent](LayerState& state) { state.opacity = percent / 100; });
     };
@@ -182,14 +184,19 @@ void LayerForm::MakeThreshold(QFormLayout& form) {
     low = number("low");
     high = number("high");
     const auto valueOf = [this](int step) {
-        const double value = span.low + (span.high - span.low) * step / kSteps;
+        const double value = span.low + (span.high - span.low) * step / from->maximum();
         return low->decimals() == 0 ? std::round(value) : value;
     };
+    // One end does not pass the other: the slider goes back.
     connect(from, &QSlider::valueChanged, this, [this, valueOf](int step) {
-        if (!isShowing) low->setValue(std::min(valueOf(step), high->value()));
+        if (isShowing) return;
+        low->setValue(std::min(valueOf(step), high->value()));
+        Show();
     });
     connect(to, &QSlider::valueChanged, this, [this, valueOf](int step) {
-        if (!isShowing) high->setValue(std::max(valueOf(step), low->value()));
+        if (isShowing) return;
+        high->setValue(std::max(valueOf(step), low->value()));
+        Show();
     });
     fromRow = Row(this, {from, low});
     toRow = Row(this, {to, high});
@@ -241,12 +248,18 @@ void LayerForm::ShowThreshold(const LayerState& state, const pzel_io::PictureInf
     if (!isShown) return;
     const auto [first, last] = *state.threshold;
     if (gesture == 0) span = ThresholdSpan(document, *document.Active());
-    for (QDoubleSpinBox* box : {low, high}) box->setDecimals(IsWhole(info.type) ? 0 : 4);
+    const double width = std::max(span.high - span.low, 1e-30);
+    const int digits = 6 - static_cast<int>(std::floor(std::log10(width)));
+    for (QDoubleSpinBox* box : {low, high})
+        box->setDecimals(IsWhole(info.type) ? 0 : std::clamp(digits, 0, 15));
+    // A step of a slider is a value that can be told.
+    const int steps = IsWhole(info.type) ? static_cast<int>(std::clamp(width, 1.0, 1.0 * kSteps)) : kSteps;
+    for (QSlider* slider : {from, to}) slider->setRange(0, steps);
     low->setValue(first);
     high->setValue(last);
-    const auto stepOf = [this](double value) {
-        const double part = (value - span.low) / std::max(span.high - span.low, 1e-30);
-        return static_cast<int>(std::round(std::clamp(part, 0.0, 1.0) * kSteps));
+    const auto stepOf = [&](double value) {
+        const double part = (value - span.low) / width;
+        return static_cast<int>(std::round(std::clamp(part, 0.0, 1.0) * steps));
     };
     if (!from->isSliderDown()) from->setValue(stepOf(first));
     if (!to->isSliderDown()) to->setValue(stepOf(last));
