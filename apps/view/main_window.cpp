@@ -1,9 +1,13 @@
 // Putting a window together, and remembering how it was left.
 #include "main_window.h"
 
+#include <QAbstractItemView>
+#include <QAbstractSlider>
 #include <QCloseEvent>
+#include <QComboBox>
 #include <QDockWidget>
 #include <QDragEnterEvent>
+#include <QKeyEvent>
 #include <QMimeData>
 #include <QScreen>
 #include <QScrollArea>
@@ -13,6 +17,8 @@
 #include <QTimer>
 #include <QToolBar>
 #include <QVBoxLayout>
+#include <algorithm>
+#include <iterator>
 
 #include "action_groups.h"
 #include "frame_saver.h"
@@ -41,6 +47,17 @@ QWidget* Scrolling(QWidget* panel, Qt::DockWidgetArea area) {
     scroll->setMinimumWidth(panel->minimumSizeHint().width() +
                             scroll->style()->pixelMetric(QStyle::PM_ScrollBarExtent));
     return scroll;
+}
+
+// Whether a control that has the focus moves by a key.
+bool IsForMoving(const QWidget* focused, const QKeyEvent& event) {
+    constexpr int kKeys[] = {Qt::Key_PageUp, Qt::Key_PageDown, Qt::Key_Home, Qt::Key_End,
+                             Qt::Key_Up,     Qt::Key_Down,     Qt::Key_Left, Qt::Key_Right};
+    const bool moves = qobject_cast<const QAbstractSlider*>(focused) ||
+                       qobject_cast<const QComboBox*>(focused) ||
+                       qobject_cast<const QAbstractItemView*>(focused);
+    return moves && event.modifiers() == Qt::NoModifier &&
+           std::find(std::begin(kKeys), std::end(kKeys), event.key()) != std::end(kKeys);
 }
 
 }  // namespace
@@ -170,6 +187,16 @@ MainWindow* MainWindow::NewView() {
 
 void MainWindow::ResetLayout() {
     restoreState(firstLayout);
+}
+
+// Who moves a slider or goes through a list by keys does not turn the pages of a folder.
+bool MainWindow::event(QEvent* event) {
+    if (event->type() == QEvent::ShortcutOverride &&
+        IsForMoving(focusWidget(), *static_cast<const QKeyEvent*>(event))) {
+        event->accept();
+        return true;
+    }
+    return QMainWindow::event(event);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {
