@@ -168,6 +168,12 @@ class Document final : public QObject, private Observer {
   private:
     using Reference = std::unique_ptr<Comp, pzel_io::Releaser>;
 
+    // A change that waits for an image: whether that failed, and what is to be set when it is done again.
+    struct Awaited {
+        std::shared_ptr<bool> hasFailed;
+        std::shared_ptr<LayerState> after;
+    };
+
     // A layer's file. The document keeps it as long as the layer may come back.
     struct FileLayer {
         Reference comp;
@@ -179,12 +185,12 @@ class Document final : public QObject, private Observer {
         double offset = 0;
         std::optional<pzel_io::Window> window;
         std::vector<std::string> notes;
-        FrameRing ring;                              // other frames
-        std::optional<Layer> remaking;               // wishes that a new image is being made by
-        std::optional<LayerState> asked;             // settings that wait for it
-        std::vector<std::shared_ptr<bool>> awaited;  // by changes that wait: whether they failed
-        std::ptrdiff_t beingMade = 0;                // of these, the first ones
-        std::vector<std::uint32_t> ahead;            // frames that are being read
+        FrameRing ring;                   // other frames
+        std::optional<Layer> remaking;    // wishes that a new image is being made by
+        std::optional<LayerState> asked;  // settings that wait for it
+        std::vector<Awaited> awaited;
+        std::ptrdiff_t beingMade = 0;      // of these, the first ones
+        std::vector<std::uint32_t> ahead;  // frames that are being read
     };
     using Files = std::vector<std::unique_ptr<FileLayer>>;
     struct Loading;
@@ -221,6 +227,7 @@ class Document final : public QObject, private Observer {
     FileLayer* FileOfSource(int source) const;
     bool HasFrame(std::uint32_t frame);
     void ShowFrame(std::uint32_t frame);
+    void CatchUp();
     void ReadWanted();
     void ReadAhead();
     void Read(FileLayer& file, std::uint32_t frame, Haste haste);

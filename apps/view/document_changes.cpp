@@ -78,12 +78,12 @@ void Document::Change(Comp& comp, const QString& what, const LayerState& asked, 
         after.levels.clear();
     if (IsSame(before, after)) return;
     const std::shared_ptr<Comp> held = Held(comp);
-    const auto hasFailed = std::make_shared<bool>(false);
     FileLayer& file = FileOf(comp);
-    file.awaited.push_back(hasFailed);
+    const Awaited change{std::make_shared<bool>(false), std::make_shared<LayerState>(after)};
+    file.awaited.push_back(change);
     Do(
-        what, [this, held, after] { Apply(*held, after); }, [this, held, before] { Apply(*held, before); },
-        gesture, hasFailed);
+        what, [this, held, change] { Apply(*held, *change.after); },
+        [this, held, before] { Apply(*held, before); }, gesture, change.hasFailed);
     if (!file.asked) file.awaited.clear();
 }
 
@@ -192,12 +192,18 @@ void Document::Remade(int source, MadeFrame made) {
     file->wishes = *std::exchange(file->remaking, std::nullopt);
     Install(*file, std::move(made), true);
     const LayerState asked = *std::exchange(file->asked, std::nullopt);
-    file->awaited.erase(file->awaited.begin(), file->awaited.begin() + file->beingMade);
+    const auto rest = file->awaited.begin() + file->beingMade;
+    const std::vector<Awaited> done(file->awaited.begin(), rest);
+    file->awaited.erase(file->awaited.begin(), rest);
     file->comp->NotifyObserver(EventImage, 0);
     const LayerState now = StateOfWishes(file->wishes);
     if (NeedsOtherImage(now, asked, file->info)) return Remake(*file, asked);
     ApplyShown(*file, asked);
+    // Levels that were chosen by the frame are the same when the change is done again at another.
+    for (const Awaited& change : done)
+        if (change.after->levels.empty()) change.after->levels = StateOf(*file->comp).levels;
     file->comp->NotifyObserver(EventImage, 0);
+    CatchUp();
 }
 
 // The layer stays as it was, and the changes that wanted the image are none that could be undone.
@@ -206,9 +212,10 @@ void Document::NotRemade(int source, const QString& reason) {
     if (!file) return;
     file->remaking.reset();
     file->asked.reset();
-    for (const std::shared_ptr<bool>& hasFailed : std::exchange(file->awaited, {})) *hasFailed = true;
+    for (const Awaited& change : std::exchange(file->awaited, {})) *change.hasFailed = true;
     const auto last = [&] { return dynamic_cast<const Step*>(history.command(history.index() - 1)); };
     while (last() && last()->HasFailed()) history.undo();
+    CatchUp();
     emit failed(reason);
 }
 

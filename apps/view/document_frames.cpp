@@ -56,6 +56,13 @@ void Document::ShowFrame(std::uint32_t frame) {
     emit ringChanged();
 }
 
+// A layer whose image was being made stood still meanwhile, and frames of it that came were of no use.
+void Document::CatchUp() {
+    if (asking && !wanted) wanted = asking;
+    asking.reset();
+    GoTo(wanted.value_or(CurrentFrame()));
+}
+
 void Document::ReadWanted() {
     if (!wanted || asking) return;
     asking = wanted;
