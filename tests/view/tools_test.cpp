@@ -27,14 +27,6 @@ using pzel_view::CurveEditor;
 using pzel_view::HistogramPlot;
 using pzel_view::NumberEdit;
 
-template <class T>
-Pixels<T> AnyPixels(std::mt19937& random, int width, int height, int channels, double low, double high) {
-    Pixels<T> pixels(width, height, channels);
-    std::normal_distribution<> value((low + high) / 2, (high - low) / 6);
-    for (T& v : pixels.values) v = static_cast<T>(std::clamp(value(random), low, high));
-    return pixels;
-}
-
 class ToolsTest : public WindowTest {
   protected:
     /// Writes a picture and opens it.

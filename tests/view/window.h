@@ -2,11 +2,14 @@
 #pragma once
 
 #include <QImage>
+#include <QSettings>
 #include <QSignalSpy>
 #include <QTest>
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <random>
 
 #include "apps/io/file_movie.h"
 #include "apps/view/main_window.h"
@@ -14,6 +17,15 @@
 #include "pzel/display/compose.h"
 #include "pzel/image/lifecycle.h"
 #include "tests/apps/program.h"
+
+/// Values around the middle of a range, as pictures have them.
+template <class T>
+Pixels<T> AnyPixels(std::mt19937& random, int width, int height, int channels, double low, double high) {
+    Pixels<T> pixels(width, height, channels);
+    std::normal_distribution<> value((low + high) / 2, (high - low) / 6);
+    for (T& v : pixels.values) v = static_cast<T>(std::clamp(value(random), low, high));
+    return pixels;
+}
 
 class WindowTest : public AppTest {
   protected:
@@ -25,7 +37,10 @@ class WindowTest : public AppTest {
         QObject::connect(document.get(), &pzel_view::Document::failed,
                          [this](const QString& reason) { failures.push_back(reason.toStdString()); });
     }
-    ~WindowTest() override { window.reset(); }
+    ~WindowTest() override {
+        window.reset();
+        QSettings().clear();
+    }
 
     static bool WaitFor(const std::function<bool()>& holds) { return QTest::qWaitFor(holds, 20000); }
 
