@@ -2,9 +2,11 @@
 
 import html
 import os
+import pathlib
 import shutil
 import subprocess
 import tempfile
+import threading
 
 from . import _files, _pzel
 
@@ -87,8 +89,8 @@ def show(*things):
 def view(movie):
     """Opens a movie, component, image or array in the window of pzel-view, which goes on by itself.
 
-    The window reads files: the movie's own where it shows one as it is, else a picture of the movie as it is now.
-    Returns the process. Raises FileNotFoundError where pzel-view is not installed.
+    The window reads files: the movie's own where it shows one as it is, else a picture of the movie as it is now,
+    a temporary file that goes with the window (and stays where Python ends before). Returns the process. Raises FileNotFoundError where pzel-view is not installed.
     """
     program = os.environ.get("PZEL_VIEW") or shutil.which("pzel-view")
     if program is None:
@@ -100,5 +102,16 @@ def view(movie):
     shown = movie if isinstance(movie, (_pzel.Movie, _pzel.Comp)) else _pzel.Comp(movie)
     descriptor, name = tempfile.mkstemp(prefix="pzel-", suffix=".png")
     os.close(descriptor)
-    _files.save(name, shown)
-    return subprocess.Popen([program, name])
+    try:
+        _files.save(name, shown)
+        process = subprocess.Popen([program, name])
+    except BaseException:
+        os.unlink(name)
+        raise
+
+    def sweep():
+        process.wait()
+        pathlib.Path(name).unlink(missing_ok=True)
+
+    threading.Thread(target=sweep, daemon=True).start()
+    return process

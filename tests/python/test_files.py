@@ -1,7 +1,9 @@
 """Files through the package, beside other readers of the same files, and what is shown in a notebook."""
+import pathlib
 import pickle
 import subprocess
 import sys
+import time
 
 import numpy as np
 import pytest
@@ -82,10 +84,15 @@ def test_the_window_is_started_with_the_file_itself(tmp_path, monkeypatch, pictu
     with pytest.raises(FileNotFoundError, match="not installed"):
         pzel.view(movie)
     program = tmp_path / "pzel-view"
-    program.write_text(f"#!/bin/sh\necho \"$1\" > {tmp_path}/seen\n")
+    program.write_text(f"#!/bin/sh\necho \"$1\" > {tmp_path}/seen\ncp \"$1\" {tmp_path}/shown.png\n")
     program.chmod(0o755)
     pzel.view(movie).wait()
     assert (tmp_path / "seen").read_text().strip() == str(pictures / "coffee.png")
     pzel.view(np.eye(4, dtype=np.uint8)).wait()
-    shown = (tmp_path / "seen").read_text().strip()
-    assert np.array_equal(pzel.Reader(shown)[0].array(), np.eye(4) * 1)
+    assert np.array_equal(pzel.Reader(tmp_path / "shown.png")[0].array(), np.eye(4) * 1)
+    temporary = pathlib.Path((tmp_path / "seen").read_text().strip())
+    for _ in range(100):
+        if not temporary.exists():
+            break
+        time.sleep(0.05)
+    assert not temporary.exists()
