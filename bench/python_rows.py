@@ -163,7 +163,7 @@ class Frames:
         return 24
 
     def __getitem__(self, index):
-        return np.random.default_rng(index).random((1024, 1024), np.float32)
+        return np.random.default_rng(index).random((2048, 2048), np.float32)
 
 
 def dask_table():

@@ -53,3 +53,10 @@ install_packages() {
   quietly as_root apt-get update
   quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}"
 }
+
+# Puts a file into a page, in the place of what stands between the marks of a name: <!-- NAME --> ... <!-- end of NAME -->
+#   put_between PAGE NAME FILE
+put_between() {
+  sed -i -e "/^<!-- $2 -->\$/,/^<!-- end of $2 -->\$/ { /^<!-- $2 -->\$/ { r $3
+    b }; /^<!-- end of $2 -->\$/ !d }" "$1"
+}
