@@ -84,7 +84,7 @@ def test_the_window_is_started_with_the_file_itself(tmp_path, monkeypatch, pictu
     with pytest.raises(FileNotFoundError, match="not installed"):
         pzel.view(movie)
     program = tmp_path / "pzel-view"
-    program.write_text(f"#!/bin/sh\necho \"$1\" > {tmp_path}/seen\ncp \"$1\" {tmp_path}/shown.png\n")
+    program.write_text(f"#!/bin/sh\necho \"$1\" > {tmp_path}/seen\n/bin/cp \"$1\" {tmp_path}/shown.png\n")
     program.chmod(0o755)
     pzel.view(movie).wait()
     assert (tmp_path / "seen").read_text().strip() == str(pictures / "coffee.png")
