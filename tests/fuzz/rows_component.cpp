@@ -1,4 +1,5 @@
 // Single components: life, copies, what they answer, flags, comp info, scenes and frames to keep.
+#include <array>
 #include <cstring>
 
 #include "tests/fuzz/rows_shared.h"
@@ -8,8 +9,11 @@ namespace fuzz {
 namespace {
 
 Comp* childOfSome(World& w) {
-    Comp* const comp = w.comp();
-    return comp->parent ? comp : nullptr;
+    std::array<Comp*, World::kComps> children{};
+    int count = 0;
+    for (Comp* comp : w.comps)
+        if (comp && comp->parent) children[std::size_t(count++)] = comp;
+    return count ? children[std::size_t(w.draw(0, count - 1))] : nullptr;
 }
 
 /// Puts a fresh component into a slot, whose old one is released.
