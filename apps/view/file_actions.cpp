@@ -132,10 +132,12 @@ void AddFileActions(MainWindow& window) {
         for (QAction* action : ofPicture) action->setEnabled(!document.IsEmpty());
     };
     QObject::connect(&document, &Document::opened, &window, enable);
-    QObject::connect(&document, &Document::opened, &window, [&document] {
+    const auto remember = [&document] {
         if (const QString file = FirstFile(document); !file.isEmpty()) Remember(file);
-    });
+    };
+    QObject::connect(&document, &Document::opened, &window, remember);
     enable();
+    remember();
 }
 
 }  // namespace pzel_view

@@ -4,6 +4,8 @@
 #include <QAbstractButton>
 #include <QAbstractSlider>
 #include <QAbstractSpinBox>
+#include <QApplication>
+#include <QClipboard>
 #include <QComboBox>
 #include <QDockWidget>
 #include <QLabel>
@@ -16,6 +18,7 @@
 #include <QToolButton>
 #include <QUndoStack>
 #include <map>
+#include <tuple>
 
 #include "apps/view/curve_editor.h"
 #include "apps/view/histogram_plot.h"
@@ -24,6 +27,7 @@
 
 namespace {
 
+using pzel_view::LayerState;
 using pzel_view::MainWindow;
 
 // What each window has for itself, or what asks somebody.
@@ -236,6 +240,76 @@ TEST_F(HandsTest, EverythingHasANameATipAndAKeyOfItsOwn) {
         }
     }
     EXPECT_GT(keys.size(), 50U);
+}
+
+// Each action in turn, where everything is there that one could be for; but for those that ask somebody.
+TEST_F(HandsTest, EveryActionDoesSomething) {
+    const QSet<QString> asking = {"file.quit",  "file.open",     "file.folder", "file.save",
+                                  "file.view",  "file.frames",   "layer.add",   "layer.rename",
+                                  "help.about", "window.system", "values.file"};
+    other->close();
+    WritePicture<std::uint8_t>(Path("a.png"), {AnyPixels<std::uint8_t>(random, 40, 30, 1, 0, 255)});
+    const auto prepare = [&] {
+        OpenSome();
+        window->show();
+        window->Actions().Find("window.reset")->trigger();
+        document->MakeActive(*document->Layers()[1]);
+        LayerState state = State();
+        state.tones = {ParseTone("gamma=2")};
+        state.levels = {{200, 500}};
+        document->Change(Active(), "Curve", state);
+        state.opacity = 0.25;
+        document->Change(Active(), "Opacity", state);
+        document->History().undo();
+        document->SetRanges("Ranges", {{1, 3}});
+        FrameInfo marks;
+        marks.keepFrames = {2, 4};
+        document->SetMarks("Marks", marks);
+        state.opacity = 0.75;
+        document->Change(Active(), "Opacity", state);
+        document->Change(Active(), "Opacity", (state.opacity = 0.5, state));
+        document->History().undo();
+        document->GoTo(2);
+        document->SetSelection(QRect(15, 12, 20, 20));
+        document->SetProfile(pzel_view::Segment{{14, 12}, {50, 40}});
+        window->Picture().SetZoom(20);
+        window->Picture().CentreOn(QPointF(30, 30));
+        window->Actions().Find("tool.select")->trigger();
+        window->findChild<QDockWidget*>("panel.scenes")->raise();
+        window->findChild<QDockWidget*>("panel.layers")->close();
+        window->Picture().setFocus();
+        QApplication::clipboard()->clear();
+        ASSERT_TRUE(WaitFor([&] { return !document->IsReading() && document->CurrentFrame() == 2; }));
+        QTest::qWait(30);
+    };
+    const auto seen = [&] {
+        std::string text = Settings() + std::to_string(document->History().index()) + " " +
+                           std::to_string(document->CurrentFrame()) +
+                           QApplication::clipboard()->text().toStdString();
+        for (const QWidget* one : QApplication::topLevelWidgets()) text += one->isVisible() ? "+" : "";
+        return std::tuple(text, QApplication::clipboard()->image(), window->grab().toImage());
+    };
+    QStringList ids;
+    for (const pzel_view::ActionList::Entry& entry : window->Actions().Entries())
+        ids << entry.action->objectName();
+    for (const QString& id : ids) {
+        if (asking.contains(id)) continue;
+        prepare();
+        if (id == "values.channel") document->MakeActive(*document->Layers()[0]);
+        if (id == "tool.select") window->Actions().Find("tool.pan")->trigger();
+        const auto before = seen();
+        QAction* const action = window->Actions().Find(id);
+        EXPECT_TRUE(action->isEnabled()) << id.toStdString();
+        action->trigger();
+        EXPECT_TRUE(WaitFor([&] { return !document->IsReading() && seen() != before; })) << id.toStdString();
+        document->GetPlayer().Stop();
+        for (QWidget* one : QApplication::topLevelWidgets())
+            if (one != window.get() && one != other.get()) one->close();
+        if (window->isFullScreen()) window->showNormal();
+        if (action->isCheckable()) action->trigger();
+        EXPECT_EQ(failures, std::vector<std::string>{}) << id.toStdString();
+    }
+    EXPECT_GT(ids.size(), 70);
 }
 
 TEST_F(HandsTest, LevelsAreCopiedToTheChosenLayer) {
