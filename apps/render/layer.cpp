@@ -297,7 +297,8 @@ std::string LayerOptions(const Layer& layer) {
         add(pzel_io::NumberText(layer.opacity));
     if (layer.x != 0 || layer.y != 0) add(addSigned(layer.x) + addSigned(layer.y));
     if (layer.hidden) add("hidden");
-    if (layer.area && !layer.IsOverlay()) {
+    if (layer.IsOverlay()) return text;  // the rest is a picture's
+    if (layer.area) {
         const auto& [left, top, right, bottom] = *layer.area;
         std::string sides;
         for (const int side : {left, top, right, bottom})
