@@ -271,6 +271,18 @@ Levels StoredLevels(const Levels& levels, const Image& image, double offset) {
     return stored;
 }
 
+Levels StoredJointLevels(const Levels& levels, Image& image) {
+    const ImageDataType type = GetDataType(static_cast<const Image*>(&image));
+    Levels stored;
+    for (std::size_t i = 0; i < levels.size(); ++i) {
+        const CompBlackWhite full =
+            GetSpatialBounds(&image, SubColour, type, image.channels + static_cast<int>(i));
+        stored.push_back({std::clamp(InType(type, levels[i].low), full.black, full.white),
+                          std::clamp(InType(type, levels[i].high), full.black, full.white)});
+    }
+    return stored;
+}
+
 int ComponentChannel(Comp& comp, int channel) {
     Image& image = *comp.GetCurrentImage();
     return GetBoundType(&image) == BoundHsi ? image.channels + channel : StoredChannel(image, channel);

@@ -64,6 +64,8 @@ Levels ChooseJointLevels(const std::vector<LevelSpec>& specs, const std::filesys
 bool NeedsFloat(const Levels& levels, const Image& image, double offset);
 /// The levels as channels of the image can hold them, offset included: rounded for integers.
 Levels StoredLevels(const Levels& levels, const Image& image, double offset);
+/// The same of intensity, saturation and hue, which end where their scales do.
+Levels StoredJointLevels(const Levels& levels, Image& image);
 
 /// The component's channel for a user's: behind the image's own where it shows intensity, saturation and hue.
 int ComponentChannel(Comp& comp, int channel);

@@ -146,13 +146,13 @@ void Document::SetArea(Comp& comp, const std::optional<Area>& area) {
 // Levels that the record's type cannot hold are moved into it, and apart.
 void Document::ApplyLevels(FileLayer& file, const Levels& levels) {
     Comp& comp = *file.comp;
-    const Image& image = *comp.GetCurrentImage();
+    Image& image = *comp.GetCurrentImage();
     if (levels.size() != image.channels || comp.GetDataType() == DataBit) return;
     const bool joint = file.wishes.look.channel == Channel::Hsi;
-    Levels stored = joint ? levels : StoredLevels(levels, image, file.offset);
+    const Levels stored = joint ? StoredJointLevels(levels, image) : StoredLevels(levels, image, file.offset);
     for (std::size_t i = 0; i < stored.size(); ++i) {
         const int channel = ComponentChannel(comp, static_cast<int>(i));
-        if (!joint && !(stored[i].low < stored[i].high)) continue;
+        if (!(stored[i].low < stored[i].high)) continue;
         comp.SetBlackWhite(channel, {stored[i].low, stored[i].high});
     }
 }
