@@ -17,12 +17,15 @@
 #include <QTableWidget>
 #include <QToolButton>
 #include <QUndoStack>
+#include <algorithm>
 #include <map>
 #include <tuple>
 
+#include "apps/scene/command.h"
 #include "apps/view/curve_editor.h"
 #include "apps/view/histogram_plot.h"
 #include "apps/view/number_edit.h"
+#include "apps/view/scene_keeping.h"
 #include "window.h"
 
 namespace {
@@ -166,6 +169,20 @@ class HandsTest : public WindowTest {
         return text;
     }
 
+    /// Whatever led here, the copied command makes the picture that is shown.
+    void ExpectCommandMakesPicture(const std::string& after) {
+        const std::vector<Comp*> layers = document->Layers();
+        if (std::none_of(layers.begin(), layers.end(), [](Comp* comp) { return comp->IsVisible(); })) return;
+        const Scene scene = pzel_view::SceneOf(*document, "x", 1);
+        const std::vector<std::string> arguments = RenderArguments(scene, Frames::Current, Path("made.png"));
+        const Outcome run = Render(arguments);
+        ASSERT_EQ(run.status, 0) << run.err << ShellCommand("pzel-render", arguments) << "\nafter " << after;
+        const QImage made =
+            QImage(QString::fromStdString(Path("made.png"))).convertToFormat(QImage::Format_RGB888);
+        EXPECT_TRUE(Whole(*window).convertToFormat(QImage::Format_RGB888) == made)
+            << ShellCommand("pzel-render", arguments) << "\nafter " << after;
+    }
+
     QImage Whole(MainWindow& of) { return of.Picture().Picture(document->Extent(), 1); }
     QImage WholeAtFirst() {
         document->GoTo(0);
@@ -189,6 +206,7 @@ TEST_F(HandsTest, WindowsAgreeAndEverythingIsUndone) {
         EXPECT_TRUE(WaitFor([&] { return Differences(*window, *other).empty(); }))
             << Differences(*window, *other) << "after " << done;
         if (document->IsEmpty()) document->History().undo();
+        if (i % 12 == 11) ExpectCommandMakesPicture(done);
         ASSERT_TRUE(Whole(*window) == Whole(*other)) << done;
         ASSERT_EQ(failures, std::vector<std::string>{}) << done;
     }
