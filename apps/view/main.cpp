@@ -2,7 +2,9 @@
 #include <QApplication>
 #include <QIcon>
 #include <QTimer>
+#include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <stdexcept>
 
 #include "appearance.h"
@@ -12,12 +14,33 @@
 
 namespace {
 
+using pzel_view::Document;
+
 // What is told without a screen.
 const char* Told(const std::string& argument) {
     if (argument == "--help" || argument == "-h") return kHelp;
     if (argument == "--manual") return kManual;
     if (argument == "--version") return "pzel-view " PZEL_VERSION "\n";
     return nullptr;
+}
+
+// A document that begins to read the layers of the command line; null where they are wrong, which is told.
+std::shared_ptr<Document> OpenLayers(int argc, char** argv) {
+    std::vector<Layer> layers;
+    try {
+        for (int i = 1; i < argc; ++i) {
+            const std::string argument = argv[i];
+            if (argument.starts_with("--"))
+                throw std::invalid_argument(argument + " is no option (--help tells them)");
+            layers.push_back(ParseLayer(argument));
+        }
+    } catch (const std::invalid_argument& error) {
+        std::fprintf(stderr, "pzel-view: %s\n", error.what());
+        return nullptr;
+    }
+    auto document = std::make_shared<Document>();
+    document->Open(layers, pzel_view::OpenAs::Picture);
+    return document;
 }
 
 }  // namespace
@@ -28,31 +51,22 @@ int main(int argc, char** argv) {
             return std::fputs(text, stdout) < 0 || std::fflush(stdout) != 0;
     }
     pzel_io::UseAllProcessors();
+    // Files are read while Qt starts and the window is built. Options of Qt's own it must take out before.
+    const bool isAllOurs =
+        std::none_of(argv + 1, argv + argc, [](const char* text) { return text[0] == '-'; });
+    std::shared_ptr<Document> document = isAllOurs ? OpenLayers(argc, argv) : nullptr;
+    if (isAllOurs && !document) return 2;
     QApplication application(argc, argv);
     QApplication::setApplicationName("pzel-view");
     QApplication::setOrganizationName("pzel");
     QApplication::setApplicationVersion(PZEL_VERSION);
-    std::vector<Layer> layers;
-    try {
-        for (const QString& argument : QApplication::arguments().mid(1)) {
-            if (argument.startsWith("--"))
-                throw std::invalid_argument(argument.toStdString() + " is no option (--help tells them)");
-            layers.push_back(ParseLayer(argument.toStdString()));
-        }
-    } catch (const std::invalid_argument& error) {
-        std::fprintf(stderr, "pzel-view: %s\n", error.what());
-        return 2;
-    }
+    if (!isAllOurs) document = OpenLayers(argc, argv);
+    if (!document) return 2;
     QApplication::setDesktopFileName("pzel-view");
     QApplication::setWindowIcon(QIcon::fromTheme("pzel-view"));
     pzel_view::ApplyRemembered();
-    // Files are read while the window is built.
-    auto document = std::make_shared<pzel_view::Document>();
-    auto furnishing = pzel_view::Furnishing::AtOnce;
-    if (!layers.empty()) {
-        document->Open(layers, pzel_view::OpenAs::Picture);
-        furnishing = pzel_view::Furnishing::AfterPicture;
-    }
-    (new pzel_view::MainWindow(std::move(document), furnishing))->show();
+    using pzel_view::Furnishing;
+    const Furnishing when = argc > 1 ? Furnishing::AfterPicture : Furnishing::AtOnce;
+    (new pzel_view::MainWindow(std::move(document), when))->show();
     return QApplication::exec();
 }
