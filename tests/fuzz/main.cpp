@@ -1,7 +1,8 @@
 // Plays sequences of calls that follow from a seed, in child processes, so that a crash or a hang can be
 // shortened like any other finding.
 //
-//   pzel_fuzz [--seconds S | --sequences N] [--seed X] [--findings N]   plays and judges
+//   pzel_fuzz [--seconds S | --sequences N] [--seed X] [--longest N] [--findings N]   plays and judges;
+//                                         sequences of 10 to 30 rows, or of the first N of them
 //   pzel_fuzz --refusals N [--seed X]     refuses memory to N calls of every row
 //   pzel_fuzz --covers FILE               every name that FILE lists is called (exports.txt)
 //   pzel_fuzz --replay HEX | --refused HEX   one sequence, as a finding prints it
@@ -154,6 +155,7 @@ int missingRows(const Counts& counts) {
 int main(int argc, char** argv) {
     double seconds = 0;
     u64 sequences = 0, seed = 1, refused = 0;
+    std::size_t longest = 30;
     int findings = 1;
     std::string replay, covers;
     bool refusals = false;
@@ -165,6 +167,8 @@ int main(int argc, char** argv) {
             sequences = std::stoull(value);
         else if (option == "--seed")
             seed = std::stoull(value);
+        else if (option == "--longest")
+            longest = std::stoull(value);
         else if (option == "--findings")
             findings = std::stoi(value);
         else if (option == "--refusals")
@@ -209,7 +213,12 @@ int main(int argc, char** argv) {
     } else {
         if (seconds == 0 && sequences == 0) sequences = 100000;
         found = machine.play(
-            findings, [&](u64 number) { return sequenceOf(seed, number); },
+            findings,
+            [&](u64 number) {
+                Sequence sequence = sequenceOf(seed, number);
+                sequence.resize(std::min(sequence.size(), longest));
+                return sequence;
+            },
             [&] {
                 return seconds > 0 ? shared.number % 64 != 0 || passed() < seconds
                                    : shared.number < sequences;

@@ -27,10 +27,13 @@ void add(Digest& digest, const std::string* text) {
 /// What is no number has no bytes of its own: which one of two comes out of a sum is the compiler's choice.
 void addElements(Digest& digest, const Image& image, const u8* bytes, std::size_t count) {
     if ((image.dataType & DataTypeMask) != DataFloat) return digest.add(bytes, count);
-    for (std::size_t i = 0; i + 4 <= count; i += 4) {
-        u32 value;
-        std::memcpy(&value, bytes + i, 4);
-        digest.addQuickly((value & 0x7FFFFFFF) > 0x7F800000 ? 0x7FC00000 : value);
+    for (std::size_t done = 0; done < count;) {
+        u32 values[256];
+        const std::size_t part = std::min(count - done, sizeof values);
+        std::memcpy(values, bytes + done, part);
+        for (u32& value : values) value = (value & 0x7FFFFFFF) > 0x7F800000 ? 0x7FC00000 : value;
+        digest.add(values, part);
+        done += part;
     }
 }
 
