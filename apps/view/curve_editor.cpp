@@ -123,11 +123,14 @@ void CurveEditor::paintEvent(QPaintEvent*) {
 
 void CurveEditor::mousePressEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton) return;
-    dragged = Near(event->position());
-    emit dragStarted();
-    if (dragged) return;
     auto points = Points();
     const TonePoint added = PointAt(event->position());
+    dragged = Near(event->position());
+    // What is pressed straight above or below a point leaves no room for another one.
+    for (std::size_t i = 0; i < points.size() && !dragged; ++i)
+        if (std::abs(points[i].in - added.in) < kApart) dragged = i;
+    emit dragStarted();
+    if (dragged) return;
     const auto after = std::find_if(points.begin(), points.end(),
                                     [&](const TonePoint& point) { return point.in > added.in; });
     dragged = static_cast<std::size_t>(after - points.begin());
@@ -145,7 +148,7 @@ void CurveEditor::mouseMoveEvent(QMouseEvent* event) {
     TonePoint to = PointAt(event->position());
     const double low = *dragged == 0 ? 0 : points[*dragged - 1].in + kApart;
     const double high = *dragged + 1 == points.size() ? 1 : points[*dragged + 1].in - kApart;
-    to.in = std::clamp(to.in, std::min(low, high), std::max(low, high));
+    to.in = low <= high ? std::clamp(to.in, low, high) : points[*dragged].in;
     if (to == points[*dragged]) return;
     points[*dragged] = to;
     emit pointsWanted(points);
