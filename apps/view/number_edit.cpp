@@ -7,9 +7,24 @@
 
 namespace pzel_view {
 
+namespace {
+
+// Numbers as the command line has them, without commas.
+QLocale Plain() {
+    QLocale plain = QLocale::c();
+    plain.setNumberOptions(QLocale::RejectGroupSeparator);
+    return plain;
+}
+
+QString TextOf(double number) {
+    return QString::fromStdString(pzel_io::NumberText(number));
+}
+
+}  // namespace
+
 NumberEdit::NumberEdit(QWidget* parent) : QLineEdit(parent) {
     auto* validator = new QDoubleValidator(this);
-    validator->setLocale(QLocale::c());
+    validator->setLocale(Plain());
     setValidator(validator);
     setMinimumWidth(fontMetrics().horizontalAdvance("-00000.0"));
     connect(this, &QLineEdit::editingFinished, this, &NumberEdit::Take);
@@ -22,14 +37,22 @@ QSize NumberEdit::sizeHint() const {
 void NumberEdit::Show(double to) {
     number = to;
     if (isModified() && hasFocus()) return;
-    setText(QString::fromStdString(pzel_io::NumberText(number)));
+    setText(TextOf(number));
     setCursorPosition(0);
 }
 
+// Of what is half a number no line is ever told to be finished.
+void NumberEdit::focusOutEvent(QFocusEvent* event) {
+    QLineEdit::focusOutEvent(event);
+    if (!hasFocus() && event->reason() != Qt::ActiveWindowFocusReason &&
+        event->reason() != Qt::PopupFocusReason)
+        Take();
+}
+
 void NumberEdit::Take() {
-    if (!isModified()) return;
+    if (text() == TextOf(number)) return;
     bool isNumber = false;
-    const double typed = QLocale::c().toDouble(text(), &isNumber);
+    const double typed = Plain().toDouble(text(), &isNumber);
     setModified(false);
     if (isNumber && typed != number) emit entered(typed);
     Show(number);

@@ -22,6 +22,9 @@ class NumberEdit final : public QLineEdit {
     /// Somebody typed another number.
     void entered(double number);
 
+  protected:
+    void focusOutEvent(QFocusEvent* event) override;
+
   private:
     void Take();
 
