@@ -106,9 +106,6 @@ class HandsTest : public WindowTest {
         return text;
     }
 
-    int Any(int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); }
-    QPoint AnyPlace(const QWidget& widget) { return {Any(widget.width()), Any(widget.height())}; }
-
     /// Does something to a control, as a hand would; what was done.
     std::string Touch(QWidget& control) {
         const auto press = [&](std::initializer_list<Qt::Key> keys) {
@@ -132,7 +129,7 @@ class HandsTest : public WindowTest {
             item->setCheckState(item->checkState() ? Qt::Unchecked : Qt::Checked);
         } else if (qobject_cast<pzel_view::HistogramPlot*>(&control) ||
                    qobject_cast<pzel_view::CurveEditor*>(&control)) {
-            Drag(control, AnyPlace(control), AnyPlace(control));
+            Drag(control, AnyIn(control.rect()), AnyIn(control.rect()));
         }
         return control.objectName().toStdString();
     }
@@ -147,7 +144,7 @@ class HandsTest : public WindowTest {
             return id;
         }
         if (Any(10) == 0) {
-            document->SetSelection(QRect(AnyPlace(of.Picture()) / 20, QSize(1 + Any(40), 1 + Any(40))));
+            document->SetSelection(QRect(AnyIn(of.Picture().rect()) / 20, QSize(1 + Any(40), 1 + Any(40))));
             return "selection";
         }
         std::vector<QWidget*> controls = Controls(of);

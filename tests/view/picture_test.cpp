@@ -1,6 +1,7 @@
 // The picture in the window: other pixels than the command line makes of the same layers, at any zoom; places
 // that slip when the zoom changes; a second window that does not follow.
 #include <QLabel>
+#include <QScreen>
 #include <algorithm>
 #include <cmath>
 
@@ -81,6 +82,76 @@ TEST_F(PictureTest, DrawsPartsAsTheyStandInTheWhole) {
                 << zoom << ": " << x << ", " << y;
         }
     }
+}
+
+// On a screen whose pixels are those of widgets, and on a finer one.
+TEST_F(PictureTest, PixelsStandWhereTheyAreSaidToBe) {
+    Pixels<std::uint8_t> grey(400, 300, 1);
+    for (auto& value : grey.values) value = static_cast<std::uint8_t>(random());
+    WritePicture<std::uint8_t>(Path("grey.tif"), {grey});
+    Open({Path("grey.tif") + "@levels=0:255,+31-17"});
+    const QRect extent = document->Extent();
+    ASSERT_EQ(extent, QRect(31, -17, 400, 300));
+    for (QScreen* screen : QApplication::screens()) {
+        const std::unique_ptr<pzel_view::MainWindow> other(new pzel_view::MainWindow(document));
+        other->setAttribute(Qt::WA_DeleteOnClose, false);
+        other->setScreen(screen);
+        other->move(screen->geometry().topLeft());
+        other->show();
+        QTest::qWait(0);
+        PictureView& view = other->Picture();
+        const double ratio = screen->devicePixelRatio();
+        ASSERT_EQ(view.devicePixelRatioF(), ratio);
+        const auto scaleOf = [&](int zoom) { return (zoom > 0 ? zoom : -1.0 / zoom) / ratio; };
+        int fitting = 127;
+        const auto fits = [&](int zoom) {
+            return extent.width() * scaleOf(zoom) <= view.width() &&
+                   extent.height() * scaleOf(zoom) <= view.height();
+        };
+        while (!fits(fitting)) fitting = fitting == 1 ? -2 : fitting - 1;
+        EXPECT_TRUE(view.IsFitted());
+        EXPECT_EQ(view.Zoom(), fitting);
+        for (const int zoom : {1, 2, 3, 5, 7, 11, 40, -2, -3, -6}) {
+            view.SetZoom(zoom);
+            view.CentreOn(AnyIn(extent));
+            const double scale = view.Scale();
+            ASSERT_EQ(scale, scaleOf(zoom));
+            const QImage seen = view.grab().toImage();
+            const QRect area = view.VisibleArea();
+            for (int i = 0; i < 50; ++i) {
+                const QPoint pixel = AnyIn(i % 2 ? area : extent);
+                const QRectF there(view.PlaceOf(pixel), QSizeF(scale, scale));
+                EXPECT_EQ(view.PixelAt(there.center()), pixel);
+                const bool isSeen = there.intersects(QRectF(view.rect()).adjusted(1e-6, 1e-6, -1e-6, -1e-6));
+                EXPECT_EQ(area.contains(pixel), isSeen) << zoom;
+                const QPointF device = there.topLeft() * ratio;
+                const bool isDrawn = zoom > 0 || (pixel.x() % zoom == 0 && pixel.y() % zoom == 0);
+                if (scale >= 8 || !isDrawn || !seen.rect().contains(device.toPoint())) continue;
+                EXPECT_NEAR(device.x(), std::round(device.x()), zoom > 0 ? 1e-6 : 1)
+                    << "stands on the screen's pixels";
+                EXPECT_EQ(qGray(seen.pixel(device.toPoint())), grey.At(pixel.x() - 31, pixel.y() + 17))
+                    << zoom;
+            }
+            // No room is left beside a picture that is larger, and the same on both sides of a smaller one.
+            const QPointF first = view.PlaceOf(extent.topLeft());
+            const QPointF rest =
+                QPointF(view.width(), view.height()) - view.PlaceOf(extent.bottomRight() + QPoint(1, 1));
+            for (const auto& [before, behind] :
+                 {std::pair(first.x(), rest.x()), std::pair(first.y(), rest.y())})
+                EXPECT_TRUE((before < 0.7 && behind < 0.7) || std::abs(before - behind) < 1.5 + scale)
+                    << zoom << ": " << before << ", " << behind;
+        }
+        other->close();
+    }
+    int steps = 0;
+    for (int zoom = -127; zoom < 127; zoom = PictureView::Larger(zoom)) {
+        const int larger = PictureView::Larger(zoom), back = PictureView::Smaller(larger);
+        EXPECT_TRUE(larger > zoom && larger <= 127 && (larger > 0 || larger < -1)) << zoom;
+        EXPECT_TRUE(back < larger && back >= -127 && (back > 0 || back < -1)) << larger;
+        EXPECT_LE((larger > 0 ? larger : -1.0 / larger) / (zoom > 0 ? zoom : -1.0 / zoom), 2.0);
+        ++steps;
+    }
+    EXPECT_LT(steps, 45);
 }
 
 TEST_F(PictureTest, KeepsThePixelUnderThePointer) {

@@ -55,6 +55,10 @@ class WindowTest : public AppTest {
         QTest::qWait(0);
     }
 
+    int Any(int count) { return static_cast<int>(random() % static_cast<unsigned>(count)); }
+    QPoint AnyIn(const QRect& area) { return area.topLeft() + QPoint(Any(area.width()), Any(area.height())); }
+    void Trigger(const char* action) { window->Actions().Find(action)->trigger(); }
+
     template <class Widget>
     Widget& Find(const char* name) {
         auto* const found = window->findChild<Widget*>(name);
