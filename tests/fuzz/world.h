@@ -62,7 +62,7 @@ struct Ear final : Observer {
 /// A tone curve that asks for nothing and may do something to the world while it is asked.
 struct Tone final : Zel::Remapper {
     Tone(World* in, int number) : world(in), id(number) { ++alive; }
-    Tone(const Tone& other) : Remapper(other), world(other.world), id(other.id) { ++alive; }
+    Tone(const Tone& other) : Remapper(other), world(other.world), id(other.id), mode(other.mode) { ++alive; }
     ~Tone() override { --alive; }
     bool IsEqual(const Remapper& other) const override;
     Remapper* Clone() const override { return new Tone(*this); }
