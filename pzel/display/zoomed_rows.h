@@ -59,8 +59,18 @@ void zoomLine(const Pixel* in, const Span& span, Pixel* out) {
         for (int i = 0; i < span.count; ++i) out[i] = in[std::int64_t(i) * span.step];
         return;
     }
-    for (int i = 0, run = span.repeat - span.phase(0); i < span.count; i += run, run = span.repeat)
-        std::fill_n(out + i, std::min(run, span.count - i), *in++);
+    // Copies: bytes that are written might else be the span's.
+    const int count = span.count, repeat = span.repeat;
+    int i = 0, run = repeat - span.phase(0);
+    if constexpr (sizeof(Pixel) == 1) {
+        // A word for each pixel, of which the next one overwrites what is too much.
+        constexpr int most = sizeof(std::uint64_t);
+        for (; repeat <= most && i + most <= count; i += run, run = repeat) {
+            const std::uint64_t word = *in++ * 0x0101010101010101u;
+            std::memcpy(out + i, &word, most);
+        }
+    }
+    for (; i < count; i += run, run = repeat) std::fill_n(out + i, std::min(run, count - i), *in++);
 }
 
 template <class PixelType>
