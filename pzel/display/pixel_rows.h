@@ -35,7 +35,7 @@ concept MapsVectors = requires(const Rule& rule) {
     rule.onVectors();
 };
 
-#if PZEL_X86_SETS
+#if PZEL_VECTORS
 template <class Vector, class A, class B>
 Three<Vector> loadPixels(const ContiguousRows<A>& a, const ContiguousRows<B>& b, const ContiguousRows<B>& c,
                          int x, int y) {
@@ -79,7 +79,7 @@ void mapPixelRows(const RowsA& a, const RowsB& b, const RowsB& c, const Contiguo
         const auto loop = [=](auto set) {
             const Rule local = rule;
             int done = 0;
-#if PZEL_X86_SETS
+#if PZEL_VECTORS
             if constexpr (MapsVectors<Rule> && hasVectors<set>)
                 done = mapVectors(set, a, b, c, out, width, first, end, local);
 #endif

@@ -155,7 +155,7 @@ struct ByteYuv : YuvRule<LinearLuminance<std::uint8_t>, LinearDifference<std::in
     static bool fits(Pair<std::uint8_t> levels, std::int8_t highU, std::int8_t highV) {
         return levels == fullRange<std::uint8_t>() && highU == 127 && highV == 127;
     }
-#if PZEL_X86_SETS
+#if PZEL_VECTORS
     YuvProducts onVectors() const {
         return {};
     }

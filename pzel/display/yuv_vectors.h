@@ -10,7 +10,7 @@
 
 namespace pzel {
 
-#if PZEL_X86_SETS
+#if PZEL_VECTORS
 class YuvProducts {
   public:
     /// Blue, green and red.

@@ -14,20 +14,22 @@
 #else
 #define PZEL_X86_SETS 0
 #endif
+// Whether any set has the vectors of vectors.h.
+#define PZEL_VECTORS PZEL_X86_SETS
 
 namespace pzel {
 
 /// Instruction sets by rank. `Reference` is what every machine has, without short cuts: where a kernel has a
 /// faster form of its rule, the rule itself runs. All others are compared with it. `Avx512` is that of
 /// processors since about 2020, with byte permutations (VBMI); others with AVX-512 count as `Avx2`.
-enum class InstructionSet { Reference, Baseline, Avx2, Avx512 };
+enum class InstructionSet { Reference, Baseline, Sse41, Avx2, Avx512 };
 
 template <InstructionSet set>
 using SetConstant = std::integral_constant<InstructionSet, set>;
 
 /// The best set of this machine, or what the environment variable PZEL_INSTRUCTION_SET asked for when it was
-/// first needed: reference, baseline, avx2 or avx512. One that the machine lacks counts as the best it has,
-/// and so does any other text.
+/// first needed: reference, baseline, sse41, avx2 or avx512. One that the machine lacks counts as the best it
+/// has, and so does any other text.
 InstructionSet instructionSet();
 
 /// Whether kernels may run faster forms of their rules.
@@ -37,6 +39,11 @@ inline bool takesShortCuts() {
 
 #if PZEL_X86_SETS
 // By value: a copy that nobody else sees needs not be read again after each byte that the loop writes.
+template <class Loop>
+[[gnu::target("sse4.1"), gnu::flatten, gnu::noinline]] void onSse41(Loop loop) {
+    loop(SetConstant<InstructionSet::Sse41>());
+}
+
 template <class Loop>
 [[gnu::target("arch=x86-64-v3"), gnu::flatten, gnu::noinline]] void onAvx2(Loop loop) {
     loop(SetConstant<InstructionSet::Avx2>());
@@ -55,6 +62,7 @@ void onBestSet(Loop loop) {
     switch (instructionSet()) {
         case InstructionSet::Avx512: return onAvx512(loop);
         case InstructionSet::Avx2: return onAvx2(loop);
+        case InstructionSet::Sse41: return onSse41(loop);
         default: break;
     }
 #endif

@@ -32,7 +32,7 @@ concept PlacesRows = ScalesRows<Rule, In> && requires(const Rule& rule) {
     Rule::kLast;
 };
 
-#if PZEL_X86_SETS
+#if PZEL_VECTORS
 template <class Vector>
 Vector lowestOf(Vector a, Vector b) {
     return a < b ? a : b;
@@ -75,25 +75,37 @@ void scaleInto(typename V::Words (&words)[vectors], const Rule& rule, const floa
     }
 }
 
-/// The same from 16 bits, 0 below black. A distance becomes a float by the upper half of 2^23 above it, and
-/// the fused product takes away what that adds: it is the distance times the scale, rounded once.
+/// The same from 16 bits. An element becomes a float by the upper half of 2^23 above it, and what that adds
+/// is taken away again: the distance from black times the scale is rounded once. Where products are fused,
+/// they take it away, from distances that are 0 below black; elsewhere it goes together with black, exactly.
 template <class V, int vectors, class T, class Rule>
 requires(sizeof(T) == 2) void scaleInto(typename V::Words (&words)[vectors], const Rule& rule, const T* in) {
     using Shorts = typename V::Shorts;
     using Floats = typename V::Floats;
+    constexpr bool isFused = requires(Floats v) {
+        fused(v, v, v);
+    };
     constexpr float whole = 0x1p23f;
     constexpr int lanes = sizeof(Shorts) / 2;
     constexpr short upper = std::bit_cast<std::uint32_t>(whole) >> 16,
                     sign = std::is_signed_v<T> ? -0x8000 : 0;
     const Shorts black = Shorts{} + short(rule.black() ^ sign);
-    const Floats scale = Floats{} + rule.scale(), added = -whole * scale;
+    const Floats scale = Floats{} + rule.scale(), added = -whole * scale,
+                 start = Floats{} + (whole + float(std::uint16_t(black[0])));
     const auto word = [&](Shorts pairs) {
-        return __builtin_convertvector(fused(Floats(pairs), scale, added) + Rule::kStart, typename V::Words);
+        const auto v = Floats(pairs);
+        Floats scaled;
+        if constexpr (isFused)
+            scaled = fused(v, scale, added);
+        else
+            scaled = (v - start) * scale;
+        return __builtin_convertvector(scaled + Rule::kStart, typename V::Words);
     };
     for (int k = 0; 2 * k < vectors; ++k) {
-        const Shorts distance = above(loadVector<Shorts>(in + k * lanes) ^ sign, black);
-        words[2 * k] = word(lowPairs(distance, Shorts{} + upper));
-        words[2 * k + 1] = word(highPairs(distance, Shorts{} + upper));
+        Shorts given = loadVector<Shorts>(in + k * lanes) ^ sign;
+        if constexpr (isFused) given = above(given, black);
+        words[2 * k] = word(lowPairs(given, Shorts{} + upper));
+        words[2 * k + 1] = word(highPairs(given, Shorts{} + upper));
     }
 }
 

@@ -104,7 +104,7 @@ void mapLine(SetConstant<set> on, const Rule& rule, In in, Out out, int count) {
                 lookUp(on, rule.entries(), index, out + x, n);
             }
         }
-#if PZEL_X86_SETS
+#if PZEL_VECTORS
     } else if constexpr (ScalesRows<Rule, In> && hasVectors<set> && std::is_pointer_v<Out>) {
         scaleLine(on, rule, in, out, count);
 #endif

@@ -1,10 +1,11 @@
 // Vectors of elements, for loops that no compiler finds by itself. The types and their operators are the
-// compiler's own; this file adds the few steps that have no operator, for AVX2 and AVX-512 alike, and no
-// other file knows an instruction by its name.
+// compiler's own; this file adds the few steps that have no operator, for SSE4.1, AVX2 and AVX-512 alike, and
+// no other file knows an instruction by its name.
 #pragma once
 
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "pzel/loops/instruction_set.h"
 
@@ -16,16 +17,26 @@ namespace pzel {
 
 /// Sets with vectors of bytes: the steps below.
 template <InstructionSet set>
-constexpr bool hasVectors = (PZEL_X86_SETS != 0) && set >= InstructionSet::Avx2;
+constexpr bool hasVectors = (PZEL_X86_SETS != 0) && set >= InstructionSet::Sse41;
 /// Sets that look up bytes in a vector of 64.
 template <InstructionSet set>
 constexpr bool looksUpBytes = (PZEL_X86_SETS != 0) && set >= InstructionSet::Avx512;
 
-#if PZEL_X86_SETS
-/// Vectors of so many bytes, by their elements. Spelled out for both: GCC 12 ignores a vector_size that hangs
+#if PZEL_VECTORS
+/// Vectors of so many bytes, by their elements. Spelled out for all: GCC 12 ignores a vector_size that hangs
 /// on a parameter.
 template <int bytes>
 struct Vectors;
+template <>
+struct Vectors<16> {
+    using Bytes = std::uint8_t __attribute__((vector_size(16)));
+    using Signed = std::int8_t __attribute__((vector_size(16)));
+    using Shorts = std::int16_t __attribute__((vector_size(16)));
+    using Words = std::int32_t __attribute__((vector_size(16)));
+    using Longs = long long __attribute__((vector_size(16)));
+    using Floats = float __attribute__((vector_size(16)));
+    using Doubles = double __attribute__((vector_size(16)));
+};
 template <>
 struct Vectors<32> {
     using Bytes = std::uint8_t __attribute__((vector_size(32)));
@@ -45,10 +56,13 @@ struct Vectors<64> {
     using Longs = long long __attribute__((vector_size(64)));
     using Floats = float __attribute__((vector_size(64)));
 };
+using V16 = Vectors<16>;
 using V32 = Vectors<32>;
 using V64 = Vectors<64>;
 template <InstructionSet set>
-using VectorsOf = Vectors<looksUpBytes<set> ? 64 : 32>;
+using VectorsOf = Vectors<looksUpBytes<set>             ? 64
+                          : set >= InstructionSet::Avx2 ? 32
+                                                        : 16>;
 
 template <class Vector>
 Vector loadVector(const void* from) {
@@ -76,37 +90,43 @@ void askAhead(const void* from) {
         __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(from) + ahead + k));
 }
 
-// Bytes and 16 bits are widened and narrowed within every 16 bytes of a vector: low and high halves of those.
+// Elements are widened and narrowed within every 16 bytes of a vector: low and high halves of those.
 
-/// Bytes of a and b in turn.
-[[gnu::target("arch=x86-64-v3")]] inline V32::Bytes lowPairs(V32::Bytes a, V32::Bytes b) {
-    return V32::Bytes(_mm256_unpacklo_epi8(__m256i(a), __m256i(b)));
-}
-[[gnu::target("arch=x86-64-v4")]] inline V64::Bytes lowPairs(V64::Bytes a, V64::Bytes b) {
-    return V64::Bytes(_mm512_unpacklo_epi8(__m512i(a), __m512i(b)));
-}
-[[gnu::target("arch=x86-64-v3")]] inline V32::Bytes highPairs(V32::Bytes a, V32::Bytes b) {
-    return V32::Bytes(_mm256_unpackhi_epi8(__m256i(a), __m256i(b)));
-}
-[[gnu::target("arch=x86-64-v4")]] inline V64::Bytes highPairs(V64::Bytes a, V64::Bytes b) {
-    return V64::Bytes(_mm512_unpackhi_epi8(__m512i(a), __m512i(b)));
+/// Lane i of every 16 bytes takes element place(i) of the same 16 bytes of a and b, those of b from kOther
+/// on.
+constexpr int kOther = 16;
+template <auto place, class Vector>
+Vector within16(Vector a, Vector b) {
+    return [&]<int... lanes>(std::integer_sequence<int, lanes...>) {
+        constexpr int size = sizeof...(lanes), part = size * 16 / int(sizeof(Vector));
+        return __builtin_shufflevector(a, b,
+                                       (lanes / part * part + place(lanes % part, part) % kOther +
+                                        place(lanes % part, part) / kOther * size)...);
+    }
+    (std::make_integer_sequence<int, sizeof(Vector) / sizeof(a[0])>());
 }
 
-/// 16 bits of a and b in turn.
-[[gnu::target("arch=x86-64-v3")]] inline V32::Shorts lowPairs(V32::Shorts a, V32::Shorts b) {
-    return V32::Shorts(_mm256_unpacklo_epi16(__m256i(a), __m256i(b)));
+/// Elements of a and b in turn.
+template <class Vector>
+Vector lowPairs(Vector a, Vector b) {
+    return within16<[](int lane, int) { return lane / 2 + lane % 2 * kOther; }>(a, b);
 }
-[[gnu::target("arch=x86-64-v4")]] inline V64::Shorts lowPairs(V64::Shorts a, V64::Shorts b) {
-    return V64::Shorts(_mm512_unpacklo_epi16(__m512i(a), __m512i(b)));
+template <class Vector>
+Vector highPairs(Vector a, Vector b) {
+    return within16<[](int lane, int lanes) { return (lanes + lane) / 2 + lane % 2 * kOther; }>(a, b);
 }
-[[gnu::target("arch=x86-64-v3")]] inline V32::Shorts highPairs(V32::Shorts a, V32::Shorts b) {
-    return V32::Shorts(_mm256_unpackhi_epi16(__m256i(a), __m256i(b)));
-}
-[[gnu::target("arch=x86-64-v4")]] inline V64::Shorts highPairs(V64::Shorts a, V64::Shorts b) {
-    return V64::Shorts(_mm512_unpackhi_epi16(__m512i(a), __m512i(b)));
+
+/// Every second element of a and b, from `first` on.
+template <int first, class Vector>
+Vector everySecond(Vector a, Vector b) {
+    return within16<[](int lane, int lanes) { return 2 * lane % lanes + first + 2 * lane / lanes * kOther; }>(
+        a, b);
 }
 
 /// How far a is above b, both without a sign; 0 where it is not.
+[[gnu::target("sse4.1")]] inline V16::Shorts above(V16::Shorts a, V16::Shorts b) {
+    return V16::Shorts(_mm_subs_epu16(__m128i(a), __m128i(b)));
+}
 [[gnu::target("arch=x86-64-v3")]] inline V32::Shorts above(V32::Shorts a, V32::Shorts b) {
     return V32::Shorts(_mm256_subs_epu16(__m256i(a), __m256i(b)));
 }
@@ -114,6 +134,9 @@ void askAhead(const void* from) {
     return V64::Shorts(_mm512_subs_epu16(__m512i(a), __m512i(b)));
 }
 
+[[gnu::target("sse4.1")]] inline V16::Bytes above(V16::Bytes a, V16::Bytes b) {
+    return V16::Bytes(_mm_subs_epu8(__m128i(a), __m128i(b)));
+}
 [[gnu::target("arch=x86-64-v3")]] inline V32::Bytes above(V32::Bytes a, V32::Bytes b) {
     return V32::Bytes(_mm256_subs_epu8(__m256i(a), __m256i(b)));
 }
@@ -122,6 +145,9 @@ void askAhead(const void* from) {
 }
 
 /// The larger ones.
+[[gnu::target("sse4.1")]] inline V16::Signed larger(V16::Signed a, V16::Signed b) {
+    return V16::Signed(_mm_max_epi8(__m128i(a), __m128i(b)));
+}
 [[gnu::target("arch=x86-64-v3")]] inline V32::Signed larger(V32::Signed a, V32::Signed b) {
     return V32::Signed(_mm256_max_epi8(__m256i(a), __m256i(b)));
 }
@@ -138,6 +164,9 @@ void askAhead(const void* from) {
 }
 
 /// Sums of the products of pairs, saturated: unsigned bytes times signed ones.
+[[gnu::target("sse4.1")]] inline V16::Shorts sumsOfProducts(V16::Bytes a, V16::Signed b) {
+    return V16::Shorts(_mm_maddubs_epi16(__m128i(a), __m128i(b)));
+}
 [[gnu::target("arch=x86-64-v3")]] inline V32::Shorts sumsOfProducts(V32::Bytes a, V32::Signed b) {
     return V32::Shorts(_mm256_maddubs_epi16(__m256i(a), __m256i(b)));
 }
@@ -146,6 +175,9 @@ void askAhead(const void* from) {
 }
 
 /// The upper halves of products.
+[[gnu::target("sse4.1")]] inline V16::Shorts upperProducts(V16::Shorts a, V16::Shorts b) {
+    return V16::Shorts(_mm_mulhi_epi16(__m128i(a), __m128i(b)));
+}
 [[gnu::target("arch=x86-64-v3")]] inline V32::Shorts upperProducts(V32::Shorts a, V32::Shorts b) {
     return V32::Shorts(_mm256_mulhi_epi16(__m256i(a), __m256i(b)));
 }
@@ -154,6 +186,9 @@ void askAhead(const void* from) {
 }
 
 /// Saturated to bytes, those of `low` first.
+[[gnu::target("sse4.1")]] inline V16::Bytes toBytes(V16::Shorts low, V16::Shorts high) {
+    return V16::Bytes(_mm_packus_epi16(__m128i(low), __m128i(high)));
+}
 [[gnu::target("arch=x86-64-v3")]] inline V32::Bytes toBytes(V32::Shorts low, V32::Shorts high) {
     return V32::Bytes(_mm256_packus_epi16(__m256i(low), __m256i(high)));
 }
@@ -162,6 +197,9 @@ void askAhead(const void* from) {
 }
 
 /// Saturated to 16 bits with a sign.
+[[gnu::target("sse4.1")]] inline V16::Shorts toShorts(V16::Words low, V16::Words high) {
+    return V16::Shorts(_mm_packs_epi32(__m128i(low), __m128i(high)));
+}
 [[gnu::target("arch=x86-64-v3")]] inline V32::Shorts toShorts(V32::Words low, V32::Words high) {
     return V32::Shorts(_mm256_packs_epi32(__m256i(low), __m256i(high)));
 }
@@ -170,6 +208,9 @@ void askAhead(const void* from) {
 }
 
 /// Saturated to 16 bits without a sign.
+[[gnu::target("sse4.1")]] inline V16::Shorts toUnsigned(V16::Words low, V16::Words high) {
+    return V16::Shorts(_mm_packus_epi32(__m128i(low), __m128i(high)));
+}
 [[gnu::target("arch=x86-64-v3")]] inline V32::Shorts toUnsigned(V32::Words low, V32::Words high) {
     return V32::Shorts(_mm256_packus_epi32(__m256i(low), __m256i(high)));
 }
@@ -178,11 +219,17 @@ void askAhead(const void* from) {
 }
 
 /// The results of narrowing in the order of what was narrowed: once, two vectors, or twice, four.
+inline V16::Bytes inOrderOfTwo(V16::Bytes v) {
+    return v;
+}
 inline V32::Bytes inOrderOfTwo(V32::Bytes v) {
     return V32::Bytes(__builtin_shufflevector(V32::Longs(v), V32::Longs(v), 0, 2, 1, 3));
 }
 inline V64::Bytes inOrderOfTwo(V64::Bytes v) {
     return V64::Bytes(__builtin_shufflevector(V64::Longs(v), V64::Longs(v), 0, 2, 4, 6, 1, 3, 5, 7));
+}
+inline V16::Bytes inOrderOfFour(V16::Bytes v) {
+    return v;
 }
 inline V32::Bytes inOrderOfFour(V32::Bytes v) {
     return V32::Bytes(__builtin_shufflevector(V32::Words(v), V32::Words(v), 0, 4, 1, 5, 2, 6, 3, 7));

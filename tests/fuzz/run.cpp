@@ -47,7 +47,8 @@ Set bestSet() {
 #if PZEL_X86_SETS
     static const Set best = [] {
         __builtin_cpu_init();
-        if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("bmi2")) return Set::Baseline;
+        if (!__builtin_cpu_supports("sse4.1")) return Set::Baseline;
+        if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("bmi2")) return Set::Sse41;
         return __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vl") ? Set::Avx512
                                                                                           : Set::Avx2;
     }();
