@@ -3,6 +3,7 @@
 
 #include <QAbstractItemView>
 #include <QAbstractSlider>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QDockWidget>
@@ -134,6 +135,7 @@ void MainWindow::AddPanels() {
     for (const PanelEntry& entry : Panels()) {
         auto* dock = new QDockWidget(tr(entry.title), this);
         dock->setObjectName(entry.id);
+        dock->installEventFilter(this);
         dock->setWidget(Scrolling(entry.make(*document, dock), entry.area));
         addDockWidget(entry.area, dock);
         dock->setVisible(entry.isShown);
@@ -189,14 +191,15 @@ void MainWindow::ResetLayout() {
     restoreState(firstLayout);
 }
 
-// Who moves a slider or goes through a list by keys does not turn the pages of a folder.
-bool MainWindow::event(QEvent* event) {
+// Who moves a slider or goes through a list by keys does not turn the pages of a folder, also where its panel
+// is a window of its own.
+bool MainWindow::eventFilter(QObject* dock, QEvent* event) {
     if (event->type() == QEvent::ShortcutOverride &&
-        IsForMoving(focusWidget(), *static_cast<const QKeyEvent*>(event))) {
+        IsForMoving(QApplication::focusWidget(), *static_cast<const QKeyEvent*>(event))) {
         event->accept();
         return true;
     }
-    return QMainWindow::event(event);
+    return QMainWindow::eventFilter(dock, event);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

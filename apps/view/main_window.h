@@ -40,7 +40,7 @@ class MainWindow final : public QMainWindow {
     void ResetLayout();
 
   protected:
-    bool event(QEvent* event) override;
+    bool eventFilter(QObject* dock, QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
