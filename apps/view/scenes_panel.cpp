@@ -152,8 +152,10 @@ void ScenesPanel::RecallChosen() {
 
 void ScenesPanel::Rename(QListWidgetItem* item) {
     const QString before = item->data(Qt::UserRole).toString(), after = item->text().trimmed();
-    if (before == after) return;
-    if (after.isEmpty()) return ShowList();
+    if (before == after || after.isEmpty()) {
+        const QSignalBlocker still(list);
+        return item->setText(before);
+    }
     chosen = after;
     // The item is in use by its editor until later.
     QMetaObject::invokeMethod(
