@@ -106,6 +106,75 @@ TEST_F(LayersTest, TheListShowsAndSetsTheOrder) {
     EXPECT_EQ(names(), "camera.png moon.png coffee.png");
 }
 
+// Beside a list of what each layer is said to be; the panel's list stands upside down.
+TEST_F(LayersTest, StepsAreThoseOfAPlainList) {
+    struct Row {
+        std::string name;
+        bool visible;
+        int x, y;
+        bool operator==(const Row&) const = default;
+    };
+    std::vector<Row> rows;
+    std::vector<std::string> files;
+    for (const char* name : {"a.tif", "b.tif", "c.tif", "d.tif"}) {
+        WritePicture<std::uint8_t>(Path(name), {AnyPixels<std::uint8_t>(random, 30, 20, 1, 0, 255)});
+        files.push_back(Path(name));
+        rows.push_back({name, true, 0, 0});
+    }
+    Open(files);
+    int active = 0;
+    const std::vector<std::pair<std::string, std::function<void(Row&)>>> changes = {
+        {"layer.left", [](Row& row) { --row.x; }},
+        {"layer.right", [](Row& row) { ++row.x; }},
+        {"layer.up", [](Row& row) { --row.y; }},
+        {"layer.down", [](Row& row) { ++row.y; }},
+        {"layer.toggle", [](Row& row) { row.visible = !row.visible; }}};
+    const auto& list = Find<QListWidget>("layers");
+    for (int i = 0; i < 200; ++i) {
+        const int count = static_cast<int>(rows.size()), by = Any(2) ? 1 : -1, to = active + by;
+        const bool isInside = to >= 0 && to < count;
+        switch (Any(5)) {
+            case 0:
+                Trigger(by > 0 ? "layer.raise" : "layer.lower");
+                if (isInside) std::swap(rows[std::size_t(active)], rows[std::size_t(to)]);
+                if (isInside) active = to;
+                break;
+            case 1:
+                Trigger(by > 0 ? "layer.above" : "layer.below");
+                if (isInside) active = to;
+                break;
+            case 2:
+                if (count < 4) {
+                    Trigger("layer.duplicate");
+                    ASSERT_TRUE(WaitFor([&] { return !document->IsReading(); }));
+                    const Row copy = rows[std::size_t(active)];
+                    rows.insert(rows.begin() + ++active, copy);
+                } else {
+                    Trigger("layer.remove");
+                    rows.erase(rows.begin() + active);
+                    active = count - 2;  // the highest one
+                }
+                break;
+            default:
+                const auto& [action, change] = changes[random() % changes.size()];
+                Trigger(action.c_str());
+                change(rows[std::size_t(active)]);
+        }
+        std::vector<Row> there;
+        for (Comp* comp : document->Layers())
+            there.push_back({comp->GetName(), comp->IsVisible(), comp->x, comp->y});
+        ASSERT_TRUE(there == rows) << i;
+        ASSERT_EQ(Active().GetIndex(), active) << i;
+        ASSERT_EQ(list.count(), static_cast<int>(rows.size()));
+        EXPECT_EQ(list.currentRow(), list.count() - 1 - active);
+        for (int row = 0; row < list.count(); ++row) {
+            const Row& said = rows[rows.size() - 1 - std::size_t(row)];
+            EXPECT_EQ(list.item(row)->text().toStdString(), said.name);
+            EXPECT_EQ(list.item(row)->checkState() == Qt::Checked, said.visible);
+        }
+    }
+}
+
 // A change that needs another image is found out to be impossible when others stand above it already.
 TEST_F(LayersTest, AChangeThatFailsTakesBackItselfAlone) {
     Open({PictureSample("moon.png"), PictureSample("coffee.png")});

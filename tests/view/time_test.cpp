@@ -1,7 +1,9 @@
 // Time: frames that are played in another order than the library goes through them, frames that show others,
 // and a video that is in memory whole.
 #include <QSignalSpy>
+#include <QUndoStack>
 #include <algorithm>
+#include <set>
 
 #include "apps/view/time_line.h"
 #include "window.h"
@@ -96,28 +98,89 @@ TEST_F(TimeTest, GoesWhereItIsTold) {
     EXPECT_EQ(ShownGrey(), static_cast<int>(std::lround((45 - 20) * 255 / 100.0)));
 }
 
-TEST_F(TimeTest, RangesAreDragged) {
-    OpenGreys(30);
+// Drags and keys anywhere, beside ranges that a plain movie was given, and sets of marks.
+TEST_F(TimeTest, RangesAndMarksAreWhereTheyWerePut) {
+    constexpr int kFrames = 30;
+    OpenGreys(kFrames);
     auto& line = Find<pzel_view::TimeLine>("timeLine");
-    const auto at = [&](int frame) { return QPoint(static_cast<int>(line.PlaceOf(frame)), 8); };
-    Drag(line, at(4), at(12));
     using Ranges = std::vector<Movie::FrameRange>;
-    EXPECT_EQ(document->GetMovie().GetFrameRanges(), (Ranges{{4, 12}}));
-    Drag(line, at(12), at(9));
-    EXPECT_EQ(document->GetMovie().GetFrameRanges(), (Ranges{{4, 9}}));
-    Drag(line, at(20), at(17));
-    EXPECT_EQ(document->GetMovie().GetFrameRanges(), (Ranges{{4, 9}, {17, 20}}));
-    document->History().undo();
-    document->History().undo();
-    EXPECT_EQ(document->GetMovie().GetFrameRanges(), (Ranges{{4, 12}}));
-    Drag(line, QPoint(at(0).x(), 30), QPoint(at(22).x(), 30));
-    EXPECT_TRUE(WaitFor([&] { return document->CurrentFrame() == 22; }));
-
-    document->GoTo(3);
-    ASSERT_TRUE(WaitFor([&] { return document->CurrentFrame() == 3; }));
-    window->Actions().Find("time.cut")->trigger();
-    window->Actions().Find("time.marked")->trigger();
-    EXPECT_EQ(document->GetMovie().GetFrameRanges(), (Ranges{{0, 2}, {4, 29}}));
+    const auto plain = [](const Ranges& wanted) {
+        const std::unique_ptr<Movie, pzel_io::Releaser> movie(new Movie);
+        movie->SetMovieLength(kFrames);
+        for (const Movie::FrameRange& range : wanted) movie->AddFrameRange(range);
+        return Ranges(movie->GetFrameRanges());
+    };
+    Ranges ranges;
+    std::set<std::int32_t> keep, cut;
+    for (int i = 0; i < 150; ++i) {
+        const int now = Any(kFrames), to = Any(kFrames);
+        document->GoTo(static_cast<std::uint32_t>(now));
+        ASSERT_TRUE(WaitFor([&] { return document->CurrentFrame() == static_cast<std::uint32_t>(now); }));
+        const int what = Any(10);
+        if (what == 0 || ranges.size() > 4) {
+            Trigger("time.all");
+            ranges.clear();
+        } else if (what < 3) {
+            Trigger(what == 1 ? "time.start" : "time.end");
+            if (ranges.empty()) ranges = {{0, kFrames - 1}};
+            auto& [first, last] = ranges.back();
+            (what == 1 ? first : last) = now;
+            if (first > last) first = last = now;
+            ranges = plain(ranges);
+        } else if (what < 6) {
+            Trigger(what == 3 ? "time.keep" : "time.cut");
+            auto& set = what == 3 ? keep : cut;
+            const bool was = set.contains(now);
+            keep.erase(now);
+            cut.erase(now);
+            if (!was) set.insert(now);
+        } else if (what == 6) {
+            Trigger("time.marked");
+            ranges.clear();
+            for (int frame = 0; frame < kFrames; ++frame) {
+                if (cut.contains(frame) || (!keep.empty() && !keep.contains(frame))) continue;
+                if (ranges.empty() || ranges.back().second != frame - 1) ranges.emplace_back(frame, frame);
+                ranges.back().second = frame;
+            }
+        } else if (now != to) {
+            Ranges wanted = ranges;
+            const auto isEnd = [&](const auto& range) { return range.first == now || range.second == now; };
+            const auto taken = std::find_if(wanted.begin(), wanted.end(), isEnd);
+            const long fixed = taken == wanted.end()  ? now
+                               : taken->second == now ? taken->first
+                                                      : taken->second;
+            const Movie::FrameRange dragged{std::min<long>(to, fixed), std::max<long>(to, fixed)};
+            taken == wanted.end() ? wanted.push_back(dragged) : void(*taken = dragged);
+            const auto place = [&](int frame) { return QPoint(static_cast<int>(line.PlaceOf(frame)), 8); };
+            Drag(line, place(now), place(to));
+            EXPECT_EQ(document->GetMovie().GetFrameRanges(), plain(wanted));
+            document->History().undo();  // of the whole drag
+            EXPECT_EQ(document->GetMovie().GetFrameRanges(), ranges);
+            document->History().redo();
+            ranges = plain(wanted);
+        }
+        ASSERT_EQ(document->GetMovie().GetFrameRanges(), ranges)
+            << i << ": " << what << " at " << now << " to " << to;
+        EXPECT_TRUE(document->Marks().keepFrames == keep && document->Marks().cutFrames == cut) << i;
+        if (i % 15 != 14) continue;
+        // Below the ranges one goes to a frame.
+        const QPoint low(0, line.height() - 5);
+        Drag(line, low + QPoint(static_cast<int>(line.PlaceOf(now)), 0), low);
+        ASSERT_TRUE(WaitFor([&] { return document->CurrentFrame() == 0; }));
+        const QImage seen = line.grab().toImage();
+        for (int frame = 1; frame < kFrames; ++frame) {
+            const int x = static_cast<int>(line.PlaceOf(frame));
+            EXPECT_EQ(line.FrameAt(x), static_cast<std::uint32_t>(frame));
+            const QColor mark(seen.pixel(x, pzel_view::TimeLine::LaneOfRanges() + 4));
+            EXPECT_EQ(mark.green() > mark.red() + 60, keep.contains(frame)) << frame;
+            EXPECT_EQ(mark.red() > mark.green() + 60, cut.contains(frame)) << frame;
+            const bool isSelected = std::any_of(ranges.begin(), ranges.end(), [&](const auto& range) {
+                return range.first <= frame && frame <= range.second;
+            });
+            const bool isPainted = seen.pixelColor(x, 9) == line.palette().color(QPalette::Highlight);
+            EXPECT_TRUE(ranges.empty() || isPainted == isSelected) << frame;
+        }
+    }
 }
 
 TEST_F(TimeTest, AVideoIsReadAheadAsFarAsThereIsRoom) {

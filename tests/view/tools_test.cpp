@@ -1,24 +1,17 @@
-// Levels, curves, channels and scenes by hand: pictures that are not what the library makes of the same
-// settings, levels that hot pixels or frames pull along, scenes and commands that show something else.
+// Levels, curves and channels by hand: pictures that are not what the library makes of the same
+// settings, levels that hot pixels or frames pull along.
 #include <QAbstractButton>
 #include <QComboBox>
 #include <QDoubleSpinBox>
-#include <QListWidget>
 #include <QPushButton>
 #include <QTableWidget>
 #include <algorithm>
 #include <cmath>
-#include <fstream>
 #include <limits>
 
-#include "apps/io/picture_writer.h"
-#include "apps/io/png_encoder.h"
-#include "apps/scene/command.h"
 #include "apps/view/curve_editor.h"
 #include "apps/view/histogram_plot.h"
 #include "apps/view/number_edit.h"
-#include "apps/view/scene_keeping.h"
-#include "apps/view/seen_movie.h"
 #include "window.h"
 
 namespace {
@@ -34,21 +27,6 @@ class ToolsTest : public WindowTest {
     void Show(const std::string& name, const std::vector<Pixels<T>>& frames) {
         WritePicture<T>(Path(name), frames);
         Open({Path(name)});
-    }
-
-    /// Files of the displayed picture: as the window saves it, as the copied command makes it.
-    void ExpectCommandMakesPicture(int zoom) {
-        const Scene scene = pzel_view::SceneOf(*document, "now", zoom);
-        const std::string file = Path("command.png");
-        const auto arguments = RenderArguments(scene, Frames::Current, file);
-        const Outcome run = Shell(ShellCommand(PZEL_RENDER, arguments));
-        ASSERT_EQ(run.status, 0) << run.err;
-        pzel_view::SeenMovie seen(*document);
-        const ShownBitmap& bitmap = seen.Draw(document->Extent(), zoom);
-        std::string saved;
-        for (const auto& part : pzel_io::EncodePng(pzel_io::AsFilePicture(bitmap), {}))
-            saved.append(part.begin(), part.end());
-        EXPECT_TRUE(ReadBytes(file) == saved) << ShellCommand("pzel-render", arguments);
     }
 };
 
@@ -105,17 +83,61 @@ TEST_F(ToolsTest, AutoIsWhatSortingGives) {
     auto& plot = Find<HistogramPlot>("levels.plot0");
     QTest::qWait(50);
     EXPECT_GT(plot.PlaceOf(State().levels[0].high) - plot.PlaceOf(State().levels[0].low), plot.width() / 4);
+}
 
-    // Of a rectangle.
-    document->SetSelection(QRect(40, 20, 30, 25));
-    sorted.clear();
-    for (int y = 20; y < 45; ++y)
-        for (int x = 40; x < 70; ++x) sorted.push_back(pixels.At(x, y));
-    std::sort(sorted.begin(), sorted.end());
-    Find<QComboBox>("levels.source").setCurrentIndex(1);
-    QTest::mouseClick(&Find<QPushButton>("levels.auto"), Qt::LeftButton);
-    EXPECT_EQ(State().levels[0].low, double(sorted[15]));
-    EXPECT_EQ(State().levels[0].high, double(sorted[sorted.size() - 16]));
+// Each way to have levels chosen, by keys, beside the sorted values of each channel.
+TEST_F(ToolsTest, ChosenLevelsAreThoseOfTheValues) {
+    const auto expect = [&]<class T>(const Pixels<T>& pixels, std::optional<pzel_io::Window> full) {
+        Show<T>("values" + std::to_string(sizeof(T)) + ".tif", {pixels});
+        const QRect region(11, 7, 25, 31);
+        for (int round = 0; round < 2 * pixels.channels; ++round) {
+            const bool isEach = round > 0 && pixels.channels > 1;  // from levels that differ
+            pzel_view::LayerState state = State();
+            for (std::size_t c = 0; c < state.levels.size(); ++c)
+                state.levels[c] = {1, 9.0 + (isEach ? double(c) : 0)};
+            document->Change(Active(), "Levels", state);
+            const char* const action = std::vector<const char*>{"values.data", "values.full", "values.auto",
+                                                                "values.region"}[std::size_t(Any(4))];
+            const std::string name = action;
+            document->SetSelection(region);
+            Trigger(action);
+            document->SetSelection({});  // whose marks are none of the picture
+            const Levels found = State().levels;
+            ASSERT_EQ(found.size(), std::size_t(pixels.channels));
+            for (int channel = 0; channel < pixels.channels; ++channel) {
+                std::vector<T> sorted;
+                for (int y = 0; y < pixels.height; ++y)
+                    for (int x = 0; x < pixels.width; ++x)
+                        for (int c = 0; c < pixels.channels; ++c)
+                            if ((!isEach || c == channel) &&
+                                (name != "values.region" || region.contains(x, y)))
+                                sorted.push_back(pixels.At(x, y, c));
+                std::sort(sorted.begin(), sorted.end());
+                const std::size_t rank =
+                    name == "values.data" ? 0 : std::size_t(0.0035 * double(sorted.size()));
+                pzel_io::Window wanted{double(sorted[rank]), double(sorted[sorted.size() - 1 - rank])};
+                if (name == "values.full") wanted = full.value_or(state.levels[std::size_t(channel)]);
+                EXPECT_EQ(found[std::size_t(channel)].low, wanted.low) << name << " " << channel << isEach;
+                EXPECT_EQ(found[std::size_t(channel)].high, wanted.high) << name << " " << channel << isEach;
+            }
+            EXPECT_EQ(Painted(), Mapped()) << name;
+        }
+    };
+    for (int i = 0; i < 3; ++i) {
+        expect(AnyPixels<std::uint8_t>(random, 60, 50, 3, 10, 240), pzel_io::Window{0, 255});
+        expect(AnyPixels<std::int16_t>(random, 60, 50, 1, -900, 2000), pzel_io::Window{-32768, 32767});
+        expect(AnyPixels<float>(random, 60, 50, 3, -2, 3), std::nullopt);
+    }
+    Open({DicomSample("CT_small.dcm"), DicomSample("MR_small_RLE.dcm")});
+    for (Comp* comp : document->Layers()) {
+        document->MakeActive(*comp);
+        const auto asked = document->InfoOf(*comp).window;
+        Trigger("values.data");
+        const Levels data = State().levels;
+        Trigger("values.file");
+        EXPECT_TRUE(pzel_view::IsSame(State().levels, asked ? Levels{*asked} : data));
+        EXPECT_EQ(Find<QPushButton>("levels.file").isEnabled(), asked.has_value());
+    }
 }
 
 TEST_F(ToolsTest, MovieLevelsAreThoseOfAllFrames) {
@@ -187,74 +209,6 @@ TEST_F(ToolsTest, CurvesAndChannelsShowTheLibrarysBitmap) {
         EXPECT_EQ(Painted(), Mapped()) << name;
         ExpectCommandMakesPicture(1);
     }
-}
-
-TEST_F(ToolsTest, ScenesShowAgainWhatWasKept) {
-    WritePicture<std::uint8_t>(Path("below.png"), {AnyPixels<std::uint8_t>(random, 90, 70, 3, 0, 255)});
-    WritePicture<std::uint16_t>(Path("above.tif"), {AnyPixels<std::uint16_t>(random, 60, 50, 1, 0, 900)});
-    Open({Path("below.png"), Path("above.tif") + "@threshold=300:600,green,+12+9"});
-    const auto change = [&](int layer, const std::function<void(pzel_view::LayerState&)>& how) {
-        Comp& comp = *document->Layers()[std::size_t(layer)];
-        auto state = document->StateOf(comp);
-        how(state);
-        document->Change(comp, "Test", state);
-    };
-    change(0, [](auto& state) {
-        state.levels = {{10, 200}, {20, 210}, {30, 220}};
-        state.tones = {ParseTone("gamma=1.5+invert")};
-        state.area = Area{5, 3, 80, 61};
-    });
-    change(1, [](auto& state) {
-        state.opacity = 0.25;
-        state.x = -4;
-    });
-    QTest::mouseClick(&Find<QPushButton>("scenes.keep"), Qt::LeftButton);
-    auto& list = Find<QListWidget>("scenes.list");
-    ASSERT_EQ(list.count(), 1);
-    const std::string kept = Path("kept.png"), again = Path("again.png");
-    const auto render = [&](const std::string& name, const std::string& output) {
-        const Outcome run = Render({Path("below.png"), "--scene", name, "--zoom", "1", "-q", "-o", output});
-        ASSERT_EQ(run.status, 0) << run.err;
-    };
-    render("Scene 1", kept);
-    const std::vector<std::string> arguments =
-        RenderArguments(pzel_view::SceneOf(*document, "x", 1), Frames::Current, "out.png");
-    ExpectCommandMakesPicture(1);
-    const QImage painted = Painted();
-
-    change(0, [](auto& state) { state.levels = {{0, 90}, {0, 90}, {0, 90}}; });
-    change(1, [](auto& state) {
-        state.visible = false;
-        state.threshold = pzel_io::Window{0, 100};
-    });
-    ASSERT_TRUE(WaitFor([&] { return !document->IsReading(); }));
-    EXPECT_NE(Painted(), painted);
-    list.setCurrentRow(0);
-    QTest::mouseClick(&Find<QPushButton>("scenes.recall"), Qt::LeftButton);
-    ASSERT_TRUE(WaitFor([&] {
-        return RenderArguments(pzel_view::SceneOf(*document, "x", 1), Frames::Current, "out.png") ==
-               arguments;
-    }));
-    ASSERT_TRUE(WaitFor([&] { return !document->IsReading(); }));
-    EXPECT_EQ(Painted(), painted);
-
-    list.item(0)->setText("renamed");
-    QTest::qWait(10);
-    render("renamed", again);
-    EXPECT_EQ(ReadBytes(again), ReadBytes(kept));
-    // Another window that opens the picture has the scene; what is broken stays as it is.
-    Open({Path("below.png")});
-    ASSERT_EQ(list.count(), 1);
-    list.setCurrentRow(0);
-    QTest::mouseClick(&Find<QPushButton>("scenes.recall"), Qt::LeftButton);
-    ASSERT_TRUE(WaitFor([&] { return document->Layers().size() == 2; }));
-    EXPECT_EQ(Painted(), painted);
-    QTest::mouseClick(&Find<QPushButton>("scenes.remove"), Qt::LeftButton);
-    EXPECT_EQ(list.count(), 0);
-    std::ofstream(Path("below.png.pzel.json")) << "{";
-    QTest::mouseClick(&Find<QPushButton>("scenes.keep"), Qt::LeftButton);
-    EXPECT_EQ(ReadBytes(Path("below.png.pzel.json")), "{");
-    EXPECT_EQ(failures.size(), 1U);
 }
 
 TEST_F(ToolsTest, StatisticsAreThoseOfTheFilesValues) {

@@ -12,7 +12,12 @@
 #include <random>
 
 #include "apps/io/file_movie.h"
+#include "apps/io/picture_writer.h"
+#include "apps/io/png_encoder.h"
+#include "apps/scene/command.h"
 #include "apps/view/main_window.h"
+#include "apps/view/scene_keeping.h"
+#include "apps/view/seen_movie.h"
 #include "pzel/bounds/bounds.h"
 #include "pzel/display/compose.h"
 #include "pzel/image/lifecycle.h"
@@ -95,6 +100,21 @@ class WindowTest : public AppTest {
         const QImage::Format format = shown.bits == 8 ? QImage::Format_Grayscale8 : QImage::Format_BGR888;
         return QImage(shown.pixels, shown.width, shown.height, shown.rowBytes, format)
             .convertToFormat(QImage::Format_RGB888);
+    }
+
+    /// Files of the displayed picture: as the window saves it, as the copied command makes it.
+    void ExpectCommandMakesPicture(int zoom) {
+        const Scene scene = pzel_view::SceneOf(*document, "now", zoom);
+        const std::string file = Path("command.png");
+        const auto arguments = RenderArguments(scene, Frames::Current, file);
+        const Outcome run = Shell(ShellCommand(PZEL_RENDER, arguments));
+        ASSERT_EQ(run.status, 0) << run.err;
+        pzel_view::SeenMovie seen(*document);
+        const ShownBitmap& bitmap = seen.Draw(document->Extent(), zoom);
+        std::string saved;
+        for (const auto& part : pzel_io::EncodePng(pzel_io::AsFilePicture(bitmap), {}))
+            saved.append(part.begin(), part.end());
+        EXPECT_TRUE(ReadBytes(file) == saved) << ShellCommand("pzel-render", arguments);
     }
 
     std::shared_ptr<pzel_view::Document> document;
