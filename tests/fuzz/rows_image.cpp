@@ -27,10 +27,13 @@ Image* floats(World& w, int planar = 0) {
     return w.image(want);
 }
 
-float at(const Bytes& bytes, std::size_t i) {
+float at(const u8* place) {
     float value;
-    std::memcpy(&value, bytes.data() + 4 * i, 4);
+    std::memcpy(&value, place, 4);
     return value;
+}
+float at(const Bytes& bytes, std::size_t i) {
+    return at(bytes.data() + 4 * i);
 }
 
 /// Every element of a float image against what a formula makes of it and of another image's.
@@ -41,6 +44,14 @@ void judgeEach(World& w, const Image* a, const Bytes& before, const Image* b, F&
     for (std::size_t i = 0; i < GetImageVolume(a); ++i)
         holds = holds && same(at(now, i), formula(at(before, i), a == b ? at(before, i) : at(other, i)));
     HOLDS(holds && "every element follows the formula");
+}
+
+/// A bound that other elements take over has the same bytes on all sets: what is no number has no bytes of
+/// its own.
+void makePlain(Image* image) {
+    if (typeOf(image) != DataFloat || !image->bound) return;
+    for (int i = 0; i < 3 * GetBoundBytes(image); i += 4)
+        if (std::isnan(at(image->bound + i))) std::memset(image->bound + i, 0xFF, 4);
 }
 
 void typedCopy(World& w, bool signedMode) {
@@ -109,6 +120,7 @@ void addImageRows(Table& table) {
         if (had && w.draw.coin()) return;
         const Shape s = w.shape();
         if (had) RemoveImageData(image);
+        makePlain(image);
         const u16 type = image->imageType;
         CALL(ConstructImages, image, 1, u16(s.width), u16(s.height), u8(s.channels),
              u8(s.type | (s.interleaved ? DataInterleaved : 0)));
