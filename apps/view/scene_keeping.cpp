@@ -14,10 +14,10 @@ Layer LayerOf(Document& document, Comp& comp) {
     return layer;
 }
 
-// The state that shows a component as a scene's layer says.
-LayerState StateFor(Document& document, Comp& comp, const Layer& layer) {
+// The state that shows a component as a scene's layer says: under its file's name, where it tells none.
+LayerState StateFor(const Layer& layer) {
     LayerState state = StateOfWishes(layer);
-    if (state.name.empty()) state.name = document.StateOf(comp).name;
+    if (state.name.empty()) state.name = std::filesystem::path(layer.file).filename().string();
     return state;
 }
 
@@ -73,7 +73,7 @@ void Recall(Document& document, const Scene& kept) {
     document.History().beginMacro(what);
     const auto comps = document.Layers();
     for (std::size_t i = 0; i < comps.size(); ++i)
-        document.Change(*comps[i], what, StateFor(document, *comps[i], scene.layers[i]));
+        document.Change(*comps[i], what, StateFor(scene.layers[i]));
     std::vector<Movie::FrameRange> ranges;
     for (const auto& [first, last] : scene.ranges) ranges.emplace_back(first, last);
     document.SetRanges(what, ranges);
