@@ -71,14 +71,6 @@ TEST_F(LayersTest, ComeBackAsTheyWere) {
     EXPECT_TRUE(document->IsEmpty());
     for (int i = 0; i < 2; ++i) document->History().undo();
     EXPECT_TRUE(Whole() == before);
-    document->MakeActive(*document->Layers()[0]);
-    pzel_view::DuplicateActive(*document);
-    ASSERT_TRUE(WaitFor([&] { return document->Layers().size() == 3; }));
-    document->History().undo();
-    EXPECT_EQ(document->Layers().size(), 2U);
-    document->History().redo();
-    EXPECT_EQ(document->Layers().size(), 3U);
-    EXPECT_EQ(document->InfoOf(*document->Layers()[1]).file, PictureSample("coffee.png"));
 }
 
 // The list stands upside down: the highest layer first.

@@ -1,5 +1,5 @@
 // The picture in the window: other pixels than the command line makes of the same layers, at any zoom; places
-// that slip when the zoom changes; a second window that does not follow.
+// that slip when the zoom changes.
 #include <QLabel>
 #include <QScreen>
 #include <algorithm>
@@ -170,25 +170,6 @@ TEST_F(PictureTest, KeepsThePixelUnderThePointer) {
     EXPECT_LE((Picture().PixelAt(pointer + QPoint(80, 40)) - pixel).manhattanLength(), 1);
     Picture().Fit();
     EXPECT_EQ(Picture().VisibleArea(), document->Extent());
-}
-
-TEST_F(PictureTest, EveryWindowFollowsTheDocument) {
-    Open({PictureSample("moon.png")});
-    const std::unique_ptr<pzel_view::MainWindow> other(window->NewView());
-    other->setAttribute(Qt::WA_DeleteOnClose, false);
-    other->Picture().SetZoom(-3);
-    QTest::qWait(50);
-    const QImage before = other->Picture().grab().toImage();
-    const QImage small = other->Picture().Picture(document->Extent(), -3);
-    pzel_view::LayerState state = State();
-    state.levels = {{90, 140}};
-    document->Change(Active(), "Levels", state);
-    EXPECT_TRUE(Painted() == Mapped());
-    EXPECT_NE(other->Picture().grab().toImage(), before);
-    EXPECT_EQ(other->Picture().Zoom(), -3);
-    document->History().undo();
-    EXPECT_TRUE(other->Picture().Picture(document->Extent(), -3) == small);
-    EXPECT_EQ(other->Picture().grab().toImage(), before);
 }
 
 TEST_F(PictureTest, ToolsChangeWhatTheyName) {

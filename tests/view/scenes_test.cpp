@@ -10,76 +10,40 @@ namespace {
 
 using ScenesTest = WindowTest;
 
-TEST_F(ScenesTest, ScenesShowAgainWhatWasKept) {
+TEST_F(ScenesTest, AreShownAgainByWhoeverOpensThePicture) {
     WritePicture<std::uint8_t>(Path("below.png"), {AnyPixels<std::uint8_t>(random, 90, 70, 3, 0, 255)});
     WritePicture<std::uint16_t>(Path("above.tif"), {AnyPixels<std::uint16_t>(random, 60, 50, 1, 0, 900)});
-    Open({Path("below.png"), Path("above.tif") + "@threshold=300:600,green,+12+9"});
-    const auto change = [&](int layer, const std::function<void(pzel_view::LayerState&)>& how) {
-        Comp& comp = *document->Layers()[std::size_t(layer)];
-        auto state = document->StateOf(comp);
-        how(state);
-        document->Change(comp, "Test", state);
-    };
-    change(0, [](auto& state) {
-        state.levels = {{10, 200}, {20, 210}, {30, 220}};
-        state.tones = {ParseTone("gamma=1.5+invert")};
-        state.area = Area{5, 3, 80, 61};
-    });
-    change(1, [](auto& state) {
-        state.opacity = 0.25;
-        state.x = -4;
-    });
-    QTest::mouseClick(&Find<QPushButton>("scenes.keep"), Qt::LeftButton);
-    auto& list = Find<QListWidget>("scenes.list");
-    ASSERT_EQ(list.count(), 1);
-    const std::string kept = Path("kept.png"), again = Path("again.png");
-    const auto render = [&](const std::string& name, const std::string& output) {
-        const Outcome run = Render({Path("below.png"), "--scene", name, "--zoom", "1", "-q", "-o", output});
-        ASSERT_EQ(run.status, 0) << run.err;
-    };
-    render("Scene 1", kept);
-    const std::vector<std::string> arguments =
-        RenderArguments(pzel_view::SceneOf(*document, "x", 1), Frames::Current, "out.png");
+    Open({Path("below.png"), Path("above.tif") + "@threshold=300:600,green,0.25,+12+9"});
+    pzel_view::LayerState state = State();
+    state.levels = {{10, 200}, {20, 210}, {30, 220}};
+    state.tones = {ParseTone("gamma=1.5+invert")};
+    state.area = Area{5, 3, 80, 61};
+    document->Change(Active(), "Test", state);
+    Find<QPushButton>("scenes.keep").click();
     ExpectCommandMakesPicture(1);
     const QImage painted = Painted();
-
-    change(0, [](auto& state) { state.levels = {{0, 90}, {0, 90}, {0, 90}}; });
-    change(1, [](auto& state) {
-        state.visible = false;
-        state.threshold = pzel_io::Window{0, 100};
-    });
-    ASSERT_TRUE(WaitFor([&] { return !document->IsReading(); }));
-    EXPECT_NE(Painted(), painted);
-    list.setCurrentRow(0);
-    QTest::mouseClick(&Find<QPushButton>("scenes.recall"), Qt::LeftButton);
-    ASSERT_TRUE(WaitFor([&] {
-        return RenderArguments(pzel_view::SceneOf(*document, "x", 1), Frames::Current, "out.png") ==
-               arguments;
-    }));
-    ASSERT_TRUE(WaitFor([&] { return !document->IsReading(); }));
-    EXPECT_EQ(Painted(), painted);
-
-    list.item(0)->setText("renamed");
-    QTest::qWait(10);
-    render("renamed", again);
-    EXPECT_EQ(ReadBytes(again), ReadBytes(kept));
-    // Another window that opens the picture has the scene; what is broken stays as it is.
+    const Outcome run =
+        Render({Path("below.png"), "--scene", "Scene 1", "--zoom", "1", "-q", "-o", Path("kept.png")});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_TRUE(painted ==
+                QImage(QString::fromStdString(Path("kept.png"))).convertToFormat(QImage::Format_RGB888));
+    // With fewer layers than the scene has, which are opened.
     Open({Path("below.png")});
+    auto& list = Find<QListWidget>("scenes.list");
     ASSERT_EQ(list.count(), 1);
     list.setCurrentRow(0);
-    QTest::mouseClick(&Find<QPushButton>("scenes.recall"), Qt::LeftButton);
+    Find<QPushButton>("scenes.recall").click();
     ASSERT_TRUE(WaitFor([&] { return document->Layers().size() == 2; }));
-    EXPECT_EQ(Painted(), painted);
-    QTest::mouseClick(&Find<QPushButton>("scenes.remove"), Qt::LeftButton);
-    EXPECT_EQ(list.count(), 0);
+    EXPECT_TRUE(Painted() == painted);
+    // What is broken stays as it is.
     std::ofstream(Path("below.png.pzel.json")) << "{";
-    QTest::mouseClick(&Find<QPushButton>("scenes.keep"), Qt::LeftButton);
+    Find<QPushButton>("scenes.keep").click();
     EXPECT_EQ(ReadBytes(Path("below.png.pzel.json")), "{");
     EXPECT_EQ(failures.size(), 1U);
 }
 
 // A list of names with what was shown, beside the file and the panel.
-TEST_F(ScenesTest, ScenesAreAListOfWhatWasShown) {
+TEST_F(ScenesTest, AreAListOfWhatWasShown) {
     std::vector<Pixels<std::uint16_t>> frames;
     for (int i = 0; i < 6; ++i) frames.push_back(AnyPixels<std::uint16_t>(random, 20, 15, 1, 0, 900));
     WritePicture<std::uint16_t>(Path("film.tif"), frames);
@@ -88,6 +52,7 @@ TEST_F(ScenesTest, ScenesAreAListOfWhatWasShown) {
         const Scene scene = pzel_view::SceneOf(*document, "x", window->Picture().Zoom());
         std::string text = ShellCommand("", RenderArguments(scene, Frames::Ranges, "")) + " at " +
                            std::to_string(scene.frame) + " " + std::to_string(scene.zoom);
+        for (Comp* comp : document->Layers()) text += std::string(" ") + comp->GetName();
         for (const auto* marks : {&scene.keep, &scene.cut})
             for (const int frame : *marks)
                 text += (marks == &scene.keep ? " +" : " -") + std::to_string(frame);
@@ -99,6 +64,7 @@ TEST_F(ScenesTest, ScenesAreAListOfWhatWasShown) {
     for (int i = 0; i < 120; ++i) {
         pzel_view::LayerState state = State();
         state.opacity = 0.01 * (1 + Any(100));
+        state.name = Any(2) ? "film.tif" : "other";
         state.levels = {{1.0 * Any(300), 400.0 + Any(300)}};
         document->Change(Active(), "Change", state);
         document->SetRanges("Ranges", {{Any(3), 3 + Any(3)}});

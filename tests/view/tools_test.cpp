@@ -142,26 +142,36 @@ TEST_F(ToolsTest, ChosenLevelsAreThoseOfTheValues) {
 
 TEST_F(ToolsTest, MovieLevelsAreThoseOfAllFrames) {
     const auto expectAll = [&]<class T>(const std::vector<Pixels<T>>& frames, double tolerance) {
-        Show<T>(sizeof(T) == 2 ? "movie16.tif" : "movief.tif", frames);
-        const pzel_io::Window first = State().levels[0];
+        Show<T>("movie" + std::to_string(sizeof(T)) + ".tif", frames);
         document->GoTo(2);
         ASSERT_TRUE(WaitFor([&] { return document->CurrentFrame() == 2; }));
-        EXPECT_EQ(State().levels[0].low, first.low) << "levels stay where they are";
-        std::vector<T> all;
-        for (const auto& frame : frames) all.insert(all.end(), frame.values.begin(), frame.values.end());
-        std::sort(all.begin(), all.end());
         Find<QComboBox>("levels.source").setCurrentIndex(2);
         Find<QDoubleSpinBox>("levels.percent").setValue(1);
-        QTest::mouseClick(&Find<QPushButton>("levels.auto"), Qt::LeftButton);
-        ASSERT_TRUE(WaitFor([&] { return State().levels[0].low != first.low; }));
-        const std::size_t rank = all.size() / 100;
-        EXPECT_NEAR(State().levels[0].low, double(all[rank]), tolerance);
-        EXPECT_NEAR(State().levels[0].high, double(all[all.size() - 1 - rank]), tolerance);
+        const int channels = frames[0].channels;
+        for (const bool isEach : {false, true}) {
+            pzel_view::LayerState state = State();
+            state.levels = Levels(state.levels.size(), {1, 2});
+            document->Change(Active(), "Levels", state);
+            Find<QAbstractButton>("levels.together").setChecked(!isEach);
+            Find<QPushButton>("levels.auto").click();
+            ASSERT_TRUE(WaitFor([&] { return State().levels[0].high != 2; }));
+            for (int channel = 0; channel < channels; ++channel) {
+                std::vector<T> all;
+                for (const auto& frame : frames)
+                    for (std::size_t i = 0; i < frame.values.size(); ++i)
+                        if (!isEach || static_cast<int>(i) % channels == channel)
+                            all.push_back(frame.values[i]);
+                std::sort(all.begin(), all.end());
+                const pzel_io::Window found = State().levels[std::size_t(channel)];
+                EXPECT_NEAR(found.low, double(all[all.size() / 100]), tolerance) << isEach << channel;
+                EXPECT_NEAR(found.high, double(all[all.size() - 1 - all.size() / 100]), tolerance);
+            }
+        }
     };
     std::vector<Pixels<std::uint16_t>> words;
     std::vector<Pixels<float>> floats;
     for (int i = 0; i < 4; ++i) {
-        words.push_back(AnyPixels<std::uint16_t>(random, 40, 50, 1, 100 * i, 1000 + 900 * i));
+        words.push_back(AnyPixels<std::uint16_t>(random, 40, 50, 3, 100 * i, 1000 + 900 * i));
         floats.push_back(AnyPixels<float>(random, 40, 50, 1, i, 2 + 3 * i));
     }
     expectAll(words, 0);
@@ -183,6 +193,11 @@ TEST_F(ToolsTest, CurvesAndChannelsShowTheLibrarysBitmap) {
     EXPECT_EQ(State().tones[1].gamma, 0.6);
     EXPECT_EQ(State().tones[2].gamma, 1);
     EXPECT_EQ(Painted(), Mapped());
+    for (const int channel : {0, 2, 1}) {
+        Find<QComboBox>("curve.channel").setCurrentIndex(channel + 1);
+        EXPECT_TRUE(editor.GetTone() == State().tones[std::size_t(channel)]);
+        EXPECT_EQ(Find<QDoubleSpinBox>("curve.gamma").value(), State().tones[std::size_t(channel)].gamma);
+    }
     ExpectCommandMakesPicture(1);
     ExpectCommandMakesPicture(3);
     ExpectCommandMakesPicture(-2);
