@@ -45,9 +45,7 @@ Three<Vector> loadPixels(const ContiguousRows<A>& a, const ContiguousRows<B>& b,
 template <class Vector, class A, class B>
 Three<Vector> loadPixels(const StridedRows<A, 3>& a, const StridedRows<B, 3>&, const StridedRows<B, 3>&,
                          int x, int y) {
-    const auto* pixels = &a.row(y)[x];
-    return split(loadVector<Vector>(pixels), loadVector<Vector>(pixels + sizeof(Vector)),
-                 loadVector<Vector>(pixels + 2 * sizeof(Vector)));
+    return loadSplit<Vector>(&a.row(y)[x]);
 }
 
 /// Runs a rule over as many pixels of each row from `top` to `bottom` as fill vectors, and tells how many.
@@ -61,10 +59,7 @@ int mapVectors(SetConstant<set>, const RowsA& a, const RowsB& b, const RowsB& c,
         for (int x = 0; x + step <= width; x += step) {
             const auto in = loadPixels<Vector>(a, b, c, x, y);
             const auto shown = onVectors(in.a, in.b, in.c);
-            const auto pixels = merged(shown.a, shown.b, shown.c);
-            storeVector(pixels.a, out.row(y) + 3 * x);
-            storeVector(pixels.b, out.row(y) + 3 * x + step);
-            storeVector(pixels.c, out.row(y) + 3 * x + 2 * step);
+            storeMerged(shown, out.row(y) + 3 * x);
         }
     }
     return width / step * step;
@@ -91,7 +86,7 @@ void mapPixelRows(const RowsA& a, const RowsB& b, const RowsB& c, const Contiguo
             });
         };
         if constexpr (isRare<Rule>)
-            loop(SetConstant<InstructionSet::Baseline>());
+            loop(SetConstant<InstructionSet::Reference>());
         else
             onBestSet(loop);
     };

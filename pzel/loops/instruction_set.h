@@ -9,13 +9,23 @@
 #include <type_traits>
 
 // Other compilers than GCC lack what shuffle.h needs, and run the plain loops.
-#if defined(__x86_64__) && !defined(__clang__) && __GNUC__ >= 12
+#if !defined(__clang__) && __GNUC__ >= 12
+#define PZEL_VECTORS_OF_GCC 1
+#else
+#define PZEL_VECTORS_OF_GCC 0
+#endif
+#if defined(__x86_64__) && PZEL_VECTORS_OF_GCC
 #define PZEL_X86_SETS 1
 #else
 #define PZEL_X86_SETS 0
 #endif
-// Whether any set has the vectors of vectors.h.
-#define PZEL_VECTORS PZEL_X86_SETS
+// 64-bit ARM: every machine has vectors of 16 bytes.
+#if defined(__aarch64__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ && PZEL_VECTORS_OF_GCC
+#define PZEL_ARM_VECTORS 1
+#else
+#define PZEL_ARM_VECTORS 0
+#endif
+#define PZEL_VECTORS (PZEL_X86_SETS || PZEL_ARM_VECTORS)
 
 namespace pzel {
 
@@ -55,7 +65,14 @@ template <class Loop>
 }
 #endif
 
-/// Runs a loop, compiled for the best instruction set.
+#if PZEL_ARM_VECTORS
+template <class Loop>
+[[gnu::flatten, gnu::noinline]] void onBaseline(Loop loop) {
+    loop(SetConstant<InstructionSet::Baseline>());
+}
+#endif
+
+/// Runs a loop, compiled for the best instruction set. The plain loops are those of `Reference`.
 template <class Loop>
 void onBestSet(Loop loop) {
 #if PZEL_X86_SETS
@@ -65,8 +82,10 @@ void onBestSet(Loop loop) {
         case InstructionSet::Sse41: return onSse41(loop);
         default: break;
     }
+#elif PZEL_ARM_VECTORS
+    if (instructionSet() != InstructionSet::Reference) return onBaseline(loop);
 #endif
-    loop(SetConstant<InstructionSet::Baseline>());
+    loop(SetConstant<InstructionSet::Reference>());
 }
 
 /// Rules that few calls use say `isRare`; their loops are compiled once.

@@ -170,7 +170,7 @@ void mapRows(const In& in, const Out& out, int width, int height, const Rule& ru
         if constexpr (sideBySide && !isRare<Rule>)
             onBestSet(loop);
         else
-            loop(SetConstant<InstructionSet::Baseline>());
+            loop(SetConstant<InstructionSet::Reference>());
     };
     constexpr Effort effort =
         sideBySide && !isRare<Rule> && !LooksUp<Rule> ? Effort::Moving : Effort::Computing;

@@ -25,11 +25,6 @@ Vector pick(Vector a, Vector b, Vector c) {
     (std::make_integer_sequence<int, sizeof(Vector)>());
 }
 
-template <class Vector>
-struct Three {
-    Vector a, b, c;
-};
-
 /// Where byte `lane` of vector `part` of pixels stands in three planes, and of plane `channel` in pixels.
 template <int part>
 constexpr int mergedPlace(int lane) {
@@ -127,23 +122,36 @@ Three<Bytes> split(Bytes a, Bytes b, Bytes c) {
             arranged<laneOfPixel<1>>(choose<partOfChannel<1>>(part.a, part.b, part.c)),
             arranged<laneOfPixel<2>>(choose<partOfChannel<2>>(part.a, part.b, part.c))};
 }
+
+/// Pixels of three bytes to their channels, and back.
+template <class Bytes>
+Three<Bytes> loadSplit(const void* from) {
+    const auto* pixels = static_cast<const std::uint8_t*>(from);
+    return split(loadVector<Bytes>(pixels), loadVector<Bytes>(pixels + sizeof(Bytes)),
+                 loadVector<Bytes>(pixels + 2 * sizeof(Bytes)));
+}
+template <class Bytes>
+void storeMerged(const Three<Bytes>& planes, void* to) {
+    auto* pixels = static_cast<std::uint8_t*>(to);
+    const auto parts = merged(planes.a, planes.b, planes.c);
+    storeVector(parts.a, pixels);
+    storeVector(parts.b, pixels + sizeof(Bytes));
+    storeVector(parts.c, pixels + 2 * sizeof(Bytes));
+}
 #endif
 
 /// Three planes into pixels: out[3 i + c] = plane c at i.
 template <InstructionSet set, class T>
 void interleave(SetConstant<set>, const T* a, const T* b, const T* c, T* out, int count) {
     int i = 0;
-#if PZEL_X86_SETS
+#if PZEL_VECTORS
     if constexpr (hasVectors<set> && sizeof(T) == 1) {
         using Vector = typename VectorsOf<set>::Bytes;
         constexpr int step = sizeof(Vector);
-        for (; i + step <= count; i += step) {
-            const auto pixels =
-                merged(loadVector<Vector>(a + i), loadVector<Vector>(b + i), loadVector<Vector>(c + i));
-            storeVector(pixels.a, out + 3 * i);
-            storeVector(pixels.b, out + 3 * i + step);
-            storeVector(pixels.c, out + 3 * i + 2 * step);
-        }
+        for (; i + step <= count; i += step)
+            storeMerged(Three<Vector>{loadVector<Vector>(a + i), loadVector<Vector>(b + i),
+                                      loadVector<Vector>(c + i)},
+                        out + 3 * i);
     }
 #endif
     for (; i < count; ++i) {
@@ -158,14 +166,12 @@ template <InstructionSet set, class T, class A, class B>
 void deinterleave(SetConstant<set>, const T* in, A* a, B* b, B* c, int count) {
     static_assert(sizeof(T) == sizeof(A) && sizeof(T) == sizeof(B));
     int i = 0;
-#if PZEL_X86_SETS
+#if PZEL_VECTORS
     if constexpr (hasVectors<set> && sizeof(T) == 1) {
         using Vector = typename VectorsOf<set>::Bytes;
         constexpr int step = sizeof(Vector);
         for (; i + step <= count; i += step) {
-            const T* pixels = in + 3 * i;
-            const auto planes = split(loadVector<Vector>(pixels), loadVector<Vector>(pixels + step),
-                                      loadVector<Vector>(pixels + 2 * step));
+            const auto planes = loadSplit<Vector>(in + 3 * i);
             storeVector(planes.a, a + i);
             storeVector(planes.b, b + i);
             storeVector(planes.c, c + i);
@@ -193,13 +199,11 @@ inline V64::Floats lookUp64(const V64::Floats* table, V64::Words index) {
     const V64::Floats high = __builtin_shuffle(table[2], table[3], index);
     return index >= 32 ? high : low;
 }
-#endif
 
-#if PZEL_X86_SETS
 /// A table of 256 bytes for vectors that look up 16 bytes at a time: what changes from the 16 entries before,
 /// in each half of the table. The changes up to an entry make the entry.
-struct TableOfChanges {
-    explicit TableOfChanges(const std::uint8_t* table) {
+struct TableOfParts {
+    explicit TableOfParts(const std::uint8_t* table) {
         using Entries = std::uint8_t __attribute__((vector_size(16)));
         for (int k = 0; k < 16; ++k) {
             auto entries = loadVector<Entries>(table + 16 * k);
@@ -210,7 +214,7 @@ struct TableOfChanges {
     alignas(32) std::uint8_t part[16][32];
 };
 
-inline V32::Bytes lookUp256(const TableOfChanges& table, V32::Bytes index) {
+inline V32::Bytes lookUp256(const TableOfParts& table, V32::Bytes index) {
     V32::Signed place = V32::Signed(index & 127);
     V32::Bytes low = {}, high = {};
     for (int k = 0; k < 8; ++k) {
@@ -264,13 +268,16 @@ void lookUp(SetConstant<set>, const std::uint8_t* table, const Index* index, std
             }
             storeVector(found, out + i);
         }
-    } else if constexpr (set == InstructionSet::Avx2 && sizeof(Index) == 1) {
-        // With 16 bytes a sixth slower than one by one.
-        constexpr int step = sizeof(V32::Bytes), enoughToPay = 4 * step;
+    }
+#endif
+#if PZEL_VECTORS
+    if constexpr (looksUpParts<set> && sizeof(Index) == 1) {
+        using Vector = typename VectorsOf<set>::Bytes;
+        constexpr int step = sizeof(Vector), enoughToPay = 128;
         if (count >= enoughToPay) {
-            const TableOfChanges changes(table);
+            const TableOfParts parts(table);
             for (; i + step <= count; i += step)
-                storeVector(lookUp256(changes, loadVector<V32::Bytes>(index + i)), out + i);
+                storeVector(lookUp256(parts, loadVector<Vector>(index + i)), out + i);
         }
     }
 #endif
@@ -318,6 +325,8 @@ void followLines(SetConstant<set>, const Line* lines, [[maybe_unused]] int size,
             }
         }
     }
+#endif
+#if PZEL_VECTORS
     if constexpr (hasVectors<set>) {
         using V = Vectors<set >= InstructionSet::Avx2 ? 32 : 16>;
         constexpr int lanes = sizeof(typename V::Floats) / 4;

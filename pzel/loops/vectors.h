@@ -1,6 +1,6 @@
 // Vectors of elements, for loops that no compiler finds by itself. The types and their operators are the
-// compiler's own; this file adds the few steps that have no operator, for SSE4.1, AVX2 and AVX-512 alike, and
-// no other file knows an instruction by its name.
+// compiler's own; this file adds the few steps that have no operator, for SSE4.1, AVX2, AVX-512 and 64-bit
+// ARM alike, and no other file knows an instruction by its name.
 #pragma once
 
 #include <cstdint>
@@ -11,16 +11,23 @@
 
 #if PZEL_X86_SETS
 #include <immintrin.h>
+#elif PZEL_ARM_VECTORS
+#include <arm_neon.h>
 #endif
 
 namespace pzel {
 
 /// Sets with vectors of bytes: the steps below.
 template <InstructionSet set>
-constexpr bool hasVectors = (PZEL_X86_SETS != 0) && set >= InstructionSet::Sse41;
+constexpr bool hasVectors =
+    PZEL_X86_SETS ? set >= InstructionSet::Sse41 : PZEL_ARM_VECTORS&& set >= InstructionSet::Baseline;
 /// Sets that look up bytes in a vector of 64.
 template <InstructionSet set>
 constexpr bool looksUpBytes = (PZEL_X86_SETS != 0) && set >= InstructionSet::Avx512;
+
+/// Sets that look up bytes of a table part by part: elsewhere that is slower than one by one.
+template <InstructionSet set>
+constexpr bool looksUpParts = PZEL_X86_SETS ? set == InstructionSet::Avx2 : hasVectors<set>;
 
 #if PZEL_VECTORS
 /// Vectors of so many bytes, by their elements. Spelled out for all: GCC 12 ignores a vector_size that hangs
@@ -65,6 +72,11 @@ using VectorsOf = Vectors<looksUpBytes<set>             ? 64
                                                         : 16>;
 
 template <class Vector>
+struct Three {
+    Vector a, b, c;
+};
+
+template <class Vector>
 Vector loadVector(const void* from) {
     Vector vector;
     std::memcpy(&vector, from, sizeof vector);
@@ -74,12 +86,6 @@ Vector loadVector(const void* from) {
 template <class Vector>
 void storeVector(Vector vector, void* to) {
     std::memcpy(to, &vector, sizeof vector);
-}
-
-/// Bytes of a table of 16, which both halves of `table` hold, where the places are 0 … 127, of which the
-/// lower four bits count; 0 where they are negative.
-[[gnu::target("arch=x86-64-v3")]] inline V32::Bytes bytesAt(V32::Bytes table, V32::Signed place) {
-    return V32::Bytes(_mm256_shuffle_epi8(__m256i(table), __m256i(place)));
 }
 
 /// Asks for bytes that a loop reads 2 KB further on, wherever that is: processors look ahead less far.
@@ -121,6 +127,33 @@ template <int first, class Vector>
 Vector everySecond(Vector a, Vector b) {
     return within16<[](int lane, int lanes) { return 2 * lane % lanes + first + 2 * lane / lanes * kOther; }>(
         a, b);
+}
+
+/// The results of narrowing in the order of what was narrowed: once, two vectors, or twice, four.
+inline V16::Bytes inOrderOfTwo(V16::Bytes v) {
+    return v;
+}
+inline V32::Bytes inOrderOfTwo(V32::Bytes v) {
+    return V32::Bytes(__builtin_shufflevector(V32::Longs(v), V32::Longs(v), 0, 2, 1, 3));
+}
+inline V64::Bytes inOrderOfTwo(V64::Bytes v) {
+    return V64::Bytes(__builtin_shufflevector(V64::Longs(v), V64::Longs(v), 0, 2, 4, 6, 1, 3, 5, 7));
+}
+inline V16::Bytes inOrderOfFour(V16::Bytes v) {
+    return v;
+}
+inline V32::Bytes inOrderOfFour(V32::Bytes v) {
+    return V32::Bytes(__builtin_shufflevector(V32::Words(v), V32::Words(v), 0, 4, 1, 5, 2, 6, 3, 7));
+}
+inline V64::Bytes inOrderOfFour(V64::Bytes v) {
+    return V64::Bytes(__builtin_shufflevector(V64::Words(v), V64::Words(v), 0, 4, 8, 12, 1, 5, 9, 13, 2, 6,
+                                              10, 14, 3, 7, 11, 15));
+}
+#if PZEL_X86_SETS
+/// Bytes of a table of 16, which both halves of `table` hold, where the places are 0 … 127, of which the
+/// lower four bits count; 0 where they are negative.
+[[gnu::target("arch=x86-64-v3")]] inline V32::Bytes bytesAt(V32::Bytes table, V32::Signed place) {
+    return V32::Bytes(_mm256_shuffle_epi8(__m256i(table), __m256i(place)));
 }
 
 /// How far a is above b, both without a sign; 0 where it is not.
@@ -217,27 +250,66 @@ Vector everySecond(Vector a, Vector b) {
 [[gnu::target("arch=x86-64-v4")]] inline V64::Shorts toUnsigned(V64::Words low, V64::Words high) {
     return V64::Shorts(_mm512_packus_epi32(__m512i(low), __m512i(high)));
 }
+#elif PZEL_ARM_VECTORS
+// The same steps; products are not saturated, and fit 16 bits wherever they are summed.
+inline V16::Shorts above(V16::Shorts a, V16::Shorts b) {
+    return V16::Shorts(vqsubq_u16(uint16x8_t(a), uint16x8_t(b)));
+}
+inline V16::Bytes above(V16::Bytes a, V16::Bytes b) {
+    return V16::Bytes(vqsubq_u8(uint8x16_t(a), uint8x16_t(b)));
+}
+inline V16::Signed larger(V16::Signed a, V16::Signed b) {
+    return V16::Signed(vmaxq_s8(int8x16_t(a), int8x16_t(b)));
+}
+inline V16::Shorts sumsOfProducts(V16::Bytes a, V16::Signed b) {
+    const auto first = uint8x16_t(a);
+    const auto second = int8x16_t(b);
+    const auto low = int16x8_t(vmovl_u8(vget_low_u8(first))) * vmovl_s8(vget_low_s8(second));
+    const auto high = int16x8_t(vmovl_high_u8(first)) * vmovl_high_s8(second);
+    return V16::Shorts(vpaddq_s16(low, high));
+}
+inline V16::Shorts upperProducts(V16::Shorts a, V16::Shorts b) {
+    return V16::Shorts(vqdmulhq_s16(int16x8_t(a), int16x8_t(b))) >> 1;  // of twice the product
+}
+inline V16::Bytes toBytes(V16::Shorts low, V16::Shorts high) {
+    return V16::Bytes(vqmovun_high_s16(vqmovun_s16(int16x8_t(low)), int16x8_t(high)));
+}
+inline V16::Shorts toShorts(V16::Words low, V16::Words high) {
+    return V16::Shorts(vqmovn_high_s32(vqmovn_s32(int32x4_t(low)), int32x4_t(high)));
+}
+inline V16::Shorts toUnsigned(V16::Words low, V16::Words high) {
+    return V16::Shorts(vqmovun_high_s32(vqmovun_s32(int32x4_t(low)), int32x4_t(high)));
+}
 
-/// The results of narrowing in the order of what was narrowed: once, two vectors, or twice, four.
-inline V16::Bytes inOrderOfTwo(V16::Bytes v) {
-    return v;
+/// Pixels of three bytes to their channels, and back.
+template <class Bytes>
+Three<Bytes> loadSplit(const void* from) {
+    const auto* pixels = static_cast<const std::uint8_t*>(from);
+    const auto planes = vld3q_u8(pixels);
+    return {Bytes(planes.val[0]), Bytes(planes.val[1]), Bytes(planes.val[2])};
 }
-inline V32::Bytes inOrderOfTwo(V32::Bytes v) {
-    return V32::Bytes(__builtin_shufflevector(V32::Longs(v), V32::Longs(v), 0, 2, 1, 3));
+template <class Bytes>
+void storeMerged(const Three<Bytes>& planes, void* to) {
+    auto* pixels = static_cast<std::uint8_t*>(to);
+    vst3q_u8(pixels, {uint8x16_t(planes.a), uint8x16_t(planes.b), uint8x16_t(planes.c)});
 }
-inline V64::Bytes inOrderOfTwo(V64::Bytes v) {
-    return V64::Bytes(__builtin_shufflevector(V64::Longs(v), V64::Longs(v), 0, 2, 4, 6, 1, 3, 5, 7));
+
+/// A table of 256 bytes.
+struct TableOfParts {
+    explicit TableOfParts(const std::uint8_t* table)
+        : a(vld1q_u8_x4(table)),
+          b(vld1q_u8_x4(table + 64)),
+          c(vld1q_u8_x4(table + 128)),
+          d(vld1q_u8_x4(table + 192)) {}
+    uint8x16x4_t a, b, c, d;
+};
+inline V16::Bytes lookUp256(const TableOfParts& table, V16::Bytes index) {
+    auto found = vqtbl4q_u8(table.a, uint8x16_t(index));
+    found = vqtbx4q_u8(found, table.b, uint8x16_t(index - 64));
+    found = vqtbx4q_u8(found, table.c, uint8x16_t(index - 128));
+    return V16::Bytes(vqtbx4q_u8(found, table.d, uint8x16_t(index - 192)));
 }
-inline V16::Bytes inOrderOfFour(V16::Bytes v) {
-    return v;
-}
-inline V32::Bytes inOrderOfFour(V32::Bytes v) {
-    return V32::Bytes(__builtin_shufflevector(V32::Words(v), V32::Words(v), 0, 4, 1, 5, 2, 6, 3, 7));
-}
-inline V64::Bytes inOrderOfFour(V64::Bytes v) {
-    return V64::Bytes(__builtin_shufflevector(V64::Words(v), V64::Words(v), 0, 4, 8, 12, 1, 5, 9, 13, 2, 6,
-                                              10, 14, 3, 7, 11, 15));
-}
+#endif
 #endif
 
 }  // namespace pzel
