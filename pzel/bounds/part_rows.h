@@ -133,6 +133,7 @@ class ValueBlocks {
     void visit(int block, NonFinite& others, F&& f) const {
         const int x = block % inRow * kValueBlock, size = std::min(kValueBlock, width - x);
         const auto row = rows.row(block / inRow);
+        if (size < 1) return;  // never: GCC takes the copy for empty otherwise, and warns
         T copy[kValueBlock];
         const T* values;
         if constexpr (isContiguous<Rows>) {
