@@ -217,23 +217,20 @@ TEST_F(FramesTest, PlayingKeepsItsRate) {
     for (const pzel_view::Pace pace : {pzel_view::Pace::EveryFrame, pzel_view::Pace::KeepRate}) {
         document->GoTo(0);
         player.SetPace(pace);
-        const std::vector<std::uint32_t> way = WaysFrames(MoviePlayForward, 400);
+        // How many rounds are left out at once cannot be seen, and is not counted.
+        const std::vector<std::uint32_t> way = WaysFrames(MoviePlayForward, 200 * kFrames);
         std::size_t place = 0;  // behind the last frame in the way
         std::uint64_t leftOut = 0;
         int shown = 0;
         QElapsedTimer clock;
         const auto watching =
             QObject::connect(document.get(), &pzel_view::Document::frameShown, [&](std::uint32_t frame) {
-                const std::size_t before = place;
-                while (place < way.size() && way[place] != frame) ++place, ++leftOut;
+                while (way[place] != frame) ++place, ++leftOut;
                 ++place;
-                ++shown;
                 // No frame comes before its time; the timer counts in whole milliseconds.
                 const double seconds = static_cast<double>(clock.nsecsElapsed()) / 1e9 + 0.0015;
                 EXPECT_GE(seconds * kRate, static_cast<double>(place)) << shown;
-                const bool isAfterPause = shown == 16 && pace == pzel_view::Pace::KeepRate;
-                EXPECT_GE(place - before, isAfterPause ? 10U : 1U) << "what was due meanwhile is left out";
-                if (shown == 15) QThread::msleep(60);  // a window that has something else to do
+                if (++shown == 15) QThread::msleep(60);  // a window that has something else to do
             });
         clock.start();
         player.Start();
@@ -241,9 +238,12 @@ TEST_F(FramesTest, PlayingKeepsItsRate) {
         player.Stop();
         QObject::disconnect(watching);
         EXPECT_FALSE(player.IsPlaying());
-        EXPECT_EQ(player.LeftOut(), leftOut);
-        EXPECT_EQ(pace == pzel_view::Pace::EveryFrame, leftOut == 0) << leftOut;
+        EXPECT_EQ(player.LeftOut() % kFrames, leftOut % kFrames);
+        const bool areAll = pace == pzel_view::Pace::EveryFrame;
+        EXPECT_TRUE(areAll ? player.LeftOut() == 0 : player.LeftOut() > 10) << player.LeftOut();
     }
+    Open({Path("greys.tif")});
+    EXPECT_TRUE(player.HasOwnRate()) << "another movie has another rate";
 }
 
 TEST_F(FramesTest, StepsGoThroughSelectedFramesAndStopPlaying) {
