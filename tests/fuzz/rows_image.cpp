@@ -46,12 +46,11 @@ void judgeEach(World& w, const Image* a, const Bytes& before, const Image* b, F&
     HOLDS(holds && "every element follows the formula");
 }
 
-/// A bound that other elements take over has the same bytes on all sets: what is no number has no bytes of
-/// its own.
-void makePlain(Image* image) {
-    if (typeOf(image) != DataFloat || !image->bound) return;
-    for (int i = 0; i < 3 * GetBoundBytes(image); i += 4)
-        if (std::isnan(at(image->bound + i))) std::memset(image->bound + i, 0xFF, 4);
+/// Floats that other elements stand for, or will, have the same bytes on all sets: what is no number has no
+/// bytes of its own.
+void makePlain(u8* floats, std::size_t bytes) {
+    for (u8* place = floats; place < floats + bytes; place += 4)
+        if (std::isnan(at(place))) std::memset(place, 0xFF, 4);
 }
 
 void typedCopy(World& w, bool signedMode) {
@@ -120,7 +119,8 @@ void addImageRows(Table& table) {
         if (had && w.draw.coin()) return;
         const Shape s = w.shape();
         if (had) RemoveImageData(image);
-        makePlain(image);
+        if (typeOf(image) == DataFloat && image->bound)
+            makePlain(image->bound, 3 * std::size_t(GetBoundBytes(image)));
         const u16 type = image->imageType;
         CALL(ConstructImages, image, 1, u16(s.width), u16(s.height), u8(s.channels),
              u8(s.type | (s.interleaved ? DataInterleaved : 0)));
@@ -523,6 +523,8 @@ void addImageRows(Table& table) {
             w.image({.type = w.draw.oneIn(8) ? -1 : int(DataFloat), .channels = w.draw.oneIn(8) ? -1 : 3}));
         const Zel::MessageBoxHandler before = Zel::SetMessageBox([](const char*) {});
         HOLDS(CALL(Conversion, image, w.draw(0, 2)) == (image->channels != 3));
+        // Elements of four bytes are taken for floats.
+        if (DataBytes(image->dataType) == 4) makePlain(image->data, GetImageTotalBytes(image));
         Zel::SetMessageBox(before);
     });
 }
