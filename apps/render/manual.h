@@ -118,8 +118,8 @@ composing, and the output.
 0, 1 for a file that cannot be read, shown or written (with one line that says why), 2 for wrong options.
 
 # ENVIRONMENT
-PZEL_INSTRUCTION_SET (reference, baseline, sse41, avx2, avx512) chooses what loops run on, with the same results;
-PZEL_FONT names the font file of titles.
+PZEL_INSTRUCTION_SET (reference, baseline, sse41, avx2, avx512bw, avx512) chooses what loops run on, with the same
+results; PZEL_FONT names the font file of titles.
 
 # EXAMPLES
   pzel-render CT.dcm -o ct.png                               the file's own window

@@ -52,7 +52,7 @@ Three<Vector> loadPixels(const StridedRows<A, 3>& a, const StridedRows<B, 3>&, c
 template <InstructionSet set, class RowsA, class RowsB, class Rule>
 int mapVectors(SetConstant<set>, const RowsA& a, const RowsB& b, const RowsB& c,
                const ContiguousRows<std::uint8_t>& out, int width, int top, int bottom, const Rule& rule) {
-    using Vector = typename VectorsOf<set>::Bytes;
+    using Vector = typename ShuffledOf<set>::Bytes;
     constexpr int step = sizeof(Vector);
     const auto onVectors = rule.onVectors();
     for (int y = top; y < bottom; ++y) {

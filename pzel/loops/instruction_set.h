@@ -31,15 +31,15 @@ namespace pzel {
 
 /// Instruction sets by rank. `Reference` is what every machine has, without short cuts: where a kernel has a
 /// faster form of its rule, the rule itself runs. All others are compared with it. `Avx512` is that of
-/// processors since about 2020, with byte permutations (VBMI); others with AVX-512 count as `Avx2`.
-enum class InstructionSet { Reference, Baseline, Sse41, Avx2, Avx512 };
+/// processors since about 2020, with byte permutations (VBMI), `Avx512bw` that of the years before.
+enum class InstructionSet { Reference, Baseline, Sse41, Avx2, Avx512bw, Avx512 };
 
 template <InstructionSet set>
 using SetConstant = std::integral_constant<InstructionSet, set>;
 
 /// The best set of this machine, or what the environment variable PZEL_INSTRUCTION_SET asked for when it was
-/// first needed: reference, baseline, sse41, avx2 or avx512. One that the machine lacks counts as the best it
-/// has, and so does any other text.
+/// first needed: reference, baseline, sse41, avx2, avx512bw or avx512. One that the machine lacks counts as
+/// the best it has, and so does any other text.
 InstructionSet instructionSet();
 
 /// Whether kernels may run faster forms of their rules.
@@ -60,6 +60,11 @@ template <class Loop>
 }
 
 template <class Loop>
+[[gnu::target("arch=x86-64-v4"), gnu::flatten, gnu::noinline]] void onAvx512bw(Loop loop) {
+    loop(SetConstant<InstructionSet::Avx512bw>());
+}
+
+template <class Loop>
 [[gnu::target("arch=x86-64-v4,avx512vbmi"), gnu::flatten, gnu::noinline]] void onAvx512(Loop loop) {
     loop(SetConstant<InstructionSet::Avx512>());
 }
@@ -74,10 +79,11 @@ template <class Loop>
 
 /// Runs a loop, compiled for the best instruction set. The plain loops are those of `Reference`.
 template <class Loop>
-void onBestSet(Loop loop) {
+[[gnu::always_inline]] inline void onBestSet(Loop loop) {
 #if PZEL_X86_SETS
     switch (instructionSet()) {
         case InstructionSet::Avx512: return onAvx512(loop);
+        case InstructionSet::Avx512bw: return onAvx512bw(loop);
         case InstructionSet::Avx2: return onAvx2(loop);
         case InstructionSet::Sse41: return onSse41(loop);
         default: break;

@@ -146,7 +146,7 @@ void interleave(SetConstant<set>, const T* a, const T* b, const T* c, T* out, in
     int i = 0;
 #if PZEL_VECTORS
     if constexpr (hasVectors<set> && sizeof(T) == 1) {
-        using Vector = typename VectorsOf<set>::Bytes;
+        using Vector = typename ShuffledOf<set>::Bytes;
         constexpr int step = sizeof(Vector);
         for (; i + step <= count; i += step)
             storeMerged(Three<Vector>{loadVector<Vector>(a + i), loadVector<Vector>(b + i),
@@ -168,7 +168,7 @@ void deinterleave(SetConstant<set>, const T* in, A* a, B* b, B* c, int count) {
     int i = 0;
 #if PZEL_VECTORS
     if constexpr (hasVectors<set> && sizeof(T) == 1) {
-        using Vector = typename VectorsOf<set>::Bytes;
+        using Vector = typename ShuffledOf<set>::Bytes;
         constexpr int step = sizeof(Vector);
         for (; i + step <= count; i += step) {
             const auto planes = loadSplit<Vector>(in + 3 * i);
@@ -272,7 +272,7 @@ void lookUp(SetConstant<set>, const std::uint8_t* table, const Index* index, std
 #endif
 #if PZEL_VECTORS
     if constexpr (looksUpParts<set> && sizeof(Index) == 1) {
-        using Vector = typename VectorsOf<set>::Bytes;
+        using Vector = typename ShuffledOf<set>::Bytes;
         constexpr int step = sizeof(Vector), enoughToPay = 128;
         if (count >= enoughToPay) {
             const TableOfParts parts(table);

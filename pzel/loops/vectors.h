@@ -27,7 +27,8 @@ constexpr bool looksUpBytes = (PZEL_X86_SETS != 0) && set >= InstructionSet::Avx
 
 /// Sets that look up bytes of a table part by part: elsewhere that is slower than one by one.
 template <InstructionSet set>
-constexpr bool looksUpParts = PZEL_X86_SETS ? set == InstructionSet::Avx2 : hasVectors<set>;
+constexpr bool looksUpParts =
+    PZEL_X86_SETS ? set >= InstructionSet::Avx2 && !looksUpBytes<set> : hasVectors<set>;
 
 #if PZEL_VECTORS
 /// Vectors of so many bytes, by their elements. Spelled out for all: GCC 12 ignores a vector_size that hangs
@@ -67,9 +68,14 @@ using V16 = Vectors<16>;
 using V32 = Vectors<32>;
 using V64 = Vectors<64>;
 template <InstructionSet set>
-using VectorsOf = Vectors<looksUpBytes<set>             ? 64
-                          : set >= InstructionSet::Avx2 ? 32
-                                                        : 16>;
+using VectorsOf = Vectors<set >= InstructionSet::Avx512bw ? 64
+                          : set >= InstructionSet::Avx2   ? 32
+                                                          : 16>;
+/// Those that bytes change places in: without permutations of 64 bytes, halves of them.
+template <InstructionSet set>
+using ShuffledOf = Vectors<looksUpBytes<set>             ? 64
+                           : set >= InstructionSet::Avx2 ? 32
+                                                         : 16>;
 
 template <class Vector>
 struct Three {
