@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 #include "document.h"
@@ -68,12 +69,13 @@ void Player::Start() {
     leftOut = 0;
     clock.start();
     due = 1 / Rate();
+    isPlaying = true;
     Wait();
     emit playingChanged(true);
 }
 
 void Player::Stop() {
-    if (!IsPlaying()) return;
+    if (!std::exchange(isPlaying, false)) return;
     timer.stop();
     isLate = false;
     emit playingChanged(false);
@@ -141,6 +143,8 @@ void Player::ShowDue() {
     showing = frame;
     const bool isShown = document.ShowNow(frame);
     showing.reset();
+    if (isShown) leftOut += index;
+    if (!isPlaying) return;  // whoever saw it stopped
     if (!isShown) {
         isLate = true;
         // What is due after it is left out, where it takes that long.
@@ -148,7 +152,6 @@ void Player::ShowDue() {
         ExpectPlanned(pace == Pace::KeepRate ? behind : 0);
         return;
     }
-    leftOut += index;
     planned.erase(planned.begin(), planned.begin() + static_cast<std::ptrdiff_t>(index) + 1);
     Plan();
     ExpectPlanned(0);

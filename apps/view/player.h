@@ -30,7 +30,7 @@ class Player final : public QObject {
   public:
     explicit Player(Document& document);
 
-    bool IsPlaying() const { return timer.isActive() || isLate; }
+    bool IsPlaying() const { return isPlaying; }
     void Start();
     void Stop();
     void Toggle() { IsPlaying() ? Stop() : Start(); }
@@ -73,7 +73,8 @@ class Player final : public QObject {
     QTimer timer;
     QElapsedTimer clock;
     double due = 0;  // when the next frame is due, seconds of the clock
-    bool isLate = false;
+    bool isPlaying = false;
+    bool isLate = false;                   // the frame that is due is not read yet
     std::optional<std::uint32_t> showing;  // the frame that is being shown by this
     double rate = 0;
     MovieStatus way = MoviePlayForward;

@@ -1,6 +1,7 @@
 // Frames on their way: a ring that loses the frames that are needed next, answers in another order than
 // somebody waits for them or never, and playing that does not keep its rate.
 #include <QElapsedTimer>
+#include <QSignalSpy>
 #include <QThread>
 #include <map>
 #include <numeric>
@@ -231,6 +232,7 @@ TEST_F(FramesTest, PlayingKeepsItsRate) {
                 const double seconds = static_cast<double>(clock.nsecsElapsed()) / 1e9 + 0.0015;
                 EXPECT_GE(seconds * kRate, static_cast<double>(place)) << shown;
                 if (++shown == 15) QThread::msleep(60);  // a window that has something else to do
+                if (shown == 40) player.Stop();
             });
         clock.start();
         player.Start();
@@ -268,7 +270,7 @@ TEST_F(FramesTest, StepsGoThroughSelectedFramesAndStopPlaying) {
         ASSERT_TRUE(WaitFor([&] { return document->CurrentFrame() == selected[place]; }))
             << i << ": " << what;
     }
-    // What is played once starts over from its end.
+    // What is played once starts over from its end, and says when it is there again.
     player.SetWay(MoviePlayToEnd);
     player.SetRate(1000);
     player.GoToLast();
@@ -276,9 +278,12 @@ TEST_F(FramesTest, StepsGoThroughSelectedFramesAndStopPlaying) {
     std::vector<std::uint32_t> seen;
     QObject::connect(document.get(), &pzel_view::Document::frameShown,
                      [&](std::uint32_t frame) { seen.push_back(frame); });
+    const QSignalSpy told(&player, &Player::playingChanged);
     player.Start();
     ASSERT_TRUE(WaitFor([&] { return !player.IsPlaying(); }));
     EXPECT_EQ(seen, selected);
+    ASSERT_EQ(told.size(), 2);
+    EXPECT_FALSE(told.back().front().toBool());
 }
 
 }  // namespace
