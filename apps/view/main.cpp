@@ -1,7 +1,5 @@
 // pzel-view [LAYER...]: a window with the files as layers.
 #include <QApplication>
-#include <QIcon>
-#include <QTimer>
 #include <algorithm>
 #include <cstdio>
 #include <memory>
@@ -80,7 +78,6 @@ int main(int argc, char** argv) {
     if (!isAllOurs) document = OpenLayers(argc, argv);
     if (!document) return 2;
     QApplication::setDesktopFileName("pzel-view");
-    QApplication::setWindowIcon(QIcon::fromTheme("pzel-view"));
     pzel_view::ApplyRemembered();
     using pzel_view::Furnishing;
     const Furnishing when = argc > 1 ? Furnishing::AfterPicture : Furnishing::AtOnce;

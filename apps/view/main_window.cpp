@@ -8,6 +8,7 @@
 #include <QComboBox>
 #include <QDockWidget>
 #include <QDragEnterEvent>
+#include <QIcon>
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QScreen>
@@ -91,6 +92,7 @@ MainWindow::MainWindow(std::shared_ptr<Document> shown, Furnishing when) : docum
 
 // Menus, panels and bars: most of what a start takes, since they bring the fonts.
 void MainWindow::Furnish() {
+    setWindowIcon(QIcon::fromTheme("pzel-view"));
     actions = new ActionList(this);
     AddActions(*this);
     AddPanels();

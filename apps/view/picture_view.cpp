@@ -47,6 +47,7 @@ int FloorTo(double value, int step) {
 
 PictureView::PictureView(Document& shown, QWidget* parent) : QWidget(parent), document(shown), seen(shown) {
     setMouseTracking(true);
+    setAttribute(Qt::WA_OpaquePaintEvent);  // all of it, picture and what lies around
     setFocusPolicy(Qt::StrongFocus);
     setMinimumSize(160, 120);
     setObjectName("picture");
