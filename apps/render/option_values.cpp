@@ -12,7 +12,7 @@ namespace {
 constexpr int kMostZoom = 127;
 constexpr std::uint32_t kMostCells = 1000;
 
-[[noreturn]] void Refuse(const std::string& text, const std::string& instead) {
+[[noreturn]] void RefuseValue(const std::string& text, const std::string& instead) {
     throw std::invalid_argument("'" + text + "' is not " + instead);
 }
 
@@ -41,18 +41,18 @@ FrameRange ParseRange(const std::string& text, Single single) {
     const auto dash = span.find('-');
     FrameRange range;
     const auto first = Whole<std::uint32_t>(span.substr(0, dash));
-    if (!first) Refuse(text, kForm);
+    if (!first) RefuseValue(text, kForm);
     range.first = *first;
     if (dash == std::string::npos) {
-        if (single == Single::Refused || colon != std::string::npos) Refuse(text, kForm);
+        if (single == Single::Refused || colon != std::string::npos) RefuseValue(text, kForm);
         range.last = range.first;
     } else if (dash + 1 < span.size()) {
         range.last = Whole<std::uint32_t>(span.substr(dash + 1));
-        if (!range.last || *range.last < range.first) Refuse(text, kForm);
+        if (!range.last || *range.last < range.first) RefuseValue(text, kForm);
     }
     if (colon == std::string::npos) return range;
     const auto step = Whole<std::uint32_t>(text.substr(colon + 1));
-    if (!step || *step < 1) Refuse(text, kForm);
+    if (!step || *step < 1) RefuseValue(text, kForm);
     range.step = *step;
     return range;
 }
@@ -71,7 +71,7 @@ std::optional<std::pair<std::uint32_t, std::uint32_t>> ParsePair(const std::stri
 
 FrameSelection ParseFrame(const std::string& text) {
     const auto frame = Whole<std::uint32_t>(text);
-    if (!frame) Refuse(text, "a frame number");
+    if (!frame) RefuseValue(text, "a frame number");
     return {{{*frame, *frame, 1}}, false};
 }
 
@@ -93,13 +93,13 @@ Area ParseArea(const std::string& text) {
             sides.push_back(static_cast<int>(*side));
     }
     if (sides.size() != 4 || Parts(text).size() != 4 || sides[0] > sides[2] || sides[1] > sides[3])
-        Refuse(text, "LEFT,TOP,RIGHT,BOTTOM of 0 to 32767 with LEFT up to RIGHT, TOP up to BOTTOM");
+        RefuseValue(text, "LEFT,TOP,RIGHT,BOTTOM of 0 to 32767 with LEFT up to RIGHT, TOP up to BOTTOM");
     return {sides[0], sides[1], sides[2], sides[3]};
 }
 
 int ParseZoom(const std::string& text) {
     const auto zoom = Whole<int>(text);
-    if (!zoom || *zoom < -kMostZoom || *zoom > kMostZoom) Refuse(text, "a whole number of -127 to 127");
+    if (!zoom || *zoom < -kMostZoom || *zoom > kMostZoom) RefuseValue(text, "a whole number of -127 to 127");
     return *zoom;
 }
 
@@ -107,12 +107,13 @@ Size ParseFit(const std::string& text) {
     const auto size = ParsePair(text);
     constexpr std::uint32_t kMost = std::numeric_limits<std::uint16_t>::max();
     if (!size || std::max(size->first, size->second) > kMost)
-        Refuse(text, "WIDTHxHEIGHT of 1 to 65535 pixels");
+        RefuseValue(text, "WIDTHxHEIGHT of 1 to 65535 pixels");
     return {static_cast<int>(size->first), static_cast<int>(size->second)};
 }
 
 Size ParseMontage(const std::string& text) {
     const auto grid = ParsePair(text);
-    if (!grid || std::max(grid->first, grid->second) > kMostCells) Refuse(text, "COLUMNSxROWS of 1 to 1000");
+    if (!grid || std::max(grid->first, grid->second) > kMostCells)
+        RefuseValue(text, "COLUMNSxROWS of 1 to 1000");
     return {static_cast<int>(grid->first), static_cast<int>(grid->second)};
 }

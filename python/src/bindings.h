@@ -8,6 +8,8 @@
 
 namespace pzel_python {
 
+constexpr int kNoOverlay = 255;  // the overlay colour of what is a picture
+
 using PictureClass = py::class_<Picture>;
 using ComponentClass = py::class_<IComponent, Ref<IComponent>>;
 using CompClass = py::class_<Comp, IComponent, Ref<Comp>>;

@@ -15,7 +15,6 @@ namespace pzel_python {
 namespace {
 
 constexpr int kChannelShift = 6;  // of CompChannelMask
-constexpr int kNoOverlay = 255;
 
 void SetImage(Comp& comp, const py::object& object) {
     Picture made;
@@ -25,7 +24,7 @@ void SetImage(Comp& comp, const py::object& object) {
     keeper.Place(*picture, Keeper::Levels::OfPicture);
 }
 
-Ref<Comp> Make(const py::object& image, const py::object& frames, const py::object& name) {
+Ref<Comp> MakeComp(const py::object& image, const py::object& frames, const py::object& name) {
     auto comp = Ref<Comp>::Take(AllocComp(1));
     if (!image.is_none() && !frames.is_none()) throw py::value_error("a component has an image, or frames");
     if (!image.is_none()) SetImage(*comp.get(), image);
@@ -137,7 +136,7 @@ void SetVectorStep(Comp& comp, std::uint8_t step) {
     comp.flagsA |= CompBitmapOutOfDate;
 }
 
-std::string Describe(Comp& comp) {
+std::string DescribeComp(Comp& comp) {
     std::string text = std::string("<pzel.Comp '") + comp.GetName() + "'";
     const Image* const image = comp.GetCurrentImage();
     if (image && image->data)
@@ -149,8 +148,8 @@ std::string Describe(Comp& comp) {
 }  // namespace
 
 void BindComp(CompClass& comp) {
-    comp.def(py::init(&Make), py::arg("image") = py::none(), py::kw_only(), py::arg("frames") = py::none(),
-             py::arg("name") = py::none(),
+    comp.def(py::init(&MakeComp), py::arg("image") = py::none(), py::kw_only(),
+             py::arg("frames") = py::none(), py::arg("name") = py::none(),
              "A layer that shows an image or an array, whose pixels it shares (C++: AllocComp), or `frames`: "
              "any "
              "sequence of them, one for each frame, read when a frame is wanted. Levels stay while frames "
@@ -230,7 +229,7 @@ void BindComp(CompClass& comp) {
                 return copy;
             },
             "Another component with pixels of its own (C++: CopyComp). Frames come from the same sequence.")
-        .def("__repr__", &Describe);
+        .def("__repr__", &DescribeComp);
 }
 
 }  // namespace pzel_python

@@ -19,9 +19,6 @@ namespace pzel_python {
 
 namespace {
 
-constexpr int kLargestRow = 65535;  // bytes
-constexpr int kNoOverlay = 255;
-
 /// Rows that a picture is drawn into: new ones, or those of an earlier picture.
 struct Canvas {
     py::array picture;  // as Python sees it

@@ -8,7 +8,7 @@ namespace pzel_python {
 
 namespace {
 
-std::unique_ptr<Histogram> Make(int bins, const py::object& low, const py::object& high) {
+std::unique_ptr<Histogram> MakeHistogram(int bins, const py::object& low, const py::object& high) {
     if (bins < 1) throw py::value_error("a histogram has 1 bin or more");
     if (low.is_none() != high.is_none()) throw py::value_error("a range has two ends");
     return low.is_none() ? std::make_unique<Histogram>(bins)
@@ -46,7 +46,7 @@ void BindHistogram(py::module_& module) {
         module, "Histogram",
         "Counts of values (C++: Histogram). Bits, 8 and 16 bits are counted exactly, others in "
         "bins of equal width from low to high, by default those of the first image.")
-        .def(py::init(&Make), py::arg("bins") = 256, py::arg("low") = py::none(),
+        .def(py::init(&MakeHistogram), py::arg("bins") = 256, py::arg("low") = py::none(),
              py::arg("high") = py::none())
         .def("add", &Add, py::arg("image"), py::arg("channel") = py::none(),
              "Counts the values of an image as well. channel: in the order of the record; None: all.")

@@ -12,8 +12,8 @@ namespace pzel_python {
 
 namespace {
 
-Picture Make(const py::object& array, bool copy, const std::string& order, const py::object& layout,
-             const py::object& kind, const py::object& model) {
+Picture MakeImage(const py::object& array, bool copy, const std::string& order, const py::object& layout,
+                  const py::object& kind, const py::object& model) {
     if (py::isinstance<Picture>(array))
         throw py::type_error("this is an image already: use copy() for another one");
     Picture picture =
@@ -85,7 +85,7 @@ py::object Unpack(const Picture& picture) {
     return image.channels > 1 && IsInterleaved(&image) ? bits.attr("transpose")(1, 0, 2) : bits;
 }
 
-std::string Describe(const Picture& picture) {
+std::string DescribeImage(const Picture& picture) {
     const Image& image = picture.Record();
     std::string text = "<pzel.Image " + std::to_string(image.width) + " x " + std::to_string(image.height);
     if (image.channels > 1) {
@@ -137,7 +137,7 @@ Picture Restore(const py::array& array, const py::tuple& state) {
 
 void BindImage(py::module_& module, PictureClass& image) {
     image
-        .def(py::init(&Make), py::arg("array"), py::kw_only(), py::arg("copy") = false,
+        .def(py::init(&MakeImage), py::arg("array"), py::kw_only(), py::arg("copy") = false,
              py::arg("order") = "bgr", py::arg("layout") = py::none(), py::arg("kind") = py::none(),
              py::arg("model") = py::none(),
              "Shares the memory of an array (C++: ConstructImage): what either changes, both show.\n\n"
@@ -227,7 +227,7 @@ void BindImage(py::module_& module, PictureClass& image) {
             "model", [](const Picture& self) { return EnumMember("Model", GetSubType(&self.Record())); },
             [](Picture& self, std::uint16_t model) { SetSubType(&self.Record(), model); },
             "The colour model, a Model (C++: GetSubType, SetSubType).")
-        .def("__repr__", &Describe)
+        .def("__repr__", &DescribeImage)
         .def_property_readonly("_state", &StateOf);
     module.def("_restore_image", &Restore);
     auto* const type = reinterpret_cast<PyHeapTypeObject*>(image.ptr());

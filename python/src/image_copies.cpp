@@ -22,15 +22,11 @@ py::module_ Numpy() {
     return py::module_::import("numpy");
 }
 
-ImageDataType TypeOf(const Image& image) {
-    return GetDataType(&image);
-}
-
 // What counts as no and as full red, green and blue: of floats 0 to the largest value, or from a negative
 // one.
 LevelPair ColourRange(const Image& image) {
-    if (TypeOf(image) != DataFloat) {
-        const CompBlackWhite full = FullBlackWhite(SubGrey, TypeOf(image), 0);
+    if (ElementOf(image) != DataFloat) {
+        const CompBlackWhite full = FullBlackWhite(SubGrey, ElementOf(image), 0);
         return {full.black, full.white};
     }
     const ValueStatistics values = ComputeStatistics(&image);
@@ -66,7 +62,7 @@ Picture ToYuv(const Picture& colour) {
 
 Picture ToColour(const Picture& yuv) {
     const Image& image = yuv.Record();
-    if (GetSubType(&image) != SubYuv || image.channels != 3 || TypeOf(image) != DataFloat) {
+    if (GetSubType(&image) != SubYuv || image.channels != 3 || ElementOf(image) != DataFloat) {
         throw py::value_error("only y, u, v of float32 is made colour");
     }
     py::object planes = ArrayOf(yuv);
@@ -88,7 +84,7 @@ Picture Bits(const py::object& mask) {
 
 Picture Pack(const Picture& picture) {
     const Image& image = picture.Record();
-    if (TypeOf(image) == DataBit) throw py::value_error("the image is one of bits already");
+    if (ElementOf(image) == DataBit) throw py::value_error("the image is one of bits already");
     py::object set = ArrayOf(picture).attr("__ne__")(0);
     if (image.channels > 1) set = set.attr("any")(py::arg("axis") = IsInterleaved(&image) ? 2 : 0);
     return Bits(set);
@@ -96,7 +92,7 @@ Picture Pack(const Picture& picture) {
 
 Picture Mask(const Picture& picture, double low, double high) {
     const Image& image = picture.Record();
-    if (image.channels != 1 || TypeOf(image) == DataBit) {
+    if (image.channels != 1 || ElementOf(image) == DataBit) {
         throw py::value_error("a mask is made of an image of one channel and more than bits");
     }
     const py::array values = ArrayOf(picture);

@@ -17,13 +17,9 @@ namespace {
 
 constexpr double kMostPercent = 50;
 
-ImageDataType TypeOf(const Image& image) {
-    return GetDataType(&image);
-}
-
 ImageDataType TypeOfChannel(const Image& image, int stored) {
     const bool yuv = GetSubType(&image) == SubYuv && image.channels == 3;
-    return static_cast<ImageDataType>(GetTrueDataType(yuv, image.channels, stored, TypeOf(image)));
+    return static_cast<ImageDataType>(GetTrueDataType(yuv, image.channels, stored, ElementOf(image)));
 }
 
 // A range of one value is moved apart: by one, or by what a float of that size can tell.
@@ -44,7 +40,7 @@ LevelPair PercentRange(const Image& image, int channel, double percent) {
 }
 
 LevelPair FullRange(const Image& image, int stored) {
-    const CompBlackWhite full = FullBlackWhite(GetSubType(&image), TypeOf(image), stored);
+    const CompBlackWhite full = FullBlackWhite(GetSubType(&image), ElementOf(image), stored);
     return {full.black, full.white};
 }
 
@@ -65,7 +61,7 @@ void ChooseByName(Picture& picture, const std::string& name) {
         return NeedLevels(image, picture.Shared().truth);
     }
     if (name == "full") {
-        if (TypeOf(image) == DataFloat) {
+        if (ElementOf(image) == DataFloat) {
             throw py::value_error("floating-point values have no full range");
         }
         for (int c = 0; c < image.channels; ++c) SetPair(image, c, FullRange(image, c));
@@ -89,7 +85,7 @@ int StoredChannel(const Image& image, int channel) {
 
 void SetPair(Image& image, int channel, const LevelPair& pair) {
     if (channel < 0 || channel >= image.channels) throw py::index_error("the image has no such channel");
-    if (TypeOf(image) == DataBit) throw py::value_error("an image of bits has no levels");
+    if (ElementOf(image) == DataBit) throw py::value_error("an image of bits has no levels");
     const ImageDataType type = TypeOfChannel(image, channel);
     const auto as = [&](double value) {
         AnyType any{};
@@ -111,10 +107,10 @@ void SetPair(Image& image, int channel, const LevelPair& pair) {
 
 void NeedLevels(Image& image, bool truth) {
     if (image.state & StateBoundSet) return;
-    if (!image.data || TypeOf(image) == DataBit) return;
+    if (!image.data || ElementOf(image) == DataBit) return;
     if (GetMajorType(&std::as_const(image)) == MajorVector) return ComputeVctBound(&image);
     const bool yuv = GetSubType(&image) == SubYuv && image.channels == 3;
-    if (TypeOf(image) == DataFloat && !yuv) {
+    if (ElementOf(image) == DataFloat && !yuv) {
         // The library computes a range of finite values alone; a range of one value shows nothing.
         const ValueStatistics values = ComputeStatistics(&image);
         if (values.count < GetImageVolume(&image) || values.minimum == values.maximum) {
@@ -135,7 +131,7 @@ void NeedLevels(Image& image, bool truth) {
 py::list LevelsOf(Picture& picture) {
     Image& image = picture.Record();
     py::list levels;
-    if (TypeOf(image) == DataBit) return levels;
+    if (ElementOf(image) == DataBit) return levels;
     NeedLevels(image, picture.Shared().truth);
     for (int c = 0; c < image.channels; ++c) {
         float low = 0, high = 0;
@@ -147,7 +143,7 @@ py::list LevelsOf(Picture& picture) {
 
 void ChooseLevels(Picture& picture, const py::object& levels) {
     Image& image = picture.Record();
-    if (TypeOf(image) == DataBit) throw py::value_error("an image of bits has no levels");
+    if (ElementOf(image) == DataBit) throw py::value_error("an image of bits has no levels");
     if (py::isinstance<py::str>(levels)) return ChooseByName(picture, levels.cast<std::string>());
     if (IsPair(levels)) return SetAll(image, levels.cast<LevelPair>());
     const auto pairs = levels.cast<std::vector<LevelPair>>();

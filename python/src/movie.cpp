@@ -61,7 +61,7 @@ int Extend(Movie& movie, const py::iterable& components) {
     return first;
 }
 
-Ref<Movie> Make(const py::args& components, const py::object& name) {
+Ref<Movie> MakeMovie(const py::args& components, const py::object& name) {
     auto movie = Ref<Movie>::Take(new Movie);
     Extend(*movie.get(), components);
     if (!name.is_none()) movie->SetNametag(name.cast<std::string>());
@@ -133,7 +133,7 @@ void BindMovie(py::module_& module, MovieClass& movie) {
         .def("__iter__", [](const py::object& self) { return self; })
         .def("__next__", &FrameNumbers::Next);
     movie
-        .def(py::init(&Make), py::kw_only(), py::arg("name") = py::none(),
+        .def(py::init(&MakeMovie), py::kw_only(), py::arg("name") = py::none(),
              "Movie(*components, name=None): components shown together, the first one lowest (C++: Movie). A "
              "component, an image or an array each.")
         .def("__len__", &Movie::GetNumbChildren)

@@ -13,7 +13,6 @@ namespace pzel_python {
 namespace {
 
 constexpr py::ssize_t kLargestSide = 65535;
-constexpr py::ssize_t kLargestRow = 65535;          // bytes
 constexpr py::ssize_t kLargestTotal = 4294967295u;  // bytes
 constexpr py::ssize_t kMostChannels = 255;
 constexpr py::ssize_t kFewChannels = 4;  // an axis of so many is that of the channels, where nobody says

@@ -15,6 +15,12 @@ namespace pzel_python {
 
 namespace py = pybind11;
 
+constexpr py::ssize_t kLargestRow = 65535;  // bytes
+
+inline ImageDataType ElementOf(const Image& image) {
+    return GetDataType(&image);
+}
+
 /// Who keeps a buffer, and what may be done with it.
 struct Pixels {
     py::object owner;  ///< keeps the buffer alive; null: there is no buffer

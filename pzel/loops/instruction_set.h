@@ -37,9 +37,12 @@ enum class InstructionSet { Reference, Baseline, Sse41, Avx2, Avx512bw, Avx512 }
 template <InstructionSet set>
 using SetConstant = std::integral_constant<InstructionSet, set>;
 
-/// The best set of this machine, or what the environment variable PZEL_INSTRUCTION_SET asked for when it was
-/// first needed: reference, baseline, sse41, avx2, avx512bw or avx512. One that the machine lacks counts as
-/// the best it has, and so does any other text.
+/// The best set of this machine.
+InstructionSet bestOfMachine();
+
+/// That, or what the environment variable PZEL_INSTRUCTION_SET asked for when it was first needed: reference,
+/// baseline, sse41, avx2, avx512bw or avx512. One that the machine lacks counts as the best it has, and so
+/// does any other text.
 InstructionSet instructionSet();
 
 /// Whether kernels may run faster forms of their rules.

@@ -43,21 +43,6 @@ namespace {
 
 using Set = pzel::InstructionSet;
 
-Set bestSet() {
-#if PZEL_X86_SETS
-    static const Set best = [] {
-        __builtin_cpu_init();
-        if (!__builtin_cpu_supports("sse4.1")) return Set::Baseline;
-        if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("bmi2")) return Set::Sse41;
-        return __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vl") ? Set::Avx512
-                                                                                          : Set::Avx2;
-    }();
-    return best;
-#else
-    return Set::Baseline;
-#endif
-}
-
 /// What two plays of a sequence differ in.
 struct Manner {
     Set set;
@@ -157,7 +142,7 @@ bool takesShortCutsTwice(const Sequence& sequence) {
 
 /// One of the machine's sets above the plain ones.
 Set otherSet(const Sequence& sequence) {
-    const int best = int(bestSet()), first = std::min(int(Set::Baseline) + 1, best);
+    const int best = int(pzel::bestOfMachine()), first = std::min(int(Set::Baseline) + 1, best);
     return Set(best - (sequence.empty() ? 0 : sequence.front().bytes[13] / 2 % (best - first + 1)));
 }
 
@@ -242,7 +227,7 @@ std::string judgeRefusals(const Sequence& sequence, Counts& counts) {
         setting.refused = what;
         setting.refusedRecord = int(sequence.size()) - 1;
         for (setting.refusedRequest = 1;; ++setting.refusedRequest) {
-            const Play one = play(sequence, setting, {bestSet(), 0x55, true}, &counts);
+            const Play one = play(sequence, setting, {pzel::bestOfMachine(), 0x55, true}, &counts);
             ++counts.refusals;
             if (!one.fault.empty())
                 return nameOf(sequence, one.failed) + one.fault + ", request " +

@@ -10,12 +10,12 @@ using namespace test;
 
 namespace {
 
-std::string shown;
+std::string told;
 
 struct MessageBox {
-    MessageBox() { shown.clear(); }
+    MessageBox() { told.clear(); }
     ~MessageBox() { Zel::SetMessageBox(previous); }
-    Zel::MessageBoxHandler previous = Zel::SetMessageBox([](const char* text) { shown = text; });
+    Zel::MessageBoxHandler previous = Zel::SetMessageBox([](const char* text) { told = text; });
 };
 
 /// The transform of one pixel, in doubles.
@@ -66,15 +66,15 @@ TEST(YuvConversion, RefusesInTheMessageBox) {
     const Bytes before = target.pixels.bytes();
     const std::string channels = "Image doesnot have 3 channels. Cannot do YUV --- RGB conversion.";
     EXPECT_EQ(Conversion(&target, &two, ConversionToYuv), 1);
-    EXPECT_EQ(std::exchange(shown, ""), channels);
+    EXPECT_EQ(std::exchange(told, ""), channels);
     EXPECT_EQ(Conversion(&two, ConversionToYuv), 1);
-    EXPECT_EQ(std::exchange(shown, ""), channels);
+    EXPECT_EQ(std::exchange(told, ""), channels);
     EXPECT_EQ(Conversion(nullptr, &bytes, ConversionToYuv), 1);
-    EXPECT_EQ(shown, "Don't support this datatype");
+    EXPECT_EQ(told, "Don't support this datatype");
     for (int type : {0, 9, 12, 15}) {  // no elements: sized like bits
         TestImage none({4, 2, 3, type, type % 2 == 0});
         EXPECT_EQ(Conversion(&target, &none, ConversionToYuv), 1);
-        EXPECT_EQ(std::exchange(shown, ""), "Don't support this datatype");
+        EXPECT_EQ(std::exchange(told, ""), "Don't support this datatype");
     }
     EXPECT_EQ(target.pixels.bytes(), before);
 }

@@ -46,7 +46,7 @@ float SmallFloat(std::uint32_t bits) {
     return bits >> (Exponent + Fraction) & 1 ? -value : value;
 }
 
-std::uint32_t Triple(const unsigned char* from) {
+std::uint32_t ThreeBytes(const unsigned char* from) {
     static_assert(std::endian::native == std::endian::little);
     return from[0] | static_cast<std::uint32_t>(from[1]) << 8 | static_cast<std::uint32_t>(from[2]) << 16;
 }
@@ -89,8 +89,8 @@ void UnpackBits(const TiffLayout& layout, const SampleRun& run, unsigned char* t
 
 void UnpackTriples(const TiffLayout& layout, const SampleRun& run, unsigned char* to, std::size_t toStep) {
     const std::uint32_t sign = layout.format == SAMPLEFORMAT_INT ? 1u << 23 : 0;
-    ConvertRun<3, std::uint32_t>(run, to, toStep,
-                                 [sign](const unsigned char* from) { return (Triple(from) ^ sign) - sign; });
+    ConvertRun<3, std::uint32_t>(
+        run, to, toStep, [sign](const unsigned char* from) { return (ThreeBytes(from) ^ sign) - sign; });
 }
 
 void UnpackFloats(const TiffLayout& layout, const SampleRun& run, unsigned char* to, std::size_t toStep) {
@@ -113,7 +113,8 @@ void UnpackFloats(const TiffLayout& layout, const SampleRun& run, unsigned char*
                 [](const unsigned char* from) { return SmallFloat<5, 10>(Loaded<std::uint16_t>(from)); });
             break;
         case 24:
-            convert.operator()<3>([](const unsigned char* from) { return SmallFloat<7, 16>(Triple(from)); });
+            convert.operator()<3>(
+                [](const unsigned char* from) { return SmallFloat<7, 16>(ThreeBytes(from)); });
             break;
         case 32: CopyRun<float>(run, to, toStep); break;
         default:
