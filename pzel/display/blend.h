@@ -23,7 +23,7 @@ struct Blend {
         const std::uint16_t sum = std::uint16_t(from * drawn + to * present + kInvisible / 2);
         return std::uint8_t(sum / kInvisible);
     }
-#if PZEL_X86_SETS
+#if PZEL_X86_VECTORS
     template <class Bytes>
     Bytes onVectors(Bytes from, Bytes to) const {
         using V = Vectors<sizeof(Bytes)>;
@@ -44,7 +44,7 @@ void blendLine(SetConstant<set>, const Blend& blend, const std::uint8_t* from, s
                std::size_t count) {
     std::size_t i = 0;
 // ARM multiplies bytes into 16 bits: there GCC's form of the plain loop has half the steps.
-#if PZEL_X86_SETS
+#if PZEL_X86_VECTORS
     if constexpr (hasVectors<set>) {
         using Vector = typename VectorsOf<set>::Bytes;
         for (; i + sizeof(Vector) <= count; i += sizeof(Vector))

@@ -8,24 +8,26 @@
 
 #include <type_traits>
 
-// Other compilers than GCC lack what shuffle.h needs, and run the plain loops.
+// Loops are compiled for these. clang finds vectors of its own in them.
+#if defined(__x86_64__) && (defined(__clang__) || __GNUC__ >= 12)
+#define PZEL_X86_SETS 1
+#else
+#define PZEL_X86_SETS 0
+#endif
+// Other compilers than GCC lack what shuffle.h needs to name steps on vectors.
 #if !defined(__clang__) && __GNUC__ >= 12
 #define PZEL_VECTORS_OF_GCC 1
 #else
 #define PZEL_VECTORS_OF_GCC 0
 #endif
-#if defined(__x86_64__) && PZEL_VECTORS_OF_GCC
-#define PZEL_X86_SETS 1
-#else
-#define PZEL_X86_SETS 0
-#endif
+#define PZEL_X86_VECTORS (PZEL_X86_SETS && PZEL_VECTORS_OF_GCC)
 // 64-bit ARM: every machine has vectors of 16 bytes.
 #if defined(__aarch64__) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ && PZEL_VECTORS_OF_GCC
 #define PZEL_ARM_VECTORS 1
 #else
 #define PZEL_ARM_VECTORS 0
 #endif
-#define PZEL_VECTORS (PZEL_X86_SETS || PZEL_ARM_VECTORS)
+#define PZEL_VECTORS (PZEL_X86_VECTORS || PZEL_ARM_VECTORS)
 
 namespace pzel {
 

@@ -13,7 +13,7 @@
 
 namespace pzel {
 
-#if PZEL_X86_SETS
+#if PZEL_X86_VECTORS
 /// Picks the bytes of a vector: lane i takes byte place(i) of a, b and c one after another.
 template <auto place, class Vector>
 Vector pick(Vector a, Vector b, Vector c) {
@@ -185,7 +185,7 @@ void deinterleave(SetConstant<set>, const T* in, A* a, B* b, B* c, int count) {
     }
 }
 
-#if PZEL_X86_SETS
+#if PZEL_X86_VECTORS
 /// Bytes of a table of 256 that four vectors hold.
 inline V64::Bytes lookUp256(const V64::Bytes* table, V64::Bytes index) {
     const V64::Bytes low = __builtin_shuffle(table[0], table[1], index);
@@ -229,7 +229,7 @@ inline V32::Bytes lookUp256(const TableOfParts& table, V32::Bytes index) {
 /// One by one: put into vectors, these look-ups take three times as long. Eight results in a word are one
 /// store, and nothing that an alias could make the next look-up wait for.
 template <class Index>
-#if PZEL_X86_SETS
+#if PZEL_X86_VECTORS
 [[gnu::noinline, gnu::optimize("no-tree-vectorize")]]
 #endif
 void lookUpOneByOne(const std::uint8_t* table, const Index* index, std::uint8_t* out, int count) {
@@ -249,7 +249,7 @@ void lookUpOneByOne(const std::uint8_t* table, const Index* index, std::uint8_t*
 template <InstructionSet set, class Index>
 void lookUp(SetConstant<set>, const std::uint8_t* table, const Index* index, std::uint8_t* out, int count) {
     int i = 0;
-#if PZEL_X86_SETS
+#if PZEL_X86_VECTORS
     if constexpr (looksUpBytes<set>) {
         constexpr int vectors = sizeof(Index) == 1 ? 4 : 8;
         V64::Bytes part[vectors];
@@ -294,7 +294,7 @@ struct Line {
 constexpr int kFewLines = 64;
 
 /// One by one: put into vectors, these look-ups take twice as long.
-#if PZEL_X86_SETS
+#if PZEL_X86_VECTORS
 [[gnu::noinline, gnu::optimize("no-tree-vectorize")]]
 #endif
 inline void
@@ -307,7 +307,7 @@ template <InstructionSet set>
 void followLines(SetConstant<set>, const Line* lines, [[maybe_unused]] int size, const std::int32_t* index,
                  float* values, int count) {
     int i = 0;
-#if PZEL_X86_SETS
+#if PZEL_X86_VECTORS
     if constexpr (looksUpBytes<set>) {
         if (size == kFewLines) {
             float starts[kFewLines], slopes[kFewLines];

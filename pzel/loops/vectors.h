@@ -9,7 +9,7 @@
 
 #include "pzel/loops/instruction_set.h"
 
-#if PZEL_X86_SETS
+#if PZEL_X86_VECTORS
 #include <immintrin.h>
 #elif PZEL_ARM_VECTORS
 #include <arm_neon.h>
@@ -20,15 +20,15 @@ namespace pzel {
 /// Sets with vectors of bytes: the steps below.
 template <InstructionSet set>
 constexpr bool hasVectors =
-    PZEL_X86_SETS ? set >= InstructionSet::Sse41 : PZEL_ARM_VECTORS&& set >= InstructionSet::Baseline;
+    PZEL_X86_VECTORS ? set >= InstructionSet::Sse41 : PZEL_ARM_VECTORS&& set >= InstructionSet::Baseline;
 /// Sets that look up bytes in a vector of 64.
 template <InstructionSet set>
-constexpr bool looksUpBytes = (PZEL_X86_SETS != 0) && set >= InstructionSet::Avx512;
+constexpr bool looksUpBytes = (PZEL_X86_VECTORS != 0) && set >= InstructionSet::Avx512;
 
 /// Sets that look up bytes of a table part by part: elsewhere that is slower than one by one.
 template <InstructionSet set>
 constexpr bool looksUpParts =
-    PZEL_X86_SETS ? set >= InstructionSet::Avx2 && !looksUpBytes<set> : hasVectors<set>;
+    PZEL_X86_VECTORS ? set >= InstructionSet::Avx2 && !looksUpBytes<set> : hasVectors<set>;
 
 #if PZEL_VECTORS
 /// Vectors of so many bytes, by their elements. Spelled out for all: GCC 12 ignores a vector_size that hangs
@@ -155,7 +155,7 @@ inline V64::Bytes inOrderOfFour(V64::Bytes v) {
     return V64::Bytes(__builtin_shufflevector(V64::Words(v), V64::Words(v), 0, 4, 8, 12, 1, 5, 9, 13, 2, 6,
                                               10, 14, 3, 7, 11, 15));
 }
-#if PZEL_X86_SETS
+#if PZEL_X86_VECTORS
 /// Bytes of a table of 16, which both halves of `table` hold, where the places are 0 … 127, of which the
 /// lower four bits count; 0 where they are negative.
 [[gnu::target("arch=x86-64-v3")]] inline V32::Bytes bytesAt(V32::Bytes table, V32::Signed place) {
