@@ -53,7 +53,8 @@ void VideoStream::OpenContainer() {
 void VideoStream::OpenDecoder(const AVCodec& decoder) {
     codec.reset(avcodec_alloc_context3(&decoder));
     if (!codec) throw std::bad_alloc();
-    codec->thread_count = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, kMostDecoders));
+    codec->thread_count =
+        static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, kMostDecoders));
     codec->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
     codec->pkt_timebase = Stream()->time_base;
     if (avcodec_parameters_to_context(codec.get(), Stream()->codecpar) < 0 ||
