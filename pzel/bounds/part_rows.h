@@ -39,18 +39,6 @@ inline bool hasValues(const Image* image, const ImagePart& part) {
            part.channel >= AllChannels && part.channel < image->channels;
 }
 
-/// The element type of rows; bool for bits.
-template <class Rows>
-struct ElementOfRows {
-    using Type = std::remove_cvref_t<decltype(std::declval<const Rows&>().row(0)[0])>;
-};
-template <class Byte>
-struct ElementOfRows<BitRows<Byte>> {
-    using Type = bool;
-};
-template <class Rows>
-using ElementOf = typename ElementOfRows<Rows>::Type;
-
 /// Whether all values of an element type can have a count each.
 template <class T>
 constexpr bool isSmall = sizeof(T) < 4;

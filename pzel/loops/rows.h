@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <type_traits>
+#include <utility>
 
 #include "pzel/loops/instruction_set.h"
 #include "pzel/loops/narrow.h"
@@ -66,6 +67,18 @@ struct BitRows {
     Row row(std::ptrdiff_t y) const { return {origin + y * rowStep, firstBit}; }
 };
 
+/// The element type of rows; bool for bits.
+template <class Rows>
+struct ElementOfRows {
+    using Type = std::remove_cvref_t<decltype(std::declval<const Rows&>().row(0)[0])>;
+};
+template <class Byte>
+struct ElementOfRows<BitRows<Byte>> {
+    using Type = bool;
+};
+template <class Rows>
+using ElementOf = typename ElementOfRows<Rows>::Type;
+
 /// A rule that finds its byte in a table: index(v) tells where, entries() is the table. An Index of one byte
 /// is the value itself.
 template <class Rule>
@@ -113,7 +126,7 @@ void mapLine(SetConstant<set> on, const Rule& rule, In in, Out out, int count) {
     }
 }
 
-/// Rows that stand side by side are worth a copy of their loop for each instruction set.
+/// Whether elements of rows stand side by side.
 template <class Rows>
 constexpr bool isContiguous = false;
 template <class T>
@@ -139,6 +152,20 @@ bool standApart(const BitRows<Byte>& rows, std::ptrdiff_t width) {
     return 8 * std::abs(rows.rowStep) >= rows.firstBit + width;
 }
 
+/// Rules that only move elements say `isMove`: not worth lines of their own where elements stand apart.
+template <class Rule>
+constexpr bool isMove = requires {
+    requires Rule::isMove;
+};
+
+/// One value for every element.
+template <class T>
+struct Fill {
+    static constexpr bool isMove = true;
+    T operator()(T) const { return value; }
+    T value{};
+};
+
 /// A rule that may not leave the calling thread: rule.staysOnThread() tells whether it asks the host.
 template <class Rule>
 concept AsksHost = requires(const Rule& rule) {
@@ -151,26 +178,62 @@ bool mayLeaveThread(const Rule& rule) {
     return true;
 }
 
+/// Runs a rule over rows that stand side by side. Out of line: one copy serves all layouts.
+template <class In, class Out, class Rule>
+[[gnu::noinline]] void mapSideBySide(const ContiguousRows<const In>& in, const ContiguousRows<Out>& out,
+                                     int width, int first, int end, const Rule& rule) {
+    const auto loop = [=](auto set) {
+        const Rule local = rule;  // out of reach of the bytes that are written
+        for (int y = first; y < end; ++y) mapLine(set, local, in.row(y), out.row(y), width);
+    };
+    if constexpr (isRare<Rule>)
+        loop(SetConstant<InstructionSet::Reference>());
+    else
+        onBestSet(loop);
+}
+
+/// Runs a rule over rows of any layout, whose elements come and go in lines side by side.
+template <class In, class Out, class Rule>
+void mapInLines(const In& in, const Out& out, int width, int first, int end, const Rule& rule) {
+    constexpr int length = 1024;
+    ElementOf<In> given[length];
+    ElementOf<Out> results[length];
+    for (int y = first; y < end; ++y) {
+        const auto from = in.row(y);
+        const auto to = out.row(y);
+        for (int x = 0; x < width; x += length) {
+            const int count = width - x < length ? width - x : length;
+            ContiguousRows<const ElementOf<In>> line{given, 0};
+            ContiguousRows<ElementOf<Out>> made{results, 0};
+            if constexpr (isContiguous<In>)
+                line.origin = from + x;
+            else
+                for (int i = 0; i < count; ++i) given[i] = from[x + i];
+            if constexpr (isContiguous<Out>) made.origin = to + x;
+            mapSideBySide(line, made, count, 0, 1, rule);
+            if constexpr (!isContiguous<Out>)
+                for (int i = 0; i < count; ++i) to[x + i] = results[i];
+        }
+    }
+}
+
 /// Runs a rule over a rectangle: out[x] = rule(in[x]).
 template <class In, class Out, class Rule>
 void mapRows(const In& in, const Out& out, int width, int height, const Rule& rule) {
     constexpr bool sideBySide = isContiguous<In> && isContiguous<Out>;
     const auto mapRange = [&](int first, int end) {
-        int length = width;
         if constexpr (sideBySide) {
-            if (areOneRow(in, width, end - first) && areOneRow(out, width, end - first) && first < end) {
-                length = width * (end - first);
-                end = first + 1;
-            }
+            const bool oneRow =
+                areOneRow(in, width, end - first) && areOneRow(out, width, end - first) && first < end;
+            const ContiguousRows<const ElementOf<In>> from{in.origin, in.rowStep};
+            mapSideBySide(from, out, oneRow ? width * (end - first) : width, first, oneRow ? first + 1 : end,
+                          rule);
+        } else if constexpr (isMove<Rule>) {
+            for (int y = first; y < end; ++y)
+                mapLine(SetConstant<InstructionSet::Reference>(), rule, in.row(y), out.row(y), width);
+        } else {
+            mapInLines(in, out, width, first, end, rule);
         }
-        const auto loop = [=](auto set) {
-            const Rule local = rule;  // out of reach of the bytes that are written
-            for (int y = first; y < end; ++y) mapLine(set, local, in.row(y), out.row(y), length);
-        };
-        if constexpr (sideBySide && !isRare<Rule>)
-            onBestSet(loop);
-        else
-            loop(SetConstant<InstructionSet::Reference>());
     };
     constexpr Effort effort =
         sideBySide && !isRare<Rule> && !LooksUp<Rule> ? Effort::Moving : Effort::Computing;

@@ -146,7 +146,7 @@ void FillData(Image* image, AnyType* values) {
             T value;
             std::memcpy(&value, &values[c], sizeof value);
             pzel::withRows<T>(*image, c, 0, 0, [&](const auto& rows) {
-                pzel::mapRows(rows, rows, image->width, image->height, [value](T) { return value; });
+                pzel::mapRows(rows, rows, image->width, image->height, pzel::Fill<T>{value});
             });
         }
     });

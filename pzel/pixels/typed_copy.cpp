@@ -79,6 +79,7 @@ D Saturated(S v) {
 /// Equal widths, equal lows: the value itself.
 template <class S, class D>
 struct Carry {
+    static constexpr bool isMove = std::is_same_v<S, D>;
     D operator()(S v) const { return Saturated<D>(v); }
 };
 
@@ -234,37 +235,69 @@ void MapChannel(const Image& src, const Image& dst, const CopyArea& area, int ch
     });
 }
 
+/// Whether pixels stand in both images as samples that convert alike, whatever their channel.
+bool AreSamples(const Image& src, const Image& dst, int channels) {
+    if (!IsInterleaved(&src) || !IsInterleaved(&dst) || src.channels != channels || dst.channels != channels)
+        return false;
+    const auto convertsAlike = [&](int channel) {
+        if (trueType(&src, channel) != trueType(&src, 0) || trueType(&dst, channel) != trueType(&dst, 0))
+            return false;
+        bool alike = false;
+        VisitTypes(src, dst, channel, [&]<class S, class D>() {
+            if constexpr (!std::is_same_v<S, bool> && !std::is_same_v<D, bool>)
+                alike = copyPair<S>(src, channel) == copyPair<S>(src, 0) &&
+                        copyPair<D>(dst, channel) == copyPair<D>(dst, 0);
+        });
+        return alike;
+    };
+    for (int c = 1; c < channels; ++c)
+        if (!convertsAlike(c)) return false;
+    return true;
+}
+
 void ConvertChannels(const Image& src, const Image& dst, const CopyArea& area, int channels) {
     Method method = Method::Carry;
     VisitTypes(src, dst, 0, [&]<class S, class D>() {
         const Pair<S> from = copyPair<S>(src, 0);
         method = ChooseMethod(from, copyPair<D>(dst, 0));
     });
-    for (int c = 0; c < channels; ++c) {
-        VisitTypes(src, dst, c, [&]<class S, class D>() {
-            const Pair<S> from = copyPair<S>(src, c);
-            const Pair<D> to = copyPair<D>(dst, c);
+    const auto convert = [&](int channel, const Image& in, const Image& out, const CopyArea& part,
+                             int place) {
+        VisitTypes(src, dst, channel, [&]<class S, class D>() {
+            const Pair<S> from = copyPair<S>(src, channel);
+            const Pair<D> to = copyPair<D>(dst, channel);
             if constexpr (!std::is_same_v<S, bool> && !std::is_same_v<D, bool>) {
-                if (method == Method::Carry) return MapChannel<S, D>(src, dst, area, c, Carry<S, D>{});
+                if (method == Method::Carry) return MapChannel<S, D>(in, out, part, place, Carry<S, D>{});
                 if (method == Method::Shift)
-                    return MapChannel<S, D>(src, dst, area, c, Shift<S, D>{from, to});
+                    return MapChannel<S, D>(in, out, part, place, Shift<S, D>{from, to});
             }
             const Scale<S, D> scale{from, to};
             if constexpr (hasWideScale<S, D>) {
                 if (WideScale<S, D>::isNeeded(scale))
-                    return MapChannel<S, D>(src, dst, area, c, WideScale<S, D>(scale));
+                    return MapChannel<S, D>(in, out, part, place, WideScale<S, D>(scale));
             }
             if constexpr (hasFullScale<S, D>) {
                 if (takesShortCuts() && FullScale<D>::fits(scale))
-                    return MapChannel<S, D>(src, dst, area, c, FullScale<D>(scale));
+                    return MapChannel<S, D>(in, out, part, place, FullScale<D>(scale));
             }
             if constexpr (hasEvenScale<S, D>) {
                 if (takesShortCuts() && EvenScale<S, D>::fits(scale))
-                    return MapChannel<S, D>(src, dst, area, c, EvenScale<S, D>(scale));
+                    return MapChannel<S, D>(in, out, part, place, EvenScale<S, D>(scale));
             }
-            MapChannel<S, D>(src, dst, area, c, scale);
+            MapChannel<S, D>(in, out, part, place, scale);
         });
+    };
+    if (takesShortCuts() && rowsStandApart(dst) && AreSamples(src, dst, channels)) {
+        Image in = src, out = dst;  // the records alone
+        in.channels = out.channels = 1;
+        CopyArea part = area;
+        part.srcX *= channels;
+        part.dstX *= channels;
+        part.width *= channels;
+        convert(0, in, out, part, 0);
+        return;
     }
+    for (int c = 0; c < channels; ++c) convert(c, src, dst, area, c);
 }
 
 /// Calls f.operator()<U>() with the unsigned integer of an element's size, or `bool` for bits, for elements
@@ -363,7 +396,7 @@ void FillFurtherChannels(const Image& dst, const CopyArea& area, int copied) {
                     if (GetSubType(&dst) == SubColour)
                         mapRows(first, out, area.width, area.height, Carry<U, U>{});
                     else
-                        mapRows(first, out, area.width, area.height, [](U) { return U(0); });
+                        mapRows(first, out, area.width, area.height, Fill<U>{});
                 });
             }
         });

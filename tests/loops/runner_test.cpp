@@ -64,7 +64,7 @@ struct Gamma final : Zel::Remapper {
     mutable bool elsewhere = false;
 };
 
-constexpr int kWidth = 1301, kHeight = 540;  // more than two tasks of three channels
+constexpr int kWidth = 1301, kHeight = 560;  // more than two tasks of three channels
 
 struct Picture {
     Picture(int type, int channels, bool interleaved, int sub = SubColour) {
