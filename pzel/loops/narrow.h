@@ -15,19 +15,19 @@
 
 namespace pzel {
 
-/// A rule from rows of elements (floats or 16 bits) to all values of an unsigned integer: without its clamp,
+/// A rule from elements (floats or 16 bits) to all values of an unsigned integer: without its clamp,
 /// its result is (v - black()) · scale() + kStart, truncated. Of 16 bits the scale is at most 511.
 template <class Rule, class In>
-concept ScalesRows = requires(const Rule& rule, In in) {
+concept Scales = requires(const Rule& rule) {
     rule.scale();
     Rule::kStart;
-    requires std::is_same_v<In, const decltype(rule.black())*>;
+    requires std::is_same_v<In, decltype(rule.black())>;
 };
 
 /// A rule that looks up: its result so far is a place in a table, and kLast, a power of two less one, from
 /// white() on.
 template <class Rule, class In>
-concept PlacesRows = ScalesRows<Rule, In> && requires(const Rule& rule) {
+concept Places = Scales<Rule, In> && requires(const Rule& rule) {
     rule.white();
     Rule::kLast;
 };

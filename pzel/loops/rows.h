@@ -94,15 +94,15 @@ concept IsPeriodic = requires {
     Rule::kPeriod;
 };
 
-/// Runs a rule over a row: out[x] = rule(in[x]).
+/// Runs a rule over elements that stand side by side.
 template <InstructionSet set, class In, class Out, class Rule>
-void mapLine(SetConstant<set> on, const Rule& rule, In in, Out out, int count) {
+void mapLine(SetConstant<set> on, const Rule& rule, const In* in, Out* out, int count) {
     if constexpr (IsPeriodic<Rule>) {
         for (; count >= Rule::kPeriod; count -= Rule::kPeriod, in += Rule::kPeriod, out += Rule::kPeriod)
             for (int k = 0; k < Rule::kPeriod; ++k) out[k] = rule(in[k], k);
         for (int k = 0; k < count; ++k) out[k] = rule(in[k], k);
-    } else if constexpr (LooksUp<Rule> && std::is_same_v<Out, std::uint8_t*>) {
-        if constexpr (std::is_same_v<In, const typename Rule::Index*> && sizeof(typename Rule::Index) == 1) {
+    } else if constexpr (LooksUp<Rule> && std::is_same_v<Out, std::uint8_t>) {
+        if constexpr (std::is_same_v<In, typename Rule::Index> && sizeof(typename Rule::Index) == 1) {
             lookUp(on, rule.entries(), in, out, count);
         } else {
             // Indices vectorise, look-ups do not everywhere: each has a loop of its own.
@@ -110,7 +110,7 @@ void mapLine(SetConstant<set> on, const Rule& rule, In in, Out out, int count) {
             typename Rule::Index index[block];
             for (int x = 0; x < count; x += block) {
                 const int n = count - x < block ? count - x : block;
-                if constexpr (PlacesRows<Rule, In> && hasVectors<set>)
+                if constexpr (Places<Rule, In> && hasVectors<set>)
                     placeLine(on, rule, in + x, index, n);
                 else
                     for (int i = 0; i < n; ++i) index[i] = rule.index(in[x + i]);
@@ -118,7 +118,7 @@ void mapLine(SetConstant<set> on, const Rule& rule, In in, Out out, int count) {
             }
         }
 #if PZEL_VECTORS
-    } else if constexpr (ScalesRows<Rule, In> && hasVectors<set> && std::is_pointer_v<Out>) {
+    } else if constexpr (Scales<Rule, In> && hasVectors<set>) {
         scaleLine(on, rule, in, out, count);
 #endif
     } else {
@@ -229,8 +229,11 @@ void mapRows(const In& in, const Out& out, int width, int height, const Rule& ru
             mapSideBySide(from, out, oneRow ? width * (end - first) : width, first, oneRow ? first + 1 : end,
                           rule);
         } else if constexpr (isMove<Rule>) {
-            for (int y = first; y < end; ++y)
-                mapLine(SetConstant<InstructionSet::Reference>(), rule, in.row(y), out.row(y), width);
+            for (int y = first; y < end; ++y) {
+                const auto from = in.row(y);
+                const auto to = out.row(y);
+                for (int x = 0; x < width; ++x) to[x] = rule(from[x]);
+            }
         } else {
             mapInLines(in, out, width, first, end, rule);
         }
