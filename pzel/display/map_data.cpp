@@ -49,6 +49,7 @@ struct Job {
 void CopyBitRows(const Job& job) {
     const std::ptrdiff_t rowBytes = job.image->rowBytes;
     const auto bytes = std::size_t(std::min(rowBytes, job.out.rowStep));
+    if (bytes == 0) return;  // there need be no bitmap
     for (int y = 0; y < std::min<int>(job.height, job.image->height); ++y)
         std::memcpy(job.out.row(y), job.image->data + y * rowBytes, bytes);
 }
