@@ -184,7 +184,7 @@ void addBoundsRows(Table& table) {
         CALL(CopyBound, to, from);
         if (typeOf(from) == typeOf(to) && from->imageType == to->imageType &&
             from->channels == to->channels && from->bound)
-            HOLDS(!std::memcmp(to->bound, from->bound, 3 * room));
+            HOLDS(std::equal(from->bound, from->bound + 3 * room, to->bound));
     });
     // Levels as values.
     table.basic("FullBlackWhite, DefaultBlackWhite", [](World& w) {
