@@ -9,6 +9,7 @@
 #include <numbers>
 
 #include "pzel/display/map_data.h"
+#include "tests/support/curve.h"
 #include "tests/support/images.h"
 
 using namespace test;
@@ -18,21 +19,15 @@ namespace {
 using Function = std::function<double(double)>;
 
 /// Leaves the channels of `identity` alone and maps the others, by squaring them where nothing else is said.
-struct Curve final : Zel::Remapper {
+struct Curve final : test::Curve {
     explicit Curve(
         std::string identityChannels, Function mapping = [](double v) { return v * v; })
         : identity(std::move(identityChannels)), function(std::move(mapping)) {}
-    bool IsEqual(const Remapper& other) const override { return this == &other; }
     Remapper* Clone() const override { return new Curve(*this); }
-    void SetMode(int, int) override {}
-    int GetMode() const override { return 0; }
-    void Reset() override {}
-    int GetNumbChannels() const override { return 3; }
     bool IsIdentity(int channel) const override {
         return identity.find(char('0' + channel)) != std::string::npos;
     }
     float Remap(float v, int) const override { return float(function(double(v))); }
-    const unsigned char* GetLookupTable() const override { return nullptr; }
     std::string identity;
     Function function;
 };

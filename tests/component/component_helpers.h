@@ -12,6 +12,7 @@
 #include "pzel/component/movie.h"
 #include "pzel/component/movie_scene.h"
 #include "pzel/image/lifecycle.h"
+#include "tests/support/curve.h"
 
 /// Logs "source event(param)", objects by the letters in `names`. Must outlive what it watches.
 struct Recorder final : Observer {
@@ -35,18 +36,11 @@ struct Recorder final : Observer {
     std::function<void(int)> onEvent;
 };
 
-struct Tone final : Zel::Remapper {
+struct Tone final : test::Curve {
     explicit Tone(int number) : id(number) { ++alive; }
     ~Tone() override { --alive; }
     bool IsEqual(const Remapper& other) const override { return static_cast<const Tone&>(other).id == id; }
     Remapper* Clone() const override { return new Tone(id); }
-    void SetMode(int, int) override {}
-    int GetMode() const override { return 0; }
-    void Reset() override {}
-    int GetNumbChannels() const override { return 1; }
-    bool IsIdentity(int) const override { return true; }
-    float Remap(float value, int) const override { return value; }
-    const unsigned char* GetLookupTable() const override { return nullptr; }
     int id;
     static inline int alive = 0;
 };

@@ -9,6 +9,7 @@
 #include "pzel/display/bitmap.h"
 #include "pzel/display/fields.h"
 #include "pzel/display/map_data.h"
+#include "tests/support/curve.h"
 #include "tests/support/images.h"
 
 namespace {
@@ -61,16 +62,10 @@ Bytes element(Image* image, int x, int y, int c) {
     return {place, place + bytes};
 }
 
-struct Table final : Zel::Remapper {
+struct Table final : test::Curve {
     Table(const u8* lut, std::vector<int>* log) : table(lut), modes(log) {}
-    bool IsEqual(const Remapper& other) const override { return &other == this; }
     Remapper* Clone() const override { return new Table(*this); }
     void SetMode(int hsi, int flag) override { modes->insert(modes->end(), {hsi, flag}); }
-    int GetMode() const override { return 0; }
-    void Reset() override {}
-    int GetNumbChannels() const override { return 3; }
-    bool IsIdentity(int) const override { return false; }
-    float Remap(float value, int) const override { return value; }
     const u8* GetLookupTable() const override { return table; }
 
     const u8* table;

@@ -10,6 +10,7 @@
 #include "pzel/pixels/yuv.h"
 #include "tests/guard/operations.h"
 #include "tests/guard/picture.h"
+#include "tests/support/curve.h"
 
 namespace guard {
 
@@ -189,26 +190,13 @@ void addArithmetic(Operations& all) {
     });
 }
 
-/// Takes what it is given to a power, in every channel.
-struct Curve final : Zel::Remapper {
-    bool IsEqual(const Remapper& other) const override { return this == &other; }
-    Remapper* Clone() const override { return new Curve(*this); }
-    void SetMode(int, int) override {}
-    int GetMode() const override { return 0; }
-    void Reset() override {}
-    int GetNumbChannels() const override { return 3; }
-    bool IsIdentity(int) const override { return false; }
-    float Remap(float value, int) const override { return value * value; }
-    const unsigned char* GetLookupTable() const override { return nullptr; }
-};
-
 void addColour(Operations& all) {
     addForKinds(all, "ConvertImage", kMeasured, [](Memory&, Picture& image) {
-        Curve curve;
+        test::Curve curve;
         ConvertImage(&image, &curve);
     });
     addForKinds(all, "ConvertAllDataToRGB", kMeasured, [](Memory&, Picture& image) {
-        Curve curve;
+        test::Curve curve;
         ConvertAllDataToRGB(&image, &curve);
     });
     addForKinds(all, "SwitchBoundType", kMeasured,

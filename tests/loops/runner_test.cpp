@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "pzel/pzel.h"
+#include "tests/support/curve.h"
 #include "tests/support/images.h"
 
 namespace {
@@ -49,16 +50,9 @@ struct With {
     Zel::Runner before;
 };
 
-struct Gamma final : Zel::Remapper {
-    bool IsEqual(const Remapper&) const override { return false; }
-    Remapper* Clone() const override { return new Gamma; }
-    void SetMode(int, int) override {}
-    int GetMode() const override { return 0; }
-    void Reset() override {}
-    int GetNumbChannels() const override { return 3; }
+struct Gamma final : test::Curve {
     bool IsIdentity(int channel) const override { return ask(), channel == 1; }
     float Remap(float v, int) const override { return ask(), v * v * (2 - v); }
-    const unsigned char* GetLookupTable() const override { return nullptr; }
     void ask() const { elsewhere = elsewhere || std::this_thread::get_id() != home; }
     std::thread::id home = std::this_thread::get_id();
     mutable bool elsewhere = false;

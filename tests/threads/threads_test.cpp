@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "pzel/pzel.h"
+#include "tests/support/curve.h"
 
 namespace {
 
@@ -22,18 +23,6 @@ constexpr int kThreads = 8, kRounds = 12;
 struct Counting final : Observer {
     int updates = 0;
     void Update(IComponent*, int, std::intptr_t) override { ++updates; }
-};
-
-struct Bent final : Zel::Remapper {
-    bool IsEqual(const Zel::Remapper&) const override { return false; }
-    Zel::Remapper* Clone() const override { return new Bent; }
-    void SetMode(int, int) override {}
-    int GetMode() const override { return 0; }
-    void Reset() override {}
-    int GetNumbChannels() const override { return 3; }
-    bool IsIdentity(int) const override { return false; }
-    float Remap(float value, int) const override { return value * value; }
-    const unsigned char* GetLookupTable() const override { return nullptr; }
 };
 
 /// What a thread has seen.
@@ -79,7 +68,7 @@ void live(int round, Seen& seen) {
     movie->AttachObserver_All(&counting);
     movie->GetChildAt(0)->SetBlackWhite(0, CompBlackWhite(10, 200));
     static_cast<Comp*>(movie->GetChildAt(1))->SwitchMapingMode(3);
-    Bent bent;
+    test::Curve bent;
     ConvertImage(movie->GetChildAt(0)->GetInternalComp()->GetCurrentImage(), &bent);
     ConvertAllDataToRGB(movie->GetChildAt(1)->GetInternalComp()->GetCurrentImage(), &bent);
     VectorInit();
@@ -90,6 +79,7 @@ void live(int round, Seen& seen) {
 
     seen.names.emplace_back(movie->GetName());
     seen.names.push_back(Movie::NewMovieName());
+    Zel::Name::SetWorkingFolder("folder" + std::to_string(round));
     seen.names.push_back(Zel::Name::GenerateTemporaryFilename());
     Zel::Name name("folder" + std::to_string(round) + "\\file.tmp");
     if (name.GetFullPath() != "folder" + std::to_string(round) + "\\file.tmp") seen.names.push_back("lost");
@@ -133,7 +123,7 @@ Bytes large() {
     Movie* const movie = new Movie;
     Counting counting;
     movie->AttachObserver(&counting);
-    Bent bent;
+    test::Curve bent;
     for (const int type : {DataUInt8, DataUInt16, DataFloat}) {
         Comp* const comp = AllocComp(1);
         Image* const image = comp->GetCurrentImage();
