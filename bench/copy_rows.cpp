@@ -41,15 +41,23 @@ Row interleave(int size) {
 }
 
 /// Equal bounds: the values are carried over.
-Row toFloat(int size) {
-    const Picture from = makePicture(size, size, kGrey, DataUInt16);
-    const Picture to = makePicture(size, size, kGrey, DataFloat);
+Row toFloat(int size, unsigned char channels) {
+    const Picture from = makePicture(size, size, channels, DataUInt16);
+    const Picture to = makePicture(size, size, channels, DataFloat);
     setLevels(from, partOfRange(DataUInt16));
     setLevels(to, partOfRange(DataUInt16));
     const auto convertTo = [in = matOf(from), out = matOf(to)] { in.convertTo(out, CV_32F); };
     Row row = copying(from, to, {{"OpenCV convertTo", 1.0, convertTo}}, kNone);
     row.result = resultOf(reinterpret_cast<float*>(to->data), GetImageVolume(to.get()));
     return row;
+}
+
+Row greyToFloat(int size) {
+    return toFloat(size, kGrey);
+}
+
+Row colourToFloat(int size) {
+    return toFloat(size, kColour);
 }
 
 /// Part of the source's range becomes all of the destination's, where the peer clamps too.
@@ -67,13 +75,32 @@ Row fromFloat(int size) {
     return row;
 }
 
+/// The same of three planes, into pixels of bytes.
+Row fromPlanes(int size) {
+    const Picture from = makePicture(size, size, kColour, DataUInt16, Layout::Planar);
+    const Picture to = makePicture(size, size, kColour, DataUInt8);
+    const Levels levels = partOfRange(DataUInt16);
+    setLevels(from, levels);
+    setLevels(to, {0, 255});
+    const auto convertTo = [=, in = planesOf(from), bytes = scratchPlanes(size), out = matOf(to)]() mutable {
+        for (std::size_t c = 0; c < kColour; ++c)
+            in[c].convertTo(bytes[c], CV_8U, levels.alpha(), levels.beta());
+        cv::merge(bytes, out);
+    };
+    Row row = copying(from, to, {{"OpenCV convertTo, merge", 1.0, convertTo, 1}}, kNone);
+    row.result = resultOf(to->data, GetImageTotalBytes(to.get()));
+    return row;
+}
+
 }  // namespace
 
 void addCopyRows(Catalogue& rows) {
     rows.push_back({"rectangle copy, 16", rectangle});
     rows.push_back({"colour 8 planar → interleaved", interleave});
-    rows.push_back({"unsigned 16 → float", toFloat});
+    rows.push_back({"unsigned 16 → float", greyToFloat});
+    rows.push_back({"colour 16 interleaved → float", colourToFloat});
     rows.push_back({"float → unsigned 16, clamped and scaled", fromFloat});
+    rows.push_back({"colour 16 planar → 8 interleaved, scaled", fromPlanes});
 }
 
 }  // namespace bench
