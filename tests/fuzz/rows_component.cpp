@@ -217,6 +217,8 @@ void addComponentRows(Table& table) {
         }
         // A bitmap of another depth is the host's to free.
         CALL_ON(comp, DeleteBitmap);
+        HOLDS(!comp->bitmap && !(comp->bmpWidth | comp->bmpHeight | comp->bmpRowBytes | comp->bmpLeft |
+                                 comp->bmpTop | comp->bmpBits));
     });
     // Comp info.
     table.basic("AllocCompInfo, CopyCompInfo, CleanupCompInfo, DeleteCompInfo", [](World& w) {
