@@ -151,19 +151,40 @@ class Canvas {
     const BgrColour* colours;
 };
 
+/// Where the shown picture stands in the movie, both ends included.
+struct Place {
+    int left, right, top, bottom;
+};
+
+/// Overlays stand where their component does; pictures where the image does that is shown for it, which may
+/// be a flat comp's.
+Place PlaceOf(Comp& comp) {
+    if (comp.GetCompMType() != MajorPicture) {
+        const SRect extent = comp.GetCompExtent();
+        return {extent.left, extent.right, extent.top, extent.bottom};
+    }
+    short dx, dy;
+    unsigned short left, top, width, height;
+    comp.GetFlatImage(dx, dy, left, top, width, height);
+    const int x = comp.x + dx + static_cast<short>(left), y = comp.y + dy + static_cast<short>(top);
+    return {x, x + width - 1, y, y + height - 1};
+}
+
 bool IsShown(Comp& comp, const SRect& area, int bitsPerPixel) {
-    const SRect place = comp.GetCompExtent();
+    const Place place = PlaceOf(comp);
     const int bits = comp.ComputeBmpBits();
     return comp.IsVisible() && comp.transparency < kInvisible && bits != 0 && bits <= bitsPerPixel &&
            place.left <= area.right && place.right >= area.left && place.top <= area.bottom &&
            place.bottom >= area.top;
 }
 
-/// An opaque picture over all of the area. With a flat comp only part of the place may be drawn.
+/// An opaque picture over all of the area. A bitmap that is there may be smaller than its picture.
 bool HidesAll(Comp& comp, const SRect& area) {
-    const SRect place = comp.GetCompExtent();
+    const Place place = PlaceOf(comp);
     const Kind kind = KindOf(comp, comp.ComputeBmpBits());
-    return (kind == Kind::Picture || kind == Kind::Bits) && comp.transparency == 0 && !comp.flatComp &&
+    const bool isCut = comp.bitmap && (comp.bmpWidth <= place.right - place.left ||
+                                       comp.bmpHeight <= place.bottom - place.top);
+    return (kind == Kind::Picture || kind == Kind::Bits) && comp.transparency == 0 && !isCut &&
            place.left <= area.left && place.right >= area.right && place.top <= area.top &&
            place.bottom >= area.bottom;
 }
@@ -181,21 +202,6 @@ struct Start {
     int skipped;
 };
 
-struct Corner {
-    int x, y;
-};
-
-/// Where the shown picture stands in the movie. Bitmaps of pictures start where the component's image does,
-/// or where a data area does that reaches out in front of it; overlays start with what they show of it.
-Corner CornerOf(Comp& comp) {
-    const SRect place = comp.GetCompExtent();
-    if (comp.GetCompMType() != MajorPicture) return {place.left, place.top};
-    const bool own = showsDataArea(comp) && !comp.flatComp;
-    const int inFrontX = own ? std::min<int>(comp.dataArea->left, 0) : 0;
-    const int inFrontY = own ? std::min<int>(comp.dataArea->top, 0) : 0;
-    return {comp.x + comp.bmpLeft + inFrontX, comp.y + comp.bmpTop + inFrontY};
-}
-
 /// A component's picture with its place in the area.
 struct Layer {
     Comp* comp;
@@ -212,8 +218,8 @@ void AddLayer(std::vector<Layer>& layers, Comp& comp, const SRect& area, signed 
     if (!shown.pixels || !fits || shown.bits > bitsPerPixel) return;
     // A bitmap from the time when the component was no boundary has one row of bits for each of its rows.
     if (KindOf(comp, shown.bits) == Kind::Boundary && shown.bitRows != 2) return;
-    const Corner corner = CornerOf(comp);
-    const Start x(corner.x - area.left, zoom), y(corner.y - area.top, zoom);
+    const Place place = PlaceOf(comp);
+    const Start x(place.left - area.left, zoom), y(place.top - area.top, zoom);
     const BitmapSource source{shown.pixels, shown.rowBytes, shown.width, shown.height,
                               x.place,      y.place,        x.skipped,   y.skipped};
     layers.push_back({&comp, source, shown.bits, ExtentOf(comp, shown)});

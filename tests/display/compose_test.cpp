@@ -42,6 +42,8 @@ Ref<Comp> layer(Random& random, int type, int channels) {
 /// What a component shows at a pixel of the movie, a mask in a colour; nothing where it does not reach or its
 /// mask is clear.
 bool shownAt(Comp& comp, int x, int y, const BgrColour& colour, Pixel& out) {
+    if (comp.flatComp && comp.flatComp->IsVisible())  // another picture instead
+        return shownAt(*comp.flatComp, x - comp.x, y - comp.y, colour, out);
     const SRect place = comp.GetCompExtent();
     if (x < place.left || x > place.right || y < place.top || y > place.bottom) return false;
     const Image* image = comp.images;
@@ -87,8 +89,11 @@ TEST(ComposeMovie, IsWhatEveryPixelOfEveryLayerSays) {
         const Ref<Movie> movie(new Movie);
         const int count = random(0, 4);
         for (int i = 0; i < count; ++i) {
-            const int kind = random(0, 2);
-            movie->AddChild(layer(random, kind == 0 ? DataBit : DataUInt8, kind == 2 ? 3 : 1).get());
+            const int kind = random(0, 2), type = kind == 0 ? DataBit : DataUInt8,
+                      channels = kind == 2 ? 3 : 1;
+            const Ref<Comp> comp = layer(random, type, channels);
+            if (kind != 0 && random(0, 3) == 0) comp->flatComp = layer(random, type, channels).release();
+            movie->AddChild(comp.get());
         }
         const int zoom = random.pick({-3, -2, -1, 0, 1, 2, 3});
         const SRect area{std::int16_t(random(-4, 3)), std::int16_t(random(3, 14)),
