@@ -20,7 +20,7 @@ void runShuffled(int count, Zel::Task task, void* work) {
     std::iota(tasks.begin(), tasks.begin() + count, 0);
     for (int i = count - 1; i > 0; --i) {
         order = order * 6364136223846793005u + 1442695040888963407u;
-        std::swap(tasks[std::size_t(i)], tasks[(order >> 33) % std::uint64_t(i + 1)]);
+        std::swap(tasks[std::size_t(i)], tasks[std::size_t(order >> 33) % std::size_t(i + 1)]);
     }
     for (int i = 0; i < count; ++i) task(work, tasks[std::size_t(i)]);
 }
@@ -171,7 +171,7 @@ Sequence sequenceOf(u64 seed, u64 number) {
     u64 state = mixed(seed * 0x9E3779B97F4A7C15u + 1) ^ mixed(number + 0x1234567);
     const auto next = [&] { return mixed(state += 0x9E3779B97F4A7C15u); };
     const u64 kind = next();
-    Sequence sequence(10 + kind % 21);
+    Sequence sequence(std::size_t(10 + kind % 21));
     const std::size_t count = table().rooms.size() - 1, first = kind >> 8 & 0xFF, second = kind >> 16 & 0xFF;
     const bool everywhere = kind >> 60 & 1;
     for (Record& record : sequence) {
