@@ -2,6 +2,7 @@
 #include "number_edit.h"
 
 #include <QDoubleValidator>
+#include <QFocusEvent>
 
 #include "apps/io/picture_info.h"
 

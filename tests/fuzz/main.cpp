@@ -168,7 +168,7 @@ int main(int argc, char** argv) {
         else if (option == "--seed")
             seed = std::stoull(value);
         else if (option == "--longest")
-            longest = std::stoull(value);
+            longest = std::stoul(value);
         else if (option == "--findings")
             findings = std::stoi(value);
         else if (option == "--refusals")

@@ -198,7 +198,7 @@ void location(World& w, C* c, Comp* to) {
     int left = 0, top = 0;
     if (to) {
         const SRect before = to->GetCompExtent();
-        std::intptr_t extent;
+        std::int64_t extent;
         std::memcpy(&extent, &before, sizeof extent);
         if (before.left != x || before.top != y) w.expect(to, EventLocation, extent);
     }

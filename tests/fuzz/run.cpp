@@ -208,12 +208,12 @@ std::string judge(const Sequence& sequence, Counts& counts) {
     if (!one.fault.empty()) return nameOf(sequence, one.failed) + one.fault;
     const Play other = play(sequence, setting, {otherSet(sequence), 0xAA, true}, &counts);
     if (!other.fault.empty()) return nameOf(sequence, other.failed) + other.fault;
-    const auto [a, b] = std::mismatch(one.digests.begin(), one.digests.end(), other.digests.begin());
-    if (a == one.digests.end()) return "";
-    const auto at = std::size_t(a - one.digests.begin());
+    const auto differs = std::mismatch(one.digests.begin(), one.digests.end(), other.digests.begin()).first;
+    if (differs == one.digests.end()) return "";
+    const auto at = std::size_t(differs - one.digests.begin());
     const auto isSame = [&](const Manner& manner) {
         const Play again = play(sequence, setting, manner, nullptr);
-        return at < again.digests.size() && again.digests[at] == *a;
+        return at < again.digests.size() && again.digests[at] == *differs;
     };
     return nameOf(sequence, at) + "differs by " +
            (!isSame({plain, 0x55, true})    ? "the order of tasks"

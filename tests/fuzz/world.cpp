@@ -428,14 +428,15 @@ u64 World::idOf(const void* object) const {
 }
 
 void World::hear(int ear, IComponent* source, int event, std::intptr_t param) {
+    std::int64_t told = param;
     if (event == EventLocation && param)
-        std::memcpy(&param, reinterpret_cast<const void*>(param), sizeof(SRect));
+        std::memcpy(&told, reinterpret_cast<const void*>(param), sizeof(SRect));
     // A component calls nobody who was detached meanwhile; a movie calls its whole list as it was.
     const auto* const list = source->GetObservers();
     const bool isAttached =
         list && std::find(list->begin(), list->end(), &ears[std::size_t(ear)]) != list->end();
     if (!isAttached && !source->IsMovieObj() && fault.empty()) fault = "calls an observer that was detached";
-    if (heardCount < heard.size()) heard[heardCount++] = {ear, source, event, param};
+    if (heardCount < heard.size()) heard[heardCount++] = {ear, source, event, told};
     results.add(u64(ear) << 32 | u64(event) << 16 | idOf(source));
     if (armedReactions > 0 && !refusing && event != EventDestroyed) {
         --armedReactions;
@@ -444,7 +445,7 @@ void World::hear(int ear, IComponent* source, int event, std::intptr_t param) {
     }
 }
 
-void World::expect(IComponent* source, int event, std::intptr_t param) {
+void World::expect(IComponent* source, int event, std::int64_t param) {
     if (const auto* list = source->GetObservers()) {
         for (Observer* observer : *list)
             expected.push_back({static_cast<Ear*>(observer)->id, source, event, param});
@@ -572,8 +573,8 @@ u64 World::contentsDigest(Comp& comp, bool withBitmap) const {
 
 u64 World::movieDigest(Movie& movie) const {
     Digest digest;
-    digest.add(u64(movie.GetNumbChildren()) | movie.GetMovieLength() << 32);
-    digest.add(u64(movie.GetStatus()) | movie.GetCurrentFrame() << 32);
+    digest.add(u64(movie.GetNumbChildren()) | u64(movie.GetMovieLength()) << 32);
+    digest.add(u64(movie.GetStatus()) | u64(movie.GetCurrentFrame()) << 32);
     int width = 0, height = 0;
     movie.GetSize(width, height);
     digest.add(u64(width) | u64(height) << 32 | u64(movie.IsNametagSet()) << 20);

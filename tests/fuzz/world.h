@@ -44,7 +44,7 @@ struct Heard {
     int ear;
     const void* source;
     int event;
-    std::intptr_t param;
+    std::int64_t param;  // an extent's four sides where that is told
     bool operator==(const Heard&) const = default;
 };
 
@@ -168,7 +168,7 @@ class World {
     void touch(Part part) { touched.set(part); }
     void touchAll() { touched.set(); }
     /// An event that a call must send, to whoever observes the source when this is called.
-    void expect(IComponent* source, int event, std::intptr_t param = 0);
+    void expect(IComponent* source, int event, std::int64_t param = 0);
     void expectAdded(Movie* movie, const std::vector<Comp*>& parts);
     void expectLength(Movie* movie, u32 needed);
     /// Takes any events of this call.
