@@ -47,14 +47,16 @@ TEST_F(SurroundingsTest, KeysBelongToWhatHasTheFocus) {
         window->activateWindow();
         window->Picture().setFocus();
         ASSERT_TRUE(WaitFor([&] { return window->Picture().hasFocus(); }));
-        for (const auto& [key, file] :
-             std::vector<std::pair<Qt::Key, std::string>>{{Qt::Key_PageDown, "c.png"},
-                                                          {Qt::Key_PageDown, "c.png"},
-                                                          {Qt::Key_PageUp, "b.png"},
-                                                          {Qt::Key_PageUp, "a.png"},
-                                                          {Qt::Key_PageUp, "a.png"}}) {
-            QTest::keyClick(&window->Picture(), key);
-            ASSERT_TRUE(WaitFor([&] { return !document->IsReading() && FirstFile() == file; })) << file;
+        struct Step {
+            Qt::Key key;
+            std::string file;
+        };
+        for (const Step& step :
+             {Step{Qt::Key_PageDown, "c.png"}, Step{Qt::Key_PageDown, "c.png"}, Step{Qt::Key_PageUp, "b.png"},
+              Step{Qt::Key_PageUp, "a.png"}, Step{Qt::Key_PageUp, "a.png"}}) {
+            QTest::keyClick(&window->Picture(), step.key);
+            ASSERT_TRUE(WaitFor([&] { return !document->IsReading() && FirstFile() == step.file; }))
+                << step.file;
         }
     }
     const QStringList recent = pzel_view::RecentFiles();
