@@ -154,6 +154,35 @@ TEST(ComposeMovie, IsTheBitmapOfASingleOpaqueComponent) {
     }
 }
 
+// Large pictures are drawn in bands.
+TEST(ComposeMovie, IsTheSameInOnePieceAndInStrips) {
+    Random random(25);
+    const Ref<Movie> movie(new Movie);
+    for (const auto& [type, channels] : {std::pair(DataUInt8, 3), {DataUInt8, 1}, {DataBit, 1}}) {
+        const Ref<Comp> comp = layer(random, type, channels);
+        comp->SetVisible(true);
+        comp->flagsA &= u16(~CompExtentMask);
+        comp->transparency = u8(movie->GetNumbChildren() == 0 ? 0 : 50);
+        comp->overlayColour = 1;
+        ResizeImage(comp->images, 500, 400);
+        random.fill(comp->images->data, GetImageTotalBytes(comp->images));
+        movie->AddChild(comp.get());
+    }
+    for (const int zoom : {1, 2, -2}) {
+        const int step = std::max(-zoom, 1), repeat = std::max(zoom, 1), strip = 12;
+        const int width = 510 / step * repeat, height = 408 / step * repeat, rowBytes = 3 * width;
+        Bytes whole(std::size_t(rowBytes) * height, 7), strips = whole;
+        ComposeMovie(movie.get(), {whole.data(), rowBytes, width, height}, {-3, 506, -2, 405},
+                     static_cast<signed char>(zoom), nullptr);
+        for (int top = 0; top < 408; top += strip)
+            ComposeMovie(movie.get(),
+                         {strips.data() + top / step * repeat * rowBytes, rowBytes, width, height},
+                         {-3, 506, std::int16_t(top - 2), std::int16_t(top - 2 + strip - 1)},
+                         static_cast<signed char>(zoom), nullptr);
+        ASSERT_TRUE(same(whole, strips)) << zoom;
+    }
+}
+
 // Rows of three bytes a pixel that 16 bits cannot count: they overlap, but none leaves the bitmap.
 TEST(ComposeMovie, StaysInBitmapsOfBitsInThreeChannels) {
     for (const int width : {21845, 21846, 30000}) {
