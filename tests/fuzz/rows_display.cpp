@@ -306,6 +306,11 @@ void addDisplayRows(Table& table) {
         const int bits = CALL_ON(comp, ComputeBmpBits, w.draw.coin() ? comp->images : nullptr);
         HOLDS(bits == 0 || bits == 1 || bits == 8 || bits == 24);
         HOLDS(CALL_ON(comp, ComputeBmpBits) == comp->ComputeBmpBits(comp->GetFlatImage()));
+        if (Image* const image = comp->GetFlatImage()) {  // of the kind that has none, for a moment
+            const u16 type = std::exchange(image->imageType, u16(MajorNoBitmap));
+            HOLDS(comp->ComputeBmpBits() == 0);
+            image->imageType = type;
+        }
     });
     table.never("GetValidDataArea", [](World& w) {
         Comp* const comp = w.comp();
