@@ -255,6 +255,110 @@ bool AreSamples(const Image& src, const Image& dst, int channels) {
     return true;
 }
 
+/// Calls f.operator()<U>() with the unsigned integer of an element's size, or `bool` for bits, for elements
+/// that are only moved.
+template <class F>
+void VisitStored(unsigned short typeWord, F&& f) {
+    switch (DataBytes(typeWord)) {
+        case 1: f.template operator()<std::uint8_t>(); break;
+        case 2: f.template operator()<std::uint16_t>(); break;
+        case 4: f.template operator()<std::uint32_t>(); break;
+        default:
+            if ((typeWord & DataTypeMask) == DataBit) f.template operator()<bool>();
+            break;
+    }
+}
+
+/// Three channels of equal element types, planar into interleaved or the other way; the layouts differ.
+template <class U>
+void ChangeLayout(const Image& src, const Image& dst, const CopyArea& area) {
+    const int width = area.width, height = area.height;
+    withThreePlanes<const U, const U>(src, area.srcX, area.srcY, [&]<class In>(In a, In b, In c) {
+        withThreePlanes<U, U>(dst, area.dstX, area.dstY, [&]<class Out>(Out x, Out y, Out z) {
+            const auto changeRange = [&](int first, int end) {
+                onBestSet([=](auto set) {
+                    for (int row = first; row < end; ++row) {
+                        if constexpr (isContiguous<In> && !isContiguous<Out>)
+                            interleave(set, a.row(row), b.row(row), c.row(row), &x.row(row)[0], width);
+                        else if constexpr (isContiguous<Out> && !isContiguous<In>)
+                            deinterleave(set, &a.row(row)[0], x.row(row), y.row(row), z.row(row), width);
+                    }
+                });
+            };
+            if (rowsStandApart(dst))
+                forRanges(height, 3 * std::int64_t(width) * height, Effort::Moving, changeRange);
+            else
+                changeRange(0, height);
+        });
+    });
+}
+
+/// Planes of a part of an image of three channels, for a moment.
+struct Planes {
+    static constexpr int kBytes = 8192;  // of a plane, at most
+    explicit Planes(const Image& of) : image(of) {
+        image.data = bytes;
+        image.dataType &= static_cast<std::uint16_t>(~DataInterleaved);
+    }
+    void shape(int width, int height) {
+        image.width = static_cast<std::uint16_t>(width);
+        image.height = static_cast<std::uint16_t>(height);
+        image.rowBytes = static_cast<std::uint16_t>(width * DataBytes(image.dataType));
+    }
+    Image image;  // its bound and attachment are those of the other
+    alignas(64) unsigned char bytes[3 * kBytes];
+};
+
+/// Three channels that convert one by one, of which pixels are interleaved: taken apart and put together by
+/// vectors, in parts that stay in a cache.
+template <class F>
+void ConvertPixels(const Image& src, const Image& dst, const CopyArea& area, const F& convert) {
+    const bool takesApart = IsInterleaved(&src), putsTogether = IsInterleaved(&dst);
+    const auto changeLayout = [](const Image& from, const Image& to, const CopyArea& part) {
+        VisitStored(from.dataType, [&]<class U>() {
+            if constexpr (!std::is_same_v<U, bool>) ChangeLayout<U>(from, to, part);
+        });
+    };
+    const auto convertPart = [&](Planes& given, Planes& made, const CopyArea& part) {
+        CopyArea taken = part, between = part, put = part;
+        taken.dstX = taken.dstY = put.srcX = put.srcY = 0;
+        if (takesApart) {
+            between.srcX = between.srcY = 0;
+            given.shape(part.width, part.height);
+            changeLayout(src, given.image, taken);
+        }
+        if (putsTogether) {
+            between.dstX = between.dstY = 0;
+            made.shape(part.width, part.height);
+        }
+        for (int c = 0; c < 3; ++c)
+            convert(c, takesApart ? given.image : src, putsTogether ? made.image : dst, between, c);
+        if (putsTogether) changeLayout(made.image, dst, put);
+    };
+    const int most = Planes::kBytes / std::max(DataBytes(src.dataType), DataBytes(dst.dataType));
+    const int width = std::min(area.width, most), height = most / width;
+    const auto convertRange = [&](int first, int end) {
+        Planes given(src), made(dst);
+        for (int y = first; y < end; y += height) {
+            for (int x = 0; x < area.width; x += width) {
+                CopyArea part = area;
+                part.srcX += x, part.dstX += x, part.width = std::min(width, area.width - x);
+                part.srcY += y, part.dstY += y, part.height = std::min(height, end - y);
+                convertPart(given, made, part);
+            }
+        }
+    };
+    forRanges(area.height, 3 * std::int64_t(area.width) * area.height, Effort::Moving, convertRange);
+}
+
+/// Whether vectors may take three channels apart on the way, or put them together.
+bool ArePixels(const Image& src, const Image& dst) {
+    bool convert = false;
+    VisitTypes(src, dst, 0,
+               [&]<class S, class D>() { convert = !std::is_same_v<S, bool> && !std::is_same_v<D, bool>; });
+    return convert && src.channels == 3 && dst.channels == 3 && (IsInterleaved(&src) || IsInterleaved(&dst));
+}
+
 void ConvertChannels(const Image& src, const Image& dst, const CopyArea& area, int channels) {
     Method method = Method::Carry;
     VisitTypes(src, dst, 0, [&]<class S, class D>() {
@@ -287,7 +391,8 @@ void ConvertChannels(const Image& src, const Image& dst, const CopyArea& area, i
             MapChannel<S, D>(in, out, part, place, scale);
         });
     };
-    if (takesShortCuts() && rowsStandApart(dst) && AreSamples(src, dst, channels)) {
+    const bool apart = takesShortCuts() && rowsStandApart(dst);
+    if (apart && AreSamples(src, dst, channels)) {
         Image in = src, out = dst;  // the records alone
         in.channels = out.channels = 1;
         CopyArea part = area;
@@ -297,50 +402,13 @@ void ConvertChannels(const Image& src, const Image& dst, const CopyArea& area, i
         convert(0, in, out, part, 0);
         return;
     }
+    if (apart && ArePixels(src, dst)) return ConvertPixels(src, dst, area, convert);
     for (int c = 0; c < channels; ++c) convert(c, src, dst, area, c);
-}
-
-/// Calls f.operator()<U>() with the unsigned integer of an element's size, or `bool` for bits, for elements
-/// that are only moved.
-template <class F>
-void VisitStored(unsigned short typeWord, F&& f) {
-    switch (DataBytes(typeWord)) {
-        case 1: f.template operator()<std::uint8_t>(); break;
-        case 2: f.template operator()<std::uint16_t>(); break;
-        case 4: f.template operator()<std::uint32_t>(); break;
-        default:
-            if ((typeWord & DataTypeMask) == DataBit) f.template operator()<bool>();
-            break;
-    }
 }
 
 void CopyRows(const unsigned char* src, std::ptrdiff_t srcStep, unsigned char* dst, std::ptrdiff_t dstStep,
               std::size_t bytes, int rows) {
     for (int y = 0; y < rows; ++y) std::memcpy(dst + y * dstStep, src + y * srcStep, bytes);
-}
-
-/// Three channels of equal element types, planar into interleaved or the other way; the layouts differ.
-template <class U>
-void ChangeLayout(const Image& src, const Image& dst, const CopyArea& area) {
-    const int width = area.width, height = area.height;
-    withThreePlanes<const U, const U>(src, area.srcX, area.srcY, [&]<class In>(In a, In b, In c) {
-        withThreePlanes<U, U>(dst, area.dstX, area.dstY, [&]<class Out>(Out x, Out y, Out z) {
-            const auto changeRange = [&](int first, int end) {
-                onBestSet([=](auto set) {
-                    for (int row = first; row < end; ++row) {
-                        if constexpr (isContiguous<In> && !isContiguous<Out>)
-                            interleave(set, a.row(row), b.row(row), c.row(row), &x.row(row)[0], width);
-                        else if constexpr (isContiguous<Out> && !isContiguous<In>)
-                            deinterleave(set, &a.row(row)[0], x.row(row), y.row(row), z.row(row), width);
-                    }
-                });
-            };
-            if (rowsStandApart(dst))
-                forRanges(height, 3 * std::int64_t(width) * height, Effort::Moving, changeRange);
-            else
-                changeRange(0, height);
-        });
-    });
 }
 
 /// Equal element types: whole rows where channels and layout agree, else channel by channel.

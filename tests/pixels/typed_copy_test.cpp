@@ -127,6 +127,28 @@ TEST(TypedCopy, LayoutsChangeAtEveryWidth) {
     }
 }
 
+TEST(TypedCopy, LargeOnesAreTheirParts) {
+    Random random(16);
+    for (int round = 0; round < 24; ++round) {
+        const int sType = random.pick({DataUInt8, DataUInt16, DataFloat}),
+                  dType = sType == DataUInt8 ? DataFloat : DataUInt8, width = round % 2 ? 5000 : 90,
+                  height = round % 2 ? 3 : 300, sub = random.pick({SubColour, SubYuv});
+        TestImage src({width, height, 3, sType, round % 3 != 0, sub});
+        const Shape shape{width + 3, height + 2, 3, dType, round % 3 != 1, sub};
+        TestImage whole(shape), parts(shape);
+        src.randomise(random);
+        for (int c = 0; c < 3; ++c) src.setPair(c, {random(0, 9), random(99, 120)});
+        const Rect all{1, 1, 2, 1, width - 1, height - 1};
+        copy(src, whole, all);
+        for (int y = 0; y < all.h; ++y)
+            for (int x = 0; x < all.w; x += 500)
+                copy(src, parts,
+                     {all.sx + x, all.sy + y, all.dx + x, all.dy + y, std::min(500, all.w - x), 1});
+        ASSERT_TRUE(whole.pixels.intact());
+        ASSERT_TRUE(same(whole.pixels.bytes(), parts.pixels.bytes())) << sType << " to " << dType;
+    }
+}
+
 // Codes without elements are sized like bits; records may have no channels and no pixels.
 TEST(TypedCopy, RecordsWithoutElementsChannelsOrPixelsGiveNothing) {
     Random random(16);
