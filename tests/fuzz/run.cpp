@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <new>
 #include <numeric>
+#include <utility>
 
 #include "pzel/loops/instruction_set.h"
 #include "pzel/loops/ranges.h"
@@ -13,9 +14,11 @@
 namespace {
 pzel::InstructionSet chosen = pzel::InstructionSet::Reference;
 std::uint64_t order = 0;  // of tasks
+bool areTasksRunning = false, haveTasksStartedTasks = false;
 
 /// Tasks in any order.
 void runShuffled(int count, Zel::Task task, void* work) {
+    haveTasksStartedTasks |= std::exchange(areTasksRunning, true);
     std::array<int, pzel::kMostRanges> tasks;
     std::iota(tasks.begin(), tasks.begin() + count, 0);
     for (int i = count - 1; i > 0; --i) {
@@ -23,6 +26,7 @@ void runShuffled(int count, Zel::Task task, void* work) {
         std::swap(tasks[std::size_t(i)], tasks[std::size_t(order >> 33) % std::size_t(i + 1)]);
     }
     for (int i = 0; i < count; ++i) task(work, tasks[std::size_t(i)]);
+    areTasksRunning = false;
 }
 }  // namespace
 
@@ -93,6 +97,7 @@ void playRecord(World& world, const Record& record, int index) {
 Play playOnce(const Sequence& sequence, const Setting& setting, const Manner& manner, Counts* counts) {
     chosen = manner.set;
     order = sequence.size();
+    haveTasksStartedTasks = false;
     Zel::SetRunner(manner.hasRunner ? runShuffled : nullptr);
     Play result;
     const long blocks = test::liveBlocks(), objects = test::liveObjects(), tones = Tone::alive;
@@ -122,6 +127,7 @@ Play playOnce(const Sequence& sequence, const Setting& setting, const Manner& ma
         result.fault = "blocks of malloc and of operator new are mixed up";
     if (result.fault.empty() && result.left != 0)
         result.fault = std::to_string(result.left) + " blocks are left";
+    if (result.fault.empty() && haveTasksStartedTasks) result.fault = "tasks have started tasks";
     if (result.fault.empty() && Tone::alive != tones) result.fault = "a remapper is left";
     return result;
 }
