@@ -286,6 +286,15 @@ TEST(Pipeline, FlatFrameLaysTheFlatCompOverTheImage) {
         const Owned comp(newComp(random, {20, 16, channels, type, random.coin(), sub}));
         comp->UpdateFlatFrame(3);
         EXPECT_EQ(comp->flatImage, nullptr);
+        const Owned other(newComp(random, {5, 4, 4 - channels, random.pick({2, 3, 5, 8}), random.coin()}));
+        comp->flatComp = other.get();
+        comp->UpdateFlatFrame(3);
+        ASSERT_TRUE(comp->flatImage);
+        EXPECT_TRUE(comp->flatImage->channels == 3 && IsInterleaved(comp->flatImage) &&
+                    GetDataType(comp->flatImage) == FindCommonType(u8(type), GetDataType(other->images)));
+        comp->flatComp = nullptr;
+        comp->UpdateFlatFrame(3);
+        EXPECT_EQ(comp->flatImage, nullptr);
         Comp* flat = comp->flatComp =
             newComp(random, {random(1, 12), random(1, 16), channels, type, random.coin(), sub});
         flat->x = short(random(-13, 21)), flat->y = short(random(-16, 17));
