@@ -439,7 +439,7 @@ void World::hear(int ear, IComponent* source, int event, std::intptr_t param) {
     if (heardCount < heard.size()) heard[heardCount++] = {ear, source, event, told};
     results.add(u64(ear) << 32 | u64(event) << 16 | idOf(source));
     if (armedReactions > 0 && !refusing && event != EventDestroyed) {
-        --armedReactions;
+        announcing[std::size_t(--armedReactions)] = source;
         reacted = true;
         react(source, event);
     }
@@ -492,8 +492,10 @@ void World::react(IComponent* source, int event) {
             if (comp && movie && movie->GetNumbChildren() < 20) movie->AddChild(comp);
             return;
         case 5:
-            // Nobody drops the last reference of what announces.
-            if (comp && comp != source && comp->refCount > held[at]) dropComp(int(at));
+            // Nobody drops the last reference of what announces: a movie may be about to let go, too.
+            if (comp && std::find(announcing.begin(), announcing.end(), comp) == announcing.end() &&
+                comp->refCount > held[at])
+                dropComp(int(at));
             return;
         case 6: return comp ? comp->SetLocation(d(-9, 9), d(-9, 9)) : void();
         case 7: return comp ? comp->SetVisible(d.coin()) : void();
@@ -679,7 +681,8 @@ void World::begin(const Record& from, int index, Promise promised) {
         std::reverse(reaction.bytes.begin(), reaction.bytes.end());
         reaction_ = Draw(reaction);
         reaction_.byte();
-        armedReactions = 2;
+        announcing = {};
+        armedReactions = int(announcing.size());
     }
 }
 

@@ -285,6 +285,7 @@ class World {
     Digest total, results;
     Draw reaction_;
     int armedReactions = 0;
+    std::array<const IComponent*, 2> announcing{};  // by whose events reactions happen, the last one first
     bool refusing = false, asMade = false;
     Promise promise = Strong;
 };
