@@ -9,6 +9,7 @@
 #include <new>
 #include <utility>
 
+#include "pzel/component/kept_alive.h"
 #include "pzel/component/movie_scene.h"
 #include "pzel/component/naming.h"
 #include "pzel/component/observer_list.h"
@@ -50,6 +51,7 @@ Comp& Comp::operator=(const Comp& other) {
 }
 
 Comp::~Comp() {
+    const pzel::KeptAlive dying(this, pzel::KeptAlive::Destroyed);
     NotifyObserver(EventDestroyed, 0);
     Cleanup();
 }
@@ -78,6 +80,7 @@ void Comp::Clear() {
 }
 
 void Comp::Cleanup() {
+    const pzel::KeptAlive here(this);  // the flat comp tells of its end
     DeleteCompInfo(std::exchange(info, nullptr));
     releaseImages(std::exchange(images, nullptr), std::exchange(imageFrames, 0), GetCompMajorType(this));
     DeleteBitmap();
@@ -143,7 +146,7 @@ int Comp::Hold() {
 
 int Comp::Release() {
     const int left = --refCount;
-    if (left <= 0) delete this;
+    if (left <= 0 && !pzel::KeptAlive::endsLater(this)) delete this;
     return left;
 }
 
@@ -156,6 +159,7 @@ void Comp::DetachObserver(Observer* observer) {
 }
 
 void Comp::NotifyObserver(int event, std::intptr_t param) {
+    const pzel::KeptAlive here(this);
     pzel::visitSnapshot(observers, [&](Observer* observer) {
         if (pzel::isAttached(observers, observer)) observer->Update(this, event, param);
     });

@@ -95,7 +95,7 @@ class PZEL_API Comp final : public IComponent {
     void AttachObserver(Observer* observer) override;
     void DetachObserver(Observer* observer) override;
     /// Observers that are detached meanwhile are not called any more; those that are attached meanwhile are
-    /// called from the next event on. None may drop the last reference.
+    /// called from the next event on.
     void NotifyObserver(int event, std::intptr_t param) override;
     std::vector<Observer*>* GetObservers() override;
     void SetObservers(std::vector<Observer*>* observers) override;

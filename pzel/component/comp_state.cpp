@@ -6,6 +6,7 @@
 
 #include "pzel/component/comp.h"
 #include "pzel/component/data_area.h"
+#include "pzel/component/kept_alive.h"
 #include "pzel/component/movie.h"
 #include "pzel/loops/saturate.h"
 
@@ -149,6 +150,7 @@ void Comp::GetLocation(int& left, int& top) {
 void Comp::SetLocation(int left, int top) {
     const SRect before = GetCompExtent();
     if (before.left == left && before.top == top) return;
+    const pzel::KeptAlive here(this);
     const bool byArea = pzel::showsDataArea(*this);
     using Wide = long long;
     x = static_cast<std::int16_t>(byArea ? Wide{left} - dataArea->left : left);
@@ -187,6 +189,7 @@ unsigned long Comp::GetStartFrame() {
 void Comp::SetStartFrame(unsigned long frame) {
     const auto wanted = static_cast<std::uint32_t>(frame);
     if (wanted == startFrame) return;
+    const pzel::KeptAlive here(this);
     startFrame = wanted;
     NotifyObserver(EventStartFrame, 0);
     // An observer may have taken the component out of its movie.
@@ -200,6 +203,7 @@ unsigned long Comp::GetCurrentFrame() {
 
 bool Comp::SetCurrentFrame(unsigned long frame) {
     const auto movieFrame = static_cast<std::uint32_t>(frame + startFrame);
+    const pzel::KeptAlive here(this);
     if (!required(parent).SetCurrentFrame(movieFrame)) return false;
     NotifyObserver(EventCurrentFrame, 0);
     return true;

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "pzel/component/comp.h"
+#include "pzel/component/kept_alive.h"
 #include "pzel/component/movie.h"
 #include "pzel/component/reference.h"
 
@@ -30,6 +31,7 @@ bool SetComponent(Movie* movie, int index, Comp* comp) {
     std::unique_ptr<Comp*[]> rooms(new Comp* [Movie::kMaxChildren] {});
     comp->Hold();  // it may hang on the old one
     const pzel::CompReference held(comp);
+    const pzel::KeptAlive here(movie);
 
     const bool wasActive = movie->activeIndex == index;
     movie->NotifyObserver(EventChildRemoving, addressOf(old));

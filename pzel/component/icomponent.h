@@ -57,7 +57,8 @@ class PZEL_API IComponent {
   public:
     /// Adds a reference; returns the new count.
     virtual int Hold() = 0;
-    /// Drops a reference and destroys the object when none is left; returns the new count.
+    /// Drops a reference; returns the new count. Without any the object is destroyed, where its observers
+    /// are being told when that has ended.
     virtual int Release() = 0;
 
     /// Appends an observer (not owned) unless it is attached already.

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "pzel/component/comp.h"
+#include "pzel/component/kept_alive.h"
 #include "pzel/component/naming.h"
 #include "pzel/component/observer_list.h"
 #include "pzel/component/reference.h"
@@ -61,6 +62,7 @@ Movie& Movie::operator=(const Movie& other) {
 }
 
 Movie::~Movie() {
+    const pzel::KeptAlive dying(this, pzel::KeptAlive::Destroyed);
     NotifyObserver(EventDestroyed, 0);
     Cleanup();
 }
@@ -77,6 +79,7 @@ void Movie::Clear() {
 }
 
 void Movie::Cleanup() {
+    const pzel::KeptAlive here(this);  // children tell of their end
     ReplaceChildren(nullptr, 0);
     delete std::exchange(filename, nullptr);
     delete std::exchange(nametag, nullptr);
@@ -85,6 +88,7 @@ void Movie::Cleanup() {
 
 void Movie::CopyFrom(const Movie& other, bool share) {
     if (this == &other) return;
+    const pzel::KeptAlive here(this);
     // All that asks for memory comes first, so that the movie changes as a whole or not at all.
     std::vector<FrameRange> copiedRanges = other.ranges, copiedRanges2 = other.ranges2;
     auto copiedNametag = other.nametag == nullptr ? nullptr : std::make_unique<std::string>(*other.nametag);
@@ -128,7 +132,7 @@ int Movie::Hold() {
 
 int Movie::Release() {
     const int left = --refCount;
-    if (left <= 0) delete this;
+    if (left <= 0 && !pzel::KeptAlive::endsLater(this)) delete this;
     return left;
 }
 
@@ -143,6 +147,7 @@ void Movie::DetachObserver(Observer* observer) {
 // Unlike a component, a movie calls all of its copy of the list, also who was detached meanwhile
 // (deliberate).
 void Movie::NotifyObserver(int event, std::intptr_t param) {
+    const pzel::KeptAlive here(this);
     pzel::visitSnapshot(observers, [&](Observer* observer) { observer->Update(this, event, param); });
 }
 
@@ -205,6 +210,7 @@ int Movie::AddChild(IComponent* component) {
 /// Adds components at the end, with all events; -1, and nothing changes, where there is no room for all.
 int Movie::AddParts(std::span<Comp* const> parts) {
     if (parts.size() > kMaxChildren || !HasRoomFor(static_cast<int>(parts.size()))) return -1;
+    const pzel::KeptAlive here(this);
     const bool wasComposite = IsComposite();
     const int first = AddCompRooms(static_cast<int>(parts.size()));
     for (Comp* comp : parts) Adopt(comp);
@@ -235,6 +241,7 @@ int Movie::AllocMoreComps(int n) {
 }
 
 void Movie::RemoveChild(IComponent* component) {
+    const pzel::KeptAlive here(this);
     const Parts removed(component);
     NotifyObserver(EventChildRemoving, addressOf(component));
     for (Comp* comp : std::span<Comp* const>(removed)) RemoveComponent(comp);
@@ -279,6 +286,7 @@ Comp* Movie::GetActiveComp() {
 }
 
 void Movie::MakeChildActive(Comp* comp) {
+    const pzel::KeptAlive here(this);
     for (int i = 0; i < childCount; ++i) {
         if (children[i] != comp) continue;
         activeIndex = i;

@@ -5,6 +5,7 @@
 #include <cassert>
 
 #include "pzel/component/comp.h"
+#include "pzel/component/kept_alive.h"
 #include "pzel/component/movie.h"
 #include "pzel/component/movie_scene.h"
 
@@ -205,6 +206,7 @@ bool Movie::SetCurrentFrame(unsigned long frame) {
 }
 
 void Movie::SendFrameChangedEvent() {
+    const pzel::KeptAlive here(this);
     NotifyObserver(EventCurrentFrame, currentFrame);
     for (int i = 0; i < childCount; ++i) {
         children[i]->NotifyObserver(EventCurrentFrame,

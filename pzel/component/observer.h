@@ -12,8 +12,8 @@ class IComponent;
 class PZEL_API Observer {
   public:
     /// Called after a change (ComponentEvent says which, and what `param` is). Must not throw at
-    /// EventDestroyed. Whoever takes the source out of its movie here holds a reference of it until the call
-    /// that announces has returned: nothing may drop the last one before.
+    /// EventDestroyed. The last reference of the source, or of its movie, may go meanwhile: either ends, and
+    /// tells its observers, when the calls that announce for it return.
     virtual void Update(IComponent* source, int event, std::intptr_t param) = 0;
 
     IComponent* observed = nullptr;  ///< the observer's own; the library does not touch it

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "component_helpers.h"
+#include "pzel/component/group.h"
 
 namespace {
 
@@ -49,6 +50,47 @@ TEST(Movie, ObserversOfADyingChildMayTidyUp) {
                             : movie.RemoveComponent(dying));
         EXPECT_EQ(movie.GetNumbChildren(), 1);
         EXPECT_EQ(movie.GetChildAt(0), last);
+    }
+}
+
+// The movie alone holds the component, and the first that is heard of anything lets go of both.
+TEST(Movie, ObserversMayDropTheLastReferences) {
+    const std::function<void(Movie&, Comp&)> calls[] = {
+        [](Movie&, Comp& comp) { comp.SetVisible(false); },
+        [](Movie&, Comp& comp) { comp.SetLocation(5, 5); },
+        [](Movie&, Comp& comp) { comp.SetStartFrame(3); },
+        [](Movie&, Comp& comp) { comp.SetCurrentFrame(1); },
+        [](Movie& movie, Comp&) { movie.SendFrameChangedEvent(); },
+        [](Movie& movie, Comp& comp) { movie.MakeChildActive(&comp); },
+        [](Movie& movie, Comp&) { movie.AddComponents(2); },
+        [](Movie& movie, Comp& comp) { movie.RemoveChild(&comp); },
+        [](Movie& movie, Comp&) { SetComponent(&movie, 0, newComp().get()); },
+        [](Movie& movie, Comp&) { movie.Cleanup(); },
+        [](Movie& movie, Comp&) { movie.CopyFrom(Movie(), false); },
+    };
+    for (const auto& call : calls) {
+        auto* const movie = new Movie;
+        movie->AddComponents(1);
+        Comp* const comp = movie->GetChildren()[0];
+        movie->SetMovieLength(9);
+        Recorder r;
+        r.name('m', movie);
+        r.name('c', comp);
+        movie->AttachObserver_All(&r);
+        bool isDropped = false;
+        r.onEvent = [&](int) {
+            if (std::exchange(isDropped, true)) return;
+            movie->RemoveChild(comp);
+            EXPECT_EQ(movie->Release(), 0);
+        };
+        call(*movie, *comp);
+        const std::string log = " " + r.take();
+        const auto count = [&](const std::string& text) {
+            return log.find(text) == std::string::npos ? 0 : log.find(text) == log.rfind(text) ? 1 : 2;
+        };
+        EXPECT_EQ(count(" c1 "), 1) << log;
+        const bool isEmptied = log.rfind(" c1 ", 0) == 0;  // whoever is, forgets its observers
+        EXPECT_EQ(count(" m1 "), isEmptied ? 0 : 1) << log;
     }
 }
 

@@ -98,18 +98,21 @@ World::~World() {
     if (record) InterfaceCleanup(&*record);
     for (int i = 0; i < kComps; ++i)
         if (comps[std::size_t(i)]) dropComp(i);
-    for (int i = 0; i < kMovies; ++i) {
-        Movie* const movie = movies[std::size_t(i)];
-        if (!movie) continue;
-        while (registered[std::size_t(i)]-- > 0) movie->UnregistMe();
-        while (movieHeld[std::size_t(i)]-- > 0) movie->Release();
-    }
+    for (int i = 0; i < kMovies; ++i)
+        if (movies[std::size_t(i)]) dropMovie(i);
     for (Image* image : images) DeleteImage(image);
 }
 
 void World::dropComp(int slot) {
     Comp* const comp = std::exchange(comps[std::size_t(slot)], nullptr);
     for (int left = std::exchange(held[std::size_t(slot)], 0); left > 0; --left) comp->Release();
+}
+
+void World::dropMovie(int slot) {
+    Movie* const movie = std::exchange(movies[std::size_t(slot)], nullptr);
+    children[std::size_t(slot)].clear();
+    for (int left = std::exchange(registered[std::size_t(slot)], 0); left > 0; --left) movie->UnregistMe();
+    for (int left = std::exchange(movieHeld[std::size_t(slot)], 0); left > 0; --left) movie->Release();
 }
 
 // ---- Choices.
@@ -438,8 +441,10 @@ void World::hear(int ear, IComponent* source, int event, std::intptr_t param) {
     if (!isAttached && !source->IsMovieObj() && fault.empty()) fault = "calls an observer that was detached";
     if (heardCount < heard.size()) heard[heardCount++] = {ear, source, event, told};
     results.add(u64(ear) << 32 | u64(event) << 16 | idOf(source));
+    // Whoever is told of an end may hold what ends as long as it is told.
+    if (event == EventDestroyed) source->Hold(), source->Release();
     if (armedReactions > 0 && !refusing && event != EventDestroyed) {
-        announcing[std::size_t(--armedReactions)] = source;
+        --armedReactions;
         reacted = true;
         react(source, event);
     }
@@ -475,9 +480,10 @@ void World::react(IComponent* source, int event) {
     Draw& d = reaction_;
     const auto at = std::size_t(d(0, kComps - 1));
     Comp* const comp = comps[at];
-    Movie* const movie = movies[std::size_t(d(0, kMovies - 1))];
+    const auto movieAt = std::size_t(d(0, kMovies - 1));
+    Movie* const movie = movies[movieAt];
     Ear* const ear = &ears[std::size_t(d(0, kEars - 1))];
-    const int what = std::max(0, d(-3, 13));  // leaving is what observers do most
+    const int what = std::max(0, d(-3, 14));  // leaving is what observers do most
     if (setting.story)
         tell("// in event " + std::to_string(event) + " of " + written(source) + ": reaction " +
              std::to_string(what));
@@ -492,10 +498,7 @@ void World::react(IComponent* source, int event) {
             if (comp && movie && movie->GetNumbChildren() < 20) movie->AddChild(comp);
             return;
         case 5:
-            // Nobody drops the last reference of what announces: a movie may be about to let go, too.
-            if (comp && std::find(announcing.begin(), announcing.end(), comp) == announcing.end() &&
-                comp->refCount > held[at])
-                dropComp(int(at));
+            if (comp && (comp == source || comp->refCount > held[at])) dropComp(int(at));
             return;
         case 6: return comp ? comp->SetLocation(d(-9, 9), d(-9, 9)) : void();
         case 7: return comp ? comp->SetVisible(d.coin()) : void();
@@ -508,12 +511,11 @@ void World::react(IComponent* source, int event) {
             return;
         case 10: return comp ? comp->SetBlackWhite(d(0, 5), {double(d(0, 60)), double(d(0, 255))}) : void();
         case 11:
-            if (movie && movie->GetNumbChildren() > 0) {
-                const int index = d(0, movie->GetNumbChildren() - 1);
-                if (movie->GetChildren()[index]->refCount > 1) movie->RemoveComponent(u8(index));
-            }
+            if (movie && movie->GetNumbChildren() > 0)
+                movie->RemoveComponent(u8(d(0, movie->GetNumbChildren() - 1)));
             return;
         case 12: return movie ? movie->SetMovieLength(u32(d(0, 9))) : void();
+        case 13: return movie && movie == source ? dropMovie(int(movieAt)) : void();
         default: return comp ? comp->SetStartFrame(u32(d(0, 9))) : void();
     }
 }
@@ -681,8 +683,7 @@ void World::begin(const Record& from, int index, Promise promised) {
         std::reverse(reaction.bytes.begin(), reaction.bytes.end());
         reaction_ = Draw(reaction);
         reaction_.byte();
-        announcing = {};
-        armedReactions = int(announcing.size());
+        armedReactions = 2;
     }
 }
 

@@ -211,6 +211,7 @@ class World {
     u64 idOf(const void* object) const;
     u64 partDigest(int part) const;
     void dropComp(int slot);
+    void dropMovie(int slot);
 
   private:
     struct Armed {
@@ -285,7 +286,6 @@ class World {
     Digest total, results;
     Draw reaction_;
     int armedReactions = 0;
-    std::array<const IComponent*, 2> announcing{};  // by whose events reactions happen, the last one first
     bool refusing = false, asMade = false;
     Promise promise = Strong;
 };
