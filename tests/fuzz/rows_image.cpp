@@ -73,6 +73,13 @@ void typedCopy(World& w, bool signedMode) {
     }
 }
 
+struct Records {
+    ~Records() {
+        for (Image& image : images) CleanupImage(&image);
+    }
+    Image images[2]{};
+};
+
 Attachment* newAttachment(World& w) {
     auto* const made = new (::operator new(sizeof(Attachment))) Attachment{4, 7, ::operator new(4)};
     std::memset(made->buffer, w.draw.byte(), 4);
@@ -236,7 +243,11 @@ void addImageRows(Table& table) {
         if (w.draw.coin()) {
             CALL(CopyImageCharacteristics, to, from);
         } else {
-            CALL(CopyImageStruct, to, 1, from);
+            Records two;
+            two.images[1].frameOffset = tag;
+            CALL(CopyImageStruct, two.images, 2, from);
+            HOLDS(two.images[0].data && two.images[0].data != two.images[1].data);
+            SwapImage(to, two.images + 1);
         }
         HOLDS(to->data && to->rowBytes == from->rowBytes && to->state == from->state &&
               to->frameOffset == tag);
