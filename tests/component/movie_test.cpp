@@ -73,10 +73,10 @@ TEST(Movie, ObserversMayDropTheLastReferences) {
         movie->AddComponents(1);
         Comp* const comp = movie->GetChildren()[0];
         movie->SetMovieLength(9);
-        Recorder r;
+        Recorder r, last;
         r.name('m', movie);
         r.name('c', comp);
-        movie->AttachObserver_All(&r);
+        for (Recorder* one : {&r, &last}) movie->AttachObserver_All(one);
         bool isDropped = false;
         r.onEvent = [&](int) {
             if (std::exchange(isDropped, true)) return;
