@@ -137,7 +137,8 @@ TEST(Runner, DisplayHasTheSameBytes) {
     expectSame("a channel", [&] { return shown(Picture(DataUInt8, 3, true), nullptr, kWidth, 0x80); });
     // Rows that run into each other depend on their order.
     expectSame(
-        "narrow rows", [&] { return shown(Picture(DataUInt8, 3, true), nullptr, kWidth); }, Divided::No);
+        "narrow rows", [&] { return shown(Picture(DataUInt8, 3, true), nullptr, 3 * kWidth - 1); },
+        Divided::No);
 }
 
 TEST(Runner, CopiesHaveTheSameBytes) {

@@ -21,6 +21,16 @@ TEST(Name, FoldersAreNumberedInTurn) {
     EXPECT_EQ(Name::GetIDFromPath("c:\\a"), 0);
 }
 
+TEST(Name, UntitledOnesKeepTheirNumber) {
+    Name one, other;
+    const std::string name = one.GetLogicalName();
+    EXPECT_NE(other.GetLogicalName(), name);
+    Name assigned;
+    assigned = one;
+    for (Name* same : {&one, &assigned}) EXPECT_EQ(same->GetLogicalName(), name);
+    EXPECT_EQ(Name(one).GetLogicalName(), name);
+}
+
 TEST(Name, TemporaryOnesStandInTheWorkingFolder) {
     const Name elsewhere(R"(C:\a\b.txt)");
     std::vector<std::string> made;
