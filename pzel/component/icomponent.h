@@ -57,8 +57,8 @@ class PZEL_API IComponent {
   public:
     /// Adds a reference; returns the new count.
     virtual int Hold() = 0;
-    /// Drops a reference; returns the new count. Without any the object is destroyed, where its observers
-    /// are being told when that has ended.
+    /// Drops a reference; returns the new count. The last one destroys the object: at once, or behind the
+    /// calls that are just telling its observers.
     virtual int Release() = 0;
 
     /// Appends an observer (not owned) unless it is attached already.

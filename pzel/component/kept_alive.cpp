@@ -1,3 +1,4 @@
+// What is kept alive on a thread, the latest first.
 #include "pzel/component/kept_alive.h"
 
 #include <utility>
