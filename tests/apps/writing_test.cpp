@@ -9,8 +9,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <latch>
 #include <thread>
 
+#include "apps/io/png_encoder.h"
 #include "program.h"
 
 extern char** environ;
@@ -62,6 +64,25 @@ TEST_F(WritingTest, HoldsTheBitmapsPixels) {
             EXPECT_EQ(ReadShown(Path(name)), picture) << name;
         }
     }
+}
+
+// Nor does a file tell where the packer's memory was: each thread has other stacks and heaps.
+TEST_F(WritingTest, GivesTheSameFileWhereverItIsPacked) {
+    std::vector<unsigned char> pixels(10 * 6 * 3);
+    for (std::size_t i = 0; i < pixels.size(); ++i)  // the same bytes again and again, from the first on
+        pixels[i] = static_cast<unsigned char>(i % 30 < 12 ? 0 : random() % 3 * 90);
+    const pzel_io::FilePicture picture{pixels.data(), 10, 6, 30, pzel_io::PixelKind::Bgr24};
+    std::vector<pzel_io::FileBytes> files(400);
+    std::latch all(std::ptrdiff_t(files.size()));
+    {
+        std::vector<std::jthread> threads;
+        for (auto& file : files)
+            threads.emplace_back([&] {
+                file = pzel_io::EncodePng(picture, {});
+                all.arrive_and_wait();
+            });
+    }
+    for (const auto& file : files) ASSERT_EQ(file, files[0]);
 }
 
 TEST_F(WritingTest, KeepsBitsAsBits) {
